@@ -1,0 +1,211 @@
+/*
+ * Control and inspection of the simulated board platform.
+ *
+ * The simulated host runtime (libtalrun5.so) models one board per QORdevice:
+ * the design parameters of the loaded design with their types and values, the
+ * host-level parameters, the registers, a log of every design-parameter write,
+ * and fault injection. These SimBoard_ functions are not part of the platform
+ * contract: only tests, benchmarks and tools call them; an applet never does.
+ *
+ * The same library also carries the application side of the runtime
+ * (Fg_Init / Fg_InitEx), which opens a board with a named applet library and
+ * routes the application's calls on the returned handle to the applet.
+ */
+#ifndef SIM_BOARD_H
+#define SIM_BOARD_H
+
+#include "fg_types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- application side ---------------------------------------------------- */
+
+/* Opens board `boardIndex` with the applet `appletName` (library
+ * "lib<appletName>.so", searched in $TERVIK_APPLET_PATH, then by the dynamic
+ * loader's own rules) and calls its Std_entry with `flags`. NULL on failure;
+ * Fg_getLastErrorNumber(NULL) then tells why. */
+Fg_Struct* Fg_Init(const char* appletName, unsigned int boardIndex);
+Fg_Struct* Fg_InitEx(const char* appletName, unsigned int boardIndex, int flags);
+/* Closes it with Fg_FreeGrabber(fg) (routed to the applet). Failures of
+ * Fg_Init / Fg_InitEx: no or empty applet name, or a name with '/': -2070;
+ * library not found: -2076; library without Std_entry: -2031; Std_entry
+ * returned NULL: its status (-100 when that is 0 or Std_entry threw). */
+
+/* The calls an application makes on the handle. The runtime exports each of
+ * these names once: on an application handle it routes the call to the
+ * applet's export of the same name; on a host board handle (the one an applet
+ * gets from the host's board initialisation) it answers as the host. */
+int Fg_FreeGrabber(Fg_Struct* Fg);
+int Fg_getLastErrorNumber(Fg_Struct* Fg);
+int Fg_setParameterWithType(Fg_Struct* Fg, const int Parameter, const void* Value,
+                            const unsigned int DmaIndex, const FgParamTypes type);
+int Fg_getParameterWithType(Fg_Struct* Fg, const int Parameter, void* Value,
+                            const unsigned int DmaIndex, const FgParamTypes type);
+int Fg_getNrOfParameter(Fg_Struct* Fg);
+const char* Fg_getParameterName(Fg_Struct* Fg, int index);
+int Fg_getParameterId(Fg_Struct* Fg, int index);
+int Fg_getParameterIdByName(Fg_Struct* Fg, const char* name);
+RegisterInfo* Fg_getParameterInfo(Fg_Struct* Fg, int CamPort);
+int Fg_getParameterInfoXML(Fg_Struct* Fg, int port, char* infoBuffer, size_t* infoBufferSize);
+int Fg_saveConfig(Fg_Struct* Fg, const char* Filename);
+int Fg_loadConfig(Fg_Struct* Fg, const char* Filename);
+uint64_t Fg_getEventMask(Fg_Struct* Fg, const char* name);
+const char* Fg_getEventName(Fg_Struct* Fg, uint64_t mask);
+int Fg_getAppletId(Fg_Struct* Fg, const char* Appletname);
+frameindex_t Fg_getStatusEx(Fg_Struct* Fg, const int Param, const frameindex_t Data,
+                            const unsigned int DmaIndex, dma_mem* pMem);
+int Fg_AcquireEx(Fg_Struct* Fg, int CamPort, const frameindex_t PicCount, int nFlag, dma_mem* memHandle);
+int Fg_stopAcquireEx(Fg_Struct* Fg, int CamPort, dma_mem* memHandle, int nFlag);
+frameindex_t Fg_getLastPicNumberEx(Fg_Struct* Fg, int CamPort, dma_mem* pMem);
+frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct* Fg, const frameindex_t PicNr, int CamPort,
+                                           int Timeout, dma_mem* pMem);
+ShadingMaster* Fg_AllocShading(Fg_Struct* Fg, int set, int port);
+int Fg_FreeShading(Fg_Struct* Fg, ShadingMaster* sm);
+int Shad_SetSubValueLine(Fg_Struct* Fg, ShadingMaster* sm, int x, int channel, float sub);
+int Shad_SetMultValueLine(Fg_Struct* Fg, ShadingMaster* sm, int x, int channel, float mult);
+int Shad_SetFixedPatternNoiseLine(Fg_Struct* Fg, ShadingMaster* sm, int x, int channel, int on);
+int Shad_GetMaxLine(Fg_Struct* Fg, ShadingMaster* sm);
+int Shad_GetAccess(Fg_Struct* Fg, ShadingMaster* sm);
+int Shad_FreeAccess(Fg_Struct* Fg, ShadingMaster* sm);
+int Shad_WriteActLine(Fg_Struct* Fg, ShadingMaster* sm, int line);
+/* Untyped access and acquisition without memory handle: on an application
+ * handle routed to the applet's typed access with FG_PARAM_TYPE_AUTO and to
+ * Fg_AcquireEx / Fg_stopAcquireEx with flag 0 and no memory handle. */
+int Fg_setParameter(Fg_Struct* Fg, int Parameter, const void* Value, unsigned int DmaIndex);
+int Fg_getParameter(Fg_Struct* Fg, int Parameter, void* Value, unsigned int DmaIndex);
+int Fg_Acquire(Fg_Struct* Fg, int CamPort, frameindex_t PicCount);
+int Fg_stopAcquire(Fg_Struct* Fg, int CamPort);
+
+/* Host board initialisation as an applet calls it (see fg_platform.h). */
+Fg_Struct* Fg_InitHandleSlaveAware(const char* hapName, QORdevice* hw, fpga_design* design, int flags);
+Fg_Struct* Fg_InitHandle(const char* hapName, QORdevice* hw, fpga_design* design);
+
+/* The simulated device behind an application handle (NULL for others). */
+QORdevice* SimBoard_DeviceOf(Fg_Struct* appFg);
+/* The applet library handle behind an application handle (dlopen handle). */
+void* SimBoard_AppletLibraryOf(Fg_Struct* appFg);
+
+/* ---- devices ------------------------------------------------------------- */
+
+QORdevice* SimBoard_CreateDevice(unsigned int boardIndex);
+void SimBoard_DestroyDevice(QORdevice* dev);
+/* The host board handle the runtime handed out for the device (NULL if none). */
+Fg_Struct* SimBoard_HostHandleOf(QORdevice* dev);
+/* The device behind a host board handle (NULL for others). */
+QORdevice* SimBoard_DeviceOfHostHandle(Fg_Struct* hostFg);
+
+/* ---- host face: behaviour in brief ----------------------------------------
+ * Design parameters get the identities 1048576 + their position in the
+ * design. Numbers are converted on write and read (UINT32, INT32, UINT64,
+ * INT64, SIZE_T, DOUBLE; doubles rounded to the nearest integer); a value
+ * that does not fit the parameter or the requested type fails with -6000.
+ * FG_PARAM_TYPE_AUTO means the parameter's own type. Texts use CHAR_PTR (at
+ * most 255 characters). Field parameters take a FieldParameterAccess record
+ * (vtype INT32, UINT32, FIELDPARAMINT, INT64, UINT64, FIELDPARAMINT64 or
+ * DOUBLE) or the element records FieldParameterInt / FieldParameterDouble;
+ * index and count outside the field fail with -2070. Writes of read-only
+ * design parameters fail with -12; unknown identities and NULL values -2070.
+ * Host-level parameters: FG_TIMEOUT (initially 1000000) and
+ * FG_APC_STOP_TIMEOUT (initially 5) are writable per DMA; FG_NR_OF_DMAS,
+ * FG_NR_OF_CAMS and FG_NR_OF_PROCESSES read 2, FG_DMA_PORT and FG_CAM_PORT the
+ * DMA index, FG_TRANSFER_LEN the bytes of the last frame (0 before any),
+ * FG_DMASTATUS 1 while the DMA runs, else 0; DMA indices other than 0 and 1
+ * fail with -2070. The last error of a host board is set by every failing call
+ * and is not reset by successful ones.
+ * Acquisition is a counter model: Fg_AcquireEx starts a DMA (picCount <= 0:
+ * endless), each Fg_getLastPicNumberEx on a running DMA produces one frame and
+ * returns the frame count, Fg_getLastPicNumberBlockingEx produces frames up to
+ * picNr (SIM_ERR_TIMEOUT when the DMA stopped before), Fg_getStatusEx answers
+ * the frame count of the DMA, Fg_getAppletId 0. Shading: -2130 / NULL. */
+
+/* Fg_getLastPicNumberBlockingEx when the wanted frame will not come. */
+#define SIM_ERR_TIMEOUT (-2120)
+
+/* ---- design parameters --------------------------------------------------- */
+
+/* The host identity of a design parameter of the device's loaded design, or 0. */
+int SimBoard_ParameterId(QORdevice* dev, const char* name);
+/* Reads / sets a design parameter's current value by name without logging.
+ * `type` selects the storage at `value` (UINT32_T, UINT64_T, DOUBLE, CHAR_PTR
+ * (a char buffer of at least 256 bytes on read, a text on write)). For field
+ * parameters use SimBoard_GetFieldElement / SimBoard_SetFieldElement.
+ * 0 or FG_ERR_INVALID_PARAMETER. */
+int SimBoard_GetValue(QORdevice* dev, const char* name, FgParamTypes type, void* value);
+int SimBoard_SetValue(QORdevice* dev, const char* name, FgParamTypes type, const void* value);
+int SimBoard_GetFieldElement(QORdevice* dev, const char* name, unsigned int index, double* value);
+int SimBoard_SetFieldElement(QORdevice* dev, const char* name, unsigned int index, double value);
+
+/* ---- write log ----------------------------------------------------------- */
+
+typedef struct SimLogEntry {
+    int id;                   /* host identity */
+    const char* name;         /* design parameter name (host-level: its SDK name) */
+    unsigned int dma;         /* DMA index passed */
+    FgParamTypes type;        /* type passed */
+    uint64_t u;               /* value for integer types (also a field element record's value) */
+    double d;                 /* value for DOUBLE (and double field element records) */
+    const char* text;         /* value for CHAR_PTR */
+    unsigned int fieldIndex;  /* field writes: first element */
+    unsigned int fieldCount;  /* field writes: number of elements (1 for element records) */
+    const uint64_t* fieldValues; /* field writes: the elements written, as unsigned 64-bit */
+} SimLogEntry;
+
+/* Only successful writes are logged: design parameters through the host's
+ * typed or untyped write, and the writable host-level parameters (name
+ * "FG_TIMEOUT", "FG_APC_STOP_TIMEOUT"). Field writes: fieldValues holds the
+ * elements as stored, for double fields their IEEE-754 bit patterns; `d` holds
+ * the first element of a double access record. */
+
+/* Number of logged design and host-parameter writes since the last clear. */
+int SimBoard_LogCount(QORdevice* dev);
+/* Entry i (0 = oldest); the pointers in it stay valid until the next clear. 0 or -2070. */
+int SimBoard_LogEntry(QORdevice* dev, int i, SimLogEntry* out);
+void SimBoard_LogClear(QORdevice* dev);
+
+/* ---- host calls and fault injection --------------------------------------- */
+
+/* Number of calls the applet made into the host runtime for this device
+ * (every entry that takes the host board handle counts one). */
+int SimBoard_HostCallCount(QORdevice* dev);
+/* Makes the n-th host call from now (1 = the next one) fail with `code`. */
+void SimBoard_FailNthHostCall(QORdevice* dev, int n, int code);
+/* Makes every write (isWrite 1) or read (isWrite 0) of the named design
+ * parameter fail with `code` until cleared. */
+void SimBoard_FailParameter(QORdevice* dev, const char* name, int isWrite, int code);
+/* Makes the host's board initialisation for this device return NULL with
+ * `code` as the last error (0 clears). */
+void SimBoard_FailInit(QORdevice* dev, int code);
+void SimBoard_ClearFaults(QORdevice* dev);
+
+/* ---- registers ------------------------------------------------------------ */
+
+int SimBoard_GetRegister(QORdevice* dev, int reg, uint64_t* value);
+int SimBoard_SetRegister(QORdevice* dev, int reg, uint64_t value);
+/* Makes register reads and writes fail with `code` (0 clears). */
+void SimBoard_FailRegisters(QORdevice* dev, int code);
+/* Successful register writes through the register I/O runtime so far. */
+int SimBoard_RegisterWriteCount(QORdevice* dev);
+/* The last successful register write (number and value as written); 0, or
+ * -2070 when there was none. */
+int SimBoard_LastRegisterWrite(QORdevice* dev, int* reg, uint64_t* value);
+
+/* ---- acquisition counters ------------------------------------------------- */
+
+typedef struct SimAcquisitionCounters {
+    int acquireCalls;
+    int stopCalls;
+    int lastPicNumberCalls;
+    int statusCalls;
+    int appletIdCalls;
+    int running[2];           /* per DMA channel */
+} SimAcquisitionCounters;
+
+void SimBoard_GetAcquisitionCounters(QORdevice* dev, SimAcquisitionCounters* out);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* SIM_BOARD_H */

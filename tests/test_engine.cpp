@@ -1,0 +1,448 @@
+// The parameter engine: names and identities, events, the typed dispatch,
+// the debug access paths and the catalogue records.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "board_fixture.h"
+
+using namespace orvtest;
+
+namespace {
+
+// A board opened on a design written by the test (as the external design file
+// "Orvindel.hap" in the test's working directory), optionally with direct
+// register access switched on.
+class CustomDesignBoard {
+public:
+    CustomDesignBoard(const std::string& manifest, bool dra) {
+        {
+            std::ofstream f("Orvindel.hap", std::ios::binary);
+            f << "TERVIK-HAP 1\n" << manifest << "end\n";
+        }
+        setenv("__TERVIK_FORCE_EXTERNAL_HAP", "1", 1);
+        if (dra) setenv("TERVIK_ENABLE_DRA", "yes", 1);
+        fg_ = Fg_InitEx("Orvindel", 0, 1);
+        unsetenv("__TERVIK_FORCE_EXTERNAL_HAP");
+        unsetenv("TERVIK_ENABLE_DRA");
+        unlink("Orvindel.hap");
+        if (fg_) dev_ = SimBoard_DeviceOf(fg_);
+    }
+    ~CustomDesignBoard() {
+        if (fg_) Fg_FreeGrabber(fg_);
+    }
+    Fg_Struct* fg() const { return fg_; }
+    QORdevice* dev() const { return dev_; }
+
+private:
+    Fg_Struct* fg_ = nullptr;
+    QORdevice* dev_ = nullptr;
+};
+
+const char kRegisters[] =
+    "register 1 A 8 2\n"
+    "register 2 B 16 0\n"
+    "register 3 C 40 2\n";
+
+}  // namespace
+
+// ---- names and identities ----
+
+TEST(Names, NinetyNineParametersInTableOrder) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    EXPECT_EQ(99, Fg_getNrOfParameter(b.fg()));
+    EXPECT_STREQ("FG_PIXELFORMAT", Fg_getParameterName(b.fg(), 0));
+    EXPECT_EQ(0, b.lastError());
+    EXPECT_STREQ("FG_DIGIO_INPUT", Fg_getParameterName(b.fg(), 98));
+    EXPECT_EQ(nullptr, Fg_getParameterName(b.fg(), 99));
+    EXPECT_EQ(-2070, b.lastError());
+    EXPECT_EQ(nullptr, Fg_getParameterName(b.fg(), -1));
+    EXPECT_EQ(100, Fg_getParameterId(b.fg(), 31));
+    EXPECT_EQ(0, b.lastError());
+    EXPECT_EQ(-2070, Fg_getParameterId(b.fg(), 99));
+    EXPECT_EQ(-2070, b.lastError());
+}
+
+TEST(Names, LookupByNameIsExactAndCaseSensitive) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    EXPECT_EQ(96, Fg_getParameterIdByName(b.fg(), "FG_LINEPERIODE"));
+    EXPECT_EQ(0, b.lastError());
+    EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), "fg_lineperiode"));
+    EXPECT_EQ(-2070, b.lastError());
+    EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), ""));
+    EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), "FG_LINEPERIODE "));
+    // Every name maps back to the identity its index gives.
+    for (int i = 0; i < 99; ++i) {
+        const char* name = Fg_getParameterName(b.fg(), i);
+        ASSERT_NE(nullptr, name);
+        EXPECT_EQ(Fg_getParameterId(b.fg(), i), Fg_getParameterIdByName(b.fg(), name)) << name;
+    }
+}
+
+TEST(Names, DirectRegisterAccessAddsRegisterNamesAfterTheSdkNames) {
+    CustomDesignBoard b(kRegisters, true);
+    ASSERT_NE(nullptr, b.fg());
+    EXPECT_EQ(102, Fg_getNrOfParameter(b.fg()));
+    EXPECT_STREQ("DRA_A", Fg_getParameterName(b.fg(), 99));
+    EXPECT_STREQ("DRA_B", Fg_getParameterName(b.fg(), 100));
+    EXPECT_STREQ("DRA_C", Fg_getParameterName(b.fg(), 101));
+    EXPECT_EQ(1000003, Fg_getParameterIdByName(b.fg(), "DRA_C"));
+    EXPECT_EQ(1000001, Fg_getParameterId(b.fg(), 99));
+}
+
+TEST(Names, WithoutDirectRegisterAccessRegistersStayHidden) {
+    CustomDesignBoard b(kRegisters, false);
+    ASSERT_NE(nullptr, b.fg());
+    EXPECT_EQ(99, Fg_getNrOfParameter(b.fg()));
+    EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), "DRA_A"));
+    // Identities of the register range reach the table and are unknown there.
+    uint32_t v = 1;
+    EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), 1000001, &v, 0, FG_PARAM_TYPE_UINT32_T));
+}
+
+// ---- events ----
+
+TEST(Events, OverflowAliasesLeadToTheDesignEventsMasks) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    uint64_t cam0 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0");
+    uint64_t cam1 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1");
+    EXPECT_NE(0u, cam0);
+    EXPECT_NE(0u, cam1);
+    EXPECT_EQ(cam0, Fg_getEventMask(b.fg(), "Device1_Process0_Overflow_Overflow"));
+    EXPECT_EQ(cam1, Fg_getEventMask(b.fg(), "Device1_Process1_Overflow_Overflow"));
+    EXPECT_EQ(0, b.lastError());
+    // Exactly one bit each.
+    EXPECT_EQ(0u, cam0 & (cam0 - 1));
+    EXPECT_EQ(0u, cam1 & (cam1 - 1));
+    // Process 0's mask names its design event (it is of kind 1); process 1's the alias.
+    EXPECT_STREQ("Device1_Process0_Overflow_Overflow", Fg_getEventName(b.fg(), cam0));
+    EXPECT_STREQ("FG_OVERFLOW_CAM1", Fg_getEventName(b.fg(), cam1));
+    EXPECT_EQ(nullptr, Fg_getEventName(b.fg(), 0));
+    EXPECT_EQ(-2070, b.lastError());
+    EXPECT_EQ(nullptr, Fg_getEventName(b.fg(), cam0 | cam1));
+    EXPECT_EQ(0u, Fg_getEventMask(b.fg(), "NoSuchEvent"));
+    EXPECT_EQ(-2070, b.lastError());
+}
+
+TEST(Events, MaskIsFixedByTheEventsIndexInTheDesign) {
+    CustomDesignBoard b(
+        "event 0 1 E0\n"
+        "event 1 0 E1\n"
+        "event 2 1 Device1_Process1_Overflow_Overflow\n"
+        "event 3 1 E3\n"
+        "event 4 1 Device1_Process0_Overflow_Overflow\n"
+        "event 5 1 E5\n",
+        false);
+    ASSERT_NE(nullptr, b.fg());
+    EXPECT_EQ(1u, Fg_getEventMask(b.fg(), "E0"));
+    EXPECT_EQ(0u, Fg_getEventMask(b.fg(), "E1")) << "events of other kinds are not mapped";
+    EXPECT_EQ(8u, Fg_getEventMask(b.fg(), "E3"));
+    EXPECT_EQ(32u, Fg_getEventMask(b.fg(), "E5"));
+    EXPECT_EQ(16u, Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0"));
+    EXPECT_EQ(4u, Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1"));
+    EXPECT_STREQ("FG_OVERFLOW_CAM1", Fg_getEventName(b.fg(), 4));
+    EXPECT_STREQ("Device1_Process0_Overflow_Overflow", Fg_getEventName(b.fg(), 16));
+}
+
+TEST(Events, EventsAfterAGapAreNotCounted) {
+    CustomDesignBoard b("event 0 1 E0\nevent 1 1 E1\nevent 2 1 E2\nevent 5 1 E5\n", false);
+    ASSERT_NE(nullptr, b.fg());
+    EXPECT_EQ(4u, Fg_getEventMask(b.fg(), "E2"));
+    EXPECT_EQ(0u, Fg_getEventMask(b.fg(), "E5"));
+    EXPECT_EQ(0u, Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0"));
+}
+
+// ---- the typed dispatch ----
+
+TEST(Dispatch, UnknownPortIdentityAndNullValue) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    uint32_t v = 1024;
+    EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), FG_WIDTH, &v, 2, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(-2070, b.lastError());
+    EXPECT_EQ(-2070, Fg_getParameterWithType(b.fg(), FG_WIDTH, &v, 2, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), 12345, &v, 0, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(-2070, Fg_getParameterWithType(b.fg(), 12345, &v, 1, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), FG_WIDTH, nullptr, 0, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(-2070, Fg_getParameterWithType(b.fg(), FG_WIDTH, nullptr, 0, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(-2070, b.lastError());
+}
+
+TEST(Dispatch, ReadOnlyAndConstantRows) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    for (int port = 0; port < 2; ++port) {
+        uint32_t v = 7;
+        EXPECT_EQ(-12, Fg_setParameterWithType(b.fg(), FG_APPLET_VERSION, &v, port, FG_PARAM_TYPE_UINT32_T));
+        EXPECT_EQ(-12, b.lastError());
+        EXPECT_EQ(3u, b.u32(FG_APPLET_VERSION, port));
+        EXPECT_EQ(0, b.lastError());
+        EXPECT_EQ(0u, b.u32(FG_APPLET_REVISION, port));
+        EXPECT_EQ(12u, b.u32(FG_PIXELDEPTH, port));
+        EXPECT_EQ(12u, b.u32(FG_LUT_IN_BITS, port));
+        EXPECT_EQ(12u, b.u32(FG_LUT_OUT_BITS, port));
+        EXPECT_EQ(0u, b.u32(FG_LUT_IMPLEMENTATION_TYPE, port));
+        for (int id : {FG_PIXELDEPTH, FG_DMASTATUS, FG_FILLLEVEL, FG_OVERFLOW, FG_CAMSTATUS, FG_DIGIO_INPUT,
+                       FG_TRANSFER_LEN, FG_NR_OF_DMAS, FG_APPLET_ID, FG_SYSTEMMONITOR_FPGA_DNA,
+                       FG_CAMERASIMULATOR_ACTIVE, FG_IMGTRIGGER_IS_BUSY})
+            EXPECT_EQ(-12, Fg_setParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_UINT32_T)) << id;
+    }
+}
+
+TEST(Dispatch, HostLevelRowsAreReadFromTheHostInTheCallersType) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    EXPECT_EQ(2u, b.u32(FG_NR_OF_DMAS, 0));
+    EXPECT_EQ(2u, b.u32(FG_NR_OF_CAMS, 1));
+    EXPECT_EQ(2u, b.u32(FG_NR_OF_PROCESSES, 0));
+    EXPECT_EQ(1u, b.u32(FG_DMA_PORT, 1));
+    EXPECT_EQ(0u, b.u32(FG_CAM_PORT, 0));
+    // A 64-bit read clears all 8 bytes before the host writes its answer.
+    uint64_t wide = ~uint64_t(0);
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_NR_OF_DMAS, &wide, 0, FG_PARAM_TYPE_UINT64_T));
+    EXPECT_EQ(2u, wide);
+    // A 64-bit read of a 32-bit parameter leaves the upper half cleared.
+    wide = ~uint64_t(0);
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_APPLET_VERSION, &wide, 0, FG_PARAM_TYPE_UINT64_T));
+    EXPECT_EQ(3u, wide);
+    // A host failure is the result and stays in the error store.
+    SimBoard_FailNthHostCall(b.dev(), 1, -3333);
+    uint32_t v = 0;
+    EXPECT_EQ(-3333, Fg_getParameterWithType(b.fg(), FG_TRANSFER_LEN, &v, 0, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(-3333, b.lastError());
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_TRANSFER_LEN, &v, 0, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(0, b.lastError());
+}
+
+TEST(Dispatch, DescriptionQueryOnBothPorts) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    for (int port = 0; port < 2; ++port) {
+        char buf[1024] = "FG_WIDTH";
+        EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 24114, buf, port, FG_PARAM_TYPE_CHAR_PTR));
+        EXPECT_STREQ("Image width of the acquisition ROI.", buf);
+        std::strcpy(buf, "FG_SHAFTENCODER_COMPENSATION_ENABLE");
+        EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 24114, buf, port, FG_PARAM_TYPE_CHAR_PTR));
+        EXPECT_EQ(880u, std::strlen(buf)) << "the longest description";
+        std::strcpy(buf, "FG_NO_SUCH_NAME");
+        EXPECT_EQ(-2070, Fg_getParameterWithType(b.fg(), 24114, buf, port, FG_PARAM_TYPE_CHAR_PTR));
+        EXPECT_EQ(-12, Fg_setParameterWithType(b.fg(), 24114, buf, port, FG_PARAM_TYPE_CHAR_PTR));
+    }
+}
+
+TEST(Dispatch, DirectQorAccessForwardsToTheHostsOwnIdentities) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    const std::string name = dp(1, "Trigger_Trigger_ImgTrgDelay");
+    int hostId = SimBoard_ParameterId(b.dev(), name.c_str());
+    ASSERT_GT(hostId, 0);
+    uint32_t v = 4321;
+    EXPECT_EQ(0, Fg_setParameterWithType(b.fg(), 2000000 + hostId, &v, 1, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(4321u, b.designU32(name.c_str()));
+    uint32_t back = 0;
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 2000000 + hostId, &back, 1, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(4321u, back);
+    // An identity the host does not know gives the host's error.
+    EXPECT_NE(0, Fg_getParameterWithType(b.fg(), 2000000 + 999999, &back, 0, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_NE(0, b.lastError());
+}
+
+// ---- direct register access ----
+
+TEST(DirectRegisters, WritesAndReadsGoThroughTheRegisterRuntimeUnmasked) {
+    CustomDesignBoard b(kRegisters, true);
+    ASSERT_NE(nullptr, b.fg());
+    uint32_t v = 0x1FFF;
+    EXPECT_EQ(0, Fg_setParameterWithType(b.fg(), 1000001, &v, 0, FG_PARAM_TYPE_UINT32_T));
+    uint64_t reg = 0;
+    EXPECT_EQ(0, SimBoard_GetRegister(b.dev(), 1, &reg));
+    EXPECT_EQ(0x1FFFu, reg) << "no masking to the register's 8 bits";
+
+    // A 40-bit register is read as 8 bytes, a 16-bit one as 4.
+    ASSERT_EQ(0, SimBoard_SetRegister(b.dev(), 3, 0x12345678ABull));
+    ASSERT_EQ(0, SimBoard_SetRegister(b.dev(), 2, 0xFFFFFFFF0000BEEFull));
+    unsigned char buf[8];
+    std::memset(buf, 0xCC, sizeof buf);
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 1000003, buf, 0, FG_PARAM_TYPE_UINT64_T));
+    uint64_t wide;
+    std::memcpy(&wide, buf, 8);
+    EXPECT_EQ(0x12345678ABull, wide);
+    std::memset(buf, 0xCC, sizeof buf);
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 1000002, buf, 0, FG_PARAM_TYPE_UINT32_T));
+    uint32_t narrow;
+    std::memcpy(&narrow, buf, 4);
+    EXPECT_EQ(0x0000BEEFu, narrow);
+    EXPECT_EQ(0xCC, buf[4]) << "only 4 bytes are written for a 16-bit register";
+
+    // A read-only register is still written through its identity.
+    v = 5;
+    EXPECT_EQ(0, Fg_setParameterWithType(b.fg(), 1000002, &v, 0, FG_PARAM_TYPE_UINT32_T));
+    // Failures of the register runtime are the result.
+    SimBoard_FailRegisters(b.dev(), -99);
+    EXPECT_EQ(-99, Fg_getParameterWithType(b.fg(), 1000001, &narrow, 0, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(-99, Fg_getLastErrorNumber(b.fg()));
+}
+
+TEST(DirectRegisters, RecordsUnderTheirOwnGroupOnEachPort) {
+    CustomDesignBoard b(kRegisters, true);
+    ASSERT_NE(nullptr, b.fg());
+    for (int port = 0; port < 2; ++port) {
+        RegisterInfo* g = Fg_getParameterInfo(b.fg(), port);
+        ASSERT_NE(nullptr, g);
+        EXPECT_STREQ("Direct Register Access", g->name) << "the newest top-level group comes first";
+        ASSERT_EQ(3, g->u.gReg.nrOfElements);
+        RegisterInfo* a = g->u.gReg.elements[0];
+        EXPECT_STREQ("A (8)", a->name);
+        EXPECT_STREQ("DRA_A", a->parameterName);
+        EXPECT_EQ(REG_FORMAT_UINT, a->format);
+        EXPECT_EQ(255u, a->u.uiReg.to);
+        EXPECT_EQ(7, a->accessFlags);
+        EXPECT_EQ(1000001, a->id);
+        EXPECT_EQ(port, a->port);
+        RegisterInfo* rb = g->u.gReg.elements[1];
+        EXPECT_EQ(1, rb->accessFlags) << "direction 0 registers are read-only";
+        RegisterInfo* c = g->u.gReg.elements[2];
+        EXPECT_EQ(REG_FORMAT_UINT64, c->format);
+        EXPECT_EQ((uint64_t(1) << 40) - 1, c->u.iReg64.to);
+        EXPECT_EQ(nullptr, c->unit);
+    }
+}
+
+// ---- the catalogue ----
+
+TEST(Catalogue, EveryPortHoldsTheSameNinetyTwoRecords) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    std::set<std::string> names[2];
+    for (int port = 0; port < 2; ++port) {
+        std::function<void(RegisterInfo*)> walk = [&](RegisterInfo* r) {
+            if (r->format == REG_FORMAT_GROUP) {
+                for (int i = 0; i < r->u.gReg.nrOfElements; ++i) {
+                    EXPECT_EQ(i, r->u.gReg.elements[i]->index);
+                    walk(r->u.gReg.elements[i]);
+                }
+            } else {
+                names[port].insert(r->parameterName);
+                EXPECT_EQ(port, r->port);
+                EXPECT_EQ(1, r->visibilityFlags);
+                EXPECT_EQ(Fg_getParameterIdByName(b.fg(), r->parameterName), r->id) << r->parameterName;
+            }
+        };
+        for (RegisterInfo* g = Fg_getParameterInfo(b.fg(), port); g; g = g->next) walk(g);
+        EXPECT_EQ(92u, names[port].size());
+    }
+    EXPECT_EQ(names[0], names[1]);
+    // Distinct objects per port: changing one leaves the other.
+    RegisterInfo* w0 = b.record(0, FG_WIDTH);
+    RegisterInfo* w1 = b.record(1, FG_WIDTH);
+    ASSERT_TRUE(w0 && w1);
+    EXPECT_NE(w0, w1);
+}
+
+TEST(Catalogue, LineTriggerGroupShape) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    RegisterInfo* g = Fg_getParameterInfo(b.fg(), 1);
+    while (g && std::strcmp(g->name, "Line Trigger / ExSync") != 0) g = g->next;
+    ASSERT_NE(nullptr, g);
+    ASSERT_EQ(5, g->u.gReg.nrOfElements);
+    const char* expected[] = {"Line Trigger Input", "Shaft Encoder A/B Filter", "ExSync Output", "Line Trigger Mode",
+                              "ExSync Enable"};
+    for (int i = 0; i < 5; ++i) EXPECT_STREQ(expected[i], g->u.gReg.elements[i]->name);
+    RegisterInfo* input = g->u.gReg.elements[0];
+    EXPECT_EQ(REG_FORMAT_GROUP, input->format);
+    EXPECT_EQ(1, input->depth);
+    EXPECT_STREQ("Line Trigger / ExSync", input->parentName);
+    RegisterInfo* downscale = input->u.gReg.elements[0];
+    EXPECT_STREQ("Downscale", downscale->name);
+    EXPECT_EQ(2, downscale->depth);
+    EXPECT_EQ(2, downscale->u.gReg.nrOfElements);
+}
+
+TEST(Catalogue, SampleRecordsFieldByField) {
+    Board b(1);
+    ASSERT_TRUE(b.ok());
+    for (int port = 0; port < 2; ++port) {
+        RegisterInfo* r = b.record(port, FG_LINETRIGGERDEBOUNCING);
+        ASSERT_NE(nullptr, r);
+        EXPECT_EQ(REG_FORMAT_DOUBLE, r->format);
+        EXPECT_STREQ("Debouncing Time", r->name);
+        EXPECT_STREQ("\xB5s", r->unit) << "Latin-1 micro sign";
+        EXPECT_EQ(0.008, r->u.dReg.from);
+        EXPECT_EQ(30.0, r->u.dReg.to);
+        EXPECT_EQ(7, r->accessFlags);
+        EXPECT_EQ(1, r->rangeFlags);
+
+        r = b.record(port, FG_SYSTEMMONITOR_FPGA_TEMPERATURE);
+        ASSERT_NE(nullptr, r);
+        EXPECT_STREQ("FGPA Temperature", r->name);
+        EXPECT_STREQ("Celsius", r->unit);
+        EXPECT_EQ(1, r->accessFlags);
+        EXPECT_STREQ("FGPA Vcc Aux", b.record(port, FG_SYSTEMMONITOR_FPGA_VCC_AUX)->name);
+
+        r = b.record(port, FG_IMGTRIGGERINSRC);
+        ASSERT_NE(nullptr, r);
+        EXPECT_EQ(REG_FORMAT_ENUM, r->format);
+        ASSERT_EQ(9, r->u.eReg.nrOfElements);
+        EXPECT_STREQ("Software Trigger", r->u.eReg.enumNames[8]);
+        EXPECT_EQ(-1, r->u.eReg.enumValues[8]);
+        EXPECT_STREQ("TRGINSOFTWARE", r->u.eReg.enumDefName[8]);
+        EXPECT_STREQ("", r->unit);
+
+        r = b.record(port, FG_SENDSOFTWARETRIGGER);
+        ASSERT_EQ(1, r->u.eReg.nrOfElements);
+        EXPECT_STREQ("Apply", r->u.eReg.enumNames[0]);
+        EXPECT_EQ(1, r->u.eReg.enumValues[0]);
+
+        r = b.record(port, FG_LINETRIGGERINPOLARITY);
+        EXPECT_STREQ("Low Active", r->u.eReg.enumNames[0]);
+        EXPECT_EQ(1, r->u.eReg.enumValues[0]);
+        r = b.record(port, FG_EXSYNCPOLARITY);
+        EXPECT_STREQ("Low Active", r->u.eReg.enumNames[0]);
+        EXPECT_EQ(0, r->u.eReg.enumValues[0]);
+
+        r = b.record(port, FG_TIMEOUT);
+        EXPECT_EQ(2u, r->u.uiReg.from);
+        EXPECT_EQ(2147483646u, r->u.uiReg.to);
+        EXPECT_STREQ("seconds", r->unit);
+
+        r = b.record(port, FG_SYSTEMMONITOR_FPGA_DNA);
+        EXPECT_EQ(REG_FORMAT_UINT64, r->format);
+        EXPECT_EQ(144115188075855871ull, r->u.iReg64.to);
+
+        r = b.record(port, FG_LUT_VALUE);
+        EXPECT_EQ(REG_FORMAT_UINTFIELD, r->format);
+        EXPECT_EQ(4096, r->u.uifReg.nrOfElements);
+        EXPECT_EQ(4095u, r->u.uifReg.to);
+        EXPECT_EQ(0u, r->u.uifReg.value);
+        EXPECT_EQ(0, r->u.uifReg.index);
+
+        r = b.record(port, FG_SYSTEMMONITOR_CHANNEL_CURRENT);
+        EXPECT_EQ(REG_FORMAT_DOUBLEFIELD, r->format);
+        EXPECT_EQ(4, r->u.dfReg.nrOfElements);
+        EXPECT_EQ(-100000.0, r->u.dfReg.from);
+        EXPECT_EQ(-100000.0, r->u.dfReg.value);
+
+        r = b.record(port, FG_LUT_CUSTOM_FILE);
+        EXPECT_EQ(REG_FORMAT_STRING, r->format);
+        EXPECT_STREQ("*.lut", r->u.sReg.FileExtension);
+        r = b.record(port, FG_APPLET_ID);
+        EXPECT_EQ(nullptr, r->u.sReg.FileExtension);
+
+        r = b.record(port, FG_PROCESSING_GAIN);
+        EXPECT_EQ(0x1p-52, r->u.dReg.steps);
+
+        r = b.record(port, FG_CAMERASIMULATOR_PIXEL_FREQUENCY);
+        EXPECT_EQ(1500.0, r->u.dReg.to) << "narrowed at start-up";
+        EXPECT_EQ(2, r->rangeFlags);
+    }
+}

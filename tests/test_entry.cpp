@@ -1,0 +1,304 @@
+// Start-up, tear-down and the applet library's exports themselves.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "board_fixture.h"
+
+using namespace orvtest;
+
+namespace {
+
+// The applet's own exports, taken from its library (the test process also has
+// the host runtime's same-named application entry points).
+struct Exports {
+    explicit Exports(const AppletLibrary& lib)
+        : std_entry(lib.fn<decltype(&::Std_entry)>("Std_entry")),
+          free_grabber(lib.fn<decltype(&::Fg_FreeGrabber)>("Fg_FreeGrabber")),
+          last_error(lib.fn<decltype(&::Fg_getLastErrorNumber)>("Fg_getLastErrorNumber")),
+          set(lib.fn<decltype(&::Fg_setParameterWithType)>("Fg_setParameterWithType")),
+          get(lib.fn<decltype(&::Fg_getParameterWithType)>("Fg_getParameterWithType")),
+          acquire(lib.fn<decltype(&::Fg_AcquireEx)>("Fg_AcquireEx")),
+          stop(lib.fn<decltype(&::Fg_stopAcquireEx)>("Fg_stopAcquireEx")),
+          last_pic(lib.fn<decltype(&::Fg_getLastPicNumberEx)>("Fg_getLastPicNumberEx")),
+          last_pic_blocking(lib.fn<decltype(&::Fg_getLastPicNumberBlockingEx)>("Fg_getLastPicNumberBlockingEx")),
+          status(lib.fn<decltype(&::Fg_getStatusEx)>("Fg_getStatusEx")),
+          applet_id(lib.fn<decltype(&::Fg_getAppletId)>("Fg_getAppletId")),
+          nr_params(lib.fn<decltype(&::Fg_getNrOfParameter)>("Fg_getNrOfParameter")),
+          param_name(lib.fn<decltype(&::Fg_getParameterName)>("Fg_getParameterName")),
+          param_id(lib.fn<decltype(&::Fg_getParameterId)>("Fg_getParameterId")),
+          id_by_name(lib.fn<decltype(&::Fg_getParameterIdByName)>("Fg_getParameterIdByName")),
+          info(lib.fn<decltype(&::Fg_getParameterInfo)>("Fg_getParameterInfo")),
+          info_xml(lib.fn<decltype(&::Fg_getParameterInfoXML)>("Fg_getParameterInfoXML")),
+          save(lib.fn<decltype(&::Fg_saveConfig)>("Fg_saveConfig")),
+          load(lib.fn<decltype(&::Fg_loadConfig)>("Fg_loadConfig")),
+          event_mask(lib.fn<decltype(&::Fg_getEventMask)>("Fg_getEventMask")),
+          event_name(lib.fn<decltype(&::Fg_getEventName)>("Fg_getEventName")),
+          alloc_shading(lib.fn<decltype(&::Fg_AllocShading)>("Fg_AllocShading")),
+          free_shading(lib.fn<decltype(&::Fg_FreeShading)>("Fg_FreeShading")),
+          shad_sub(lib.fn<decltype(&::Shad_SetSubValueLine)>("Shad_SetSubValueLine")),
+          shad_mult(lib.fn<decltype(&::Shad_SetMultValueLine)>("Shad_SetMultValueLine")),
+          shad_fpn(lib.fn<decltype(&::Shad_SetFixedPatternNoiseLine)>("Shad_SetFixedPatternNoiseLine")),
+          shad_max(lib.fn<decltype(&::Shad_GetMaxLine)>("Shad_GetMaxLine")),
+          shad_get(lib.fn<decltype(&::Shad_GetAccess)>("Shad_GetAccess")),
+          shad_free(lib.fn<decltype(&::Shad_FreeAccess)>("Shad_FreeAccess")),
+          shad_write(lib.fn<decltype(&::Shad_WriteActLine)>("Shad_WriteActLine")) {}
+
+    decltype(&::Std_entry) std_entry;
+    decltype(&::Fg_FreeGrabber) free_grabber;
+    decltype(&::Fg_getLastErrorNumber) last_error;
+    decltype(&::Fg_setParameterWithType) set;
+    decltype(&::Fg_getParameterWithType) get;
+    decltype(&::Fg_AcquireEx) acquire;
+    decltype(&::Fg_stopAcquireEx) stop;
+    decltype(&::Fg_getLastPicNumberEx) last_pic;
+    decltype(&::Fg_getLastPicNumberBlockingEx) last_pic_blocking;
+    decltype(&::Fg_getStatusEx) status;
+    decltype(&::Fg_getAppletId) applet_id;
+    decltype(&::Fg_getNrOfParameter) nr_params;
+    decltype(&::Fg_getParameterName) param_name;
+    decltype(&::Fg_getParameterId) param_id;
+    decltype(&::Fg_getParameterIdByName) id_by_name;
+    decltype(&::Fg_getParameterInfo) info;
+    decltype(&::Fg_getParameterInfoXML) info_xml;
+    decltype(&::Fg_saveConfig) save;
+    decltype(&::Fg_loadConfig) load;
+    decltype(&::Fg_getEventMask) event_mask;
+    decltype(&::Fg_getEventName) event_name;
+    decltype(&::Fg_AllocShading) alloc_shading;
+    decltype(&::Fg_FreeShading) free_shading;
+    decltype(&::Shad_SetSubValueLine) shad_sub;
+    decltype(&::Shad_SetMultValueLine) shad_mult;
+    decltype(&::Shad_SetFixedPatternNoiseLine) shad_fpn;
+    decltype(&::Shad_GetMaxLine) shad_max;
+    decltype(&::Shad_GetAccess) shad_get;
+    decltype(&::Shad_FreeAccess) shad_free;
+    decltype(&::Shad_WriteActLine) shad_write;
+};
+
+// A board opened by calling the applet's Std_entry directly on a device of our own.
+class DirectBoard : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(lib.ok()) << dlerror();
+        dev = SimBoard_CreateDevice(0);
+        ASSERT_NE(dev, nullptr);
+    }
+    void TearDown() override {
+        if (fg.Master) x.free_grabber(&fg);
+        SimBoard_DestroyDevice(dev);
+    }
+    void open(int flags = 1) {
+        int err = 12345;
+        fg.Master = x.std_entry(dev, &err, flags);
+        ASSERT_NE(fg.Master, nullptr);
+        ASSERT_EQ(err, 0);
+    }
+
+    AppletLibrary lib;
+    Exports x{lib};
+    QORdevice* dev = nullptr;
+    Fg_Struct fg{nullptr};
+};
+
+}  // namespace
+
+TEST_F(DirectBoard, StdEntrySucceedsWithStatusZeroAndFreeGrabberClearsMaster) {
+    open(0);
+    EXPECT_EQ(0, x.last_error(&fg));
+    EXPECT_NE(nullptr, SimBoard_HostHandleOf(dev));
+    EXPECT_EQ(0, x.free_grabber(&fg));
+    EXPECT_EQ(nullptr, fg.Master);
+    EXPECT_EQ(nullptr, SimBoard_HostHandleOf(dev)) << "the host board must be released";
+}
+
+TEST_F(DirectBoard, StdEntryAcceptsNullStatus) {
+    fg.Master = x.std_entry(dev, nullptr, 1);
+    EXPECT_NE(nullptr, fg.Master);
+}
+
+TEST_F(DirectBoard, DesignNotLoadableFromMissingExternalFileGivesMinus100) {
+    // The test runs in its own empty working directory: there is no Orvindel.hap here.
+    ASSERT_NE(0, access("Orvindel.hap", F_OK));
+    setenv("__TERVIK_FORCE_EXTERNAL_HAP", "", 1);
+    int err = 0;
+    Fg_Master* m = x.std_entry(dev, &err, 1);
+    unsetenv("__TERVIK_FORCE_EXTERNAL_HAP");
+    EXPECT_EQ(nullptr, m);
+    EXPECT_EQ(-100, err);
+    EXPECT_EQ(nullptr, SimBoard_HostHandleOf(dev));
+}
+
+TEST_F(DirectBoard, ExternalDesignFileIsLoadedWhenForced) {
+    std::string image = std::string(std::getenv("ORV_DESIGN_DIR")) + "/Orvindel.hap";
+    ASSERT_EQ(0, symlink(image.c_str(), "Orvindel.hap")) << image;
+    setenv("__TERVIK_FORCE_EXTERNAL_HAP", "1", 1);
+    int err = 1;
+    fg.Master = x.std_entry(dev, &err, 1);
+    unsetenv("__TERVIK_FORCE_EXTERNAL_HAP");
+    unlink("Orvindel.hap");
+    EXPECT_NE(nullptr, fg.Master);
+    EXPECT_EQ(0, err);
+}
+
+TEST_F(DirectBoard, HostInitialisationFailureReportsTheHostsLastError) {
+    SimBoard_FailInit(dev, -777);
+    int err = 0;
+    EXPECT_EQ(nullptr, x.std_entry(dev, &err, 1));
+    EXPECT_EQ(-777, err);
+}
+
+TEST_F(DirectBoard, EveryExportAnswersNoBoardForNullOrEmptyStructure) {
+    Fg_Struct empty{nullptr};
+    for (Fg_Struct* f : {static_cast<Fg_Struct*>(nullptr), &empty}) {
+        uint32_t v = 0;
+        size_t size = 0;
+        EXPECT_EQ(-2001, x.free_grabber(f));
+        EXPECT_EQ(-2001, x.last_error(f));
+        EXPECT_EQ(-2001, x.set(f, FG_WIDTH, &v, 0, FG_PARAM_TYPE_UINT32_T));
+        EXPECT_EQ(-2001, x.get(f, FG_WIDTH, &v, 0, FG_PARAM_TYPE_UINT32_T));
+        EXPECT_EQ(-2001, x.acquire(f, 0, 1, 0, nullptr));
+        EXPECT_EQ(-2001, x.stop(f, 0, nullptr, 0));
+        EXPECT_EQ(-2001, x.last_pic(f, 0, nullptr));
+        EXPECT_EQ(-2001, x.last_pic_blocking(f, 1, 0, 10, nullptr));
+        EXPECT_EQ(-2001, x.status(f, 0, 0, 0, nullptr));
+        EXPECT_EQ(-2001, x.applet_id(f, "Orvindel"));
+        EXPECT_EQ(-2001, x.nr_params(f));
+        EXPECT_EQ(nullptr, x.param_name(f, 0));
+        EXPECT_EQ(-2001, x.param_id(f, 0));
+        EXPECT_EQ(-2001, x.id_by_name(f, "FG_WIDTH"));
+        EXPECT_EQ(nullptr, x.info(f, 0));
+        EXPECT_EQ(-2001, x.info_xml(f, 0, nullptr, &size));
+        EXPECT_EQ(-2001, x.save(f, "x.mcf"));
+        EXPECT_EQ(-2001, x.load(f, "x.mcf"));
+        EXPECT_EQ(0u, x.event_mask(f, "FG_OVERFLOW_CAM0"));
+        EXPECT_EQ(nullptr, x.event_name(f, 1));
+        EXPECT_EQ(nullptr, x.alloc_shading(f, 0, 0));
+        EXPECT_EQ(-2001, x.free_shading(f, nullptr));
+        EXPECT_EQ(-2001, x.shad_sub(f, nullptr, 0, 0, 1.0f));
+        EXPECT_EQ(-2001, x.shad_mult(f, nullptr, 0, 0, 1.0f));
+        EXPECT_EQ(-2001, x.shad_fpn(f, nullptr, 0, 0, 1));
+        EXPECT_EQ(-2001, x.shad_max(f, nullptr));
+        EXPECT_EQ(-2001, x.shad_get(f, nullptr));
+        EXPECT_EQ(-2001, x.shad_free(f, nullptr));
+        EXPECT_EQ(-2001, x.shad_write(f, nullptr, 0));
+    }
+}
+
+TEST_F(DirectBoard, ShadingIsNotSupportedAndStoresItsAnswer) {
+    open();
+    EXPECT_EQ(nullptr, x.alloc_shading(&fg, 0, 0));
+    EXPECT_EQ(-1, x.last_error(&fg));
+    EXPECT_EQ(-2130, x.free_shading(&fg, nullptr));
+    EXPECT_EQ(-2130, x.last_error(&fg));
+    EXPECT_EQ(-2130, x.shad_sub(&fg, nullptr, 1, 0, 0.5f));
+    EXPECT_EQ(-2130, x.shad_mult(&fg, nullptr, 1, 0, 0.5f));
+    EXPECT_EQ(-2130, x.shad_fpn(&fg, nullptr, 1, 0, 1));
+    EXPECT_EQ(-2130, x.shad_max(&fg, nullptr));
+    EXPECT_EQ(-2130, x.shad_get(&fg, nullptr));
+    EXPECT_EQ(-2130, x.shad_free(&fg, nullptr));
+    EXPECT_EQ(-2130, x.shad_write(&fg, nullptr, 3));
+}
+
+TEST_F(DirectBoard, ForwardedCallsReachTheHostAndKeepItsLastError) {
+    open();
+    SimAcquisitionCounters before{}, after{};
+    SimBoard_GetAcquisitionCounters(dev, &before);
+    EXPECT_GE(x.acquire(&fg, 0, 10, 0, nullptr), 0);
+    EXPECT_EQ(0, x.last_error(&fg));
+    SimBoard_GetAcquisitionCounters(dev, &after);
+    EXPECT_EQ(before.acquireCalls + 1, after.acquireCalls);
+
+    // A failing host call leaves the host's last error in the store ...
+    SimBoard_FailNthHostCall(dev, 1, -4711);
+    EXPECT_LT(x.stop(&fg, 0, nullptr, 0), 0);
+    EXPECT_EQ(-4711, x.last_error(&fg));
+    // ... and a following success resets it.
+    EXPECT_GE(x.stop(&fg, 0, nullptr, 0), 0);
+    EXPECT_EQ(0, x.last_error(&fg));
+
+    // An invalid DMA channel is refused by the host with its own error.
+    EXPECT_LT(x.last_pic(&fg, 7, nullptr), 0);
+    EXPECT_NE(0, x.last_error(&fg));
+}
+
+TEST_F(DirectBoard, FreeGrabberTwiceAnswersNoBoardTheSecondTime) {
+    open();
+    EXPECT_EQ(0, x.free_grabber(&fg));
+    EXPECT_EQ(nullptr, fg.Master);
+    EXPECT_EQ(-2001, x.free_grabber(&fg));
+}
+
+TEST_F(DirectBoard, RegistryHasThirteenGroupsPerPortNewestFirst) {
+    open();
+    for (int port = 0; port < 2; ++port) {
+        RegisterInfo* first = x.info(&fg, port);
+        ASSERT_NE(nullptr, first);
+        EXPECT_STREQ("Miscellaneous", first->name);
+        int groups = 0;
+        const char* last = nullptr;
+        for (RegisterInfo* g = first; g; g = g->next) {
+            EXPECT_EQ(REG_FORMAT_GROUP, g->format);
+            EXPECT_EQ(0, g->depth);
+            EXPECT_EQ(port, g->port);
+            last = g->name;
+            ++groups;
+        }
+        EXPECT_EQ(13, groups);
+        EXPECT_STREQ("CoaXPress", last);
+    }
+    EXPECT_NE(x.info(&fg, 0), x.info(&fg, 1));
+    EXPECT_EQ(nullptr, x.info(&fg, 2));
+}
+
+// ---- the direct register access switch ----
+
+class DraSwitch : public DirectBoard, public ::testing::WithParamInterface<std::pair<const char*, bool>> {};
+
+TEST_P(DraSwitch, EnablesOnlyForYesTrueOnOrOne) {
+    setenv("TERVIK_ENABLE_DRA", GetParam().first, 1);
+    open();
+    unsetenv("TERVIK_ENABLE_DRA");
+    if (GetParam().second)
+        EXPECT_GT(x.nr_params(&fg), 99) << GetParam().first;
+    else
+        EXPECT_EQ(99, x.nr_params(&fg)) << GetParam().first;
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, DraSwitch,
+                         ::testing::Values(std::make_pair("TRUE", true), std::make_pair("On", true),
+                                           std::make_pair("1", true), std::make_pair("YES", true),
+                                           std::make_pair("yes", true), std::make_pair("2", false),
+                                           std::make_pair("enable", false), std::make_pair("", false),
+                                           std::make_pair("true ", false)));
+
+// ---- the exported symbols ----
+
+TEST(Symbols, OnlyCEntryPointsAreExported) {
+    AppletLibrary lib;
+    ASSERT_TRUE(lib.ok());
+    Dl_info info;
+    ASSERT_NE(0, dladdr(dlsym(lib.handle(), "Std_entry"), &info));
+    std::string cmd = std::string("nm -D --defined-only '") + info.dli_fname + "'";
+    FILE* p = popen(cmd.c_str(), "r");
+    ASSERT_NE(nullptr, p);
+    char line[512];
+    int symbols = 0;
+    while (std::fgets(line, sizeof line, p)) {
+        std::string s(line);
+        std::string name = s.substr(s.rfind(' ') + 1);
+        name.erase(name.find_last_not_of("\n") + 1);
+        ++symbols;
+        EXPECT_EQ(std::string::npos, name.find("_Z")) << "C++ symbol exported: " << name;
+        EXPECT_TRUE(name.rfind("Fg_", 0) == 0 || name.rfind("Shad_", 0) == 0 || name == "Std_entry" ||
+                    name == "Info" || name.rfind("__", 0) == 0 || name.rfind("_", 0) == 0)
+            << "unexpected export: " << name;
+    }
+    pclose(p);
+    EXPECT_GE(symbols, 31);
+}
