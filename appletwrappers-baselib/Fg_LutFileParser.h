@@ -1,0 +1,115 @@
+#ifndef FG_LUTFILEPARSER_H
+#define FG_LUTFILEPARSER_H
+
+#include <cstdio>
+
+/** Integer lookup table as exchanged with ".lut" files. */
+struct LookupTable {
+    unsigned int* lut;          /* nrOfElements entries */
+    unsigned int id;
+    unsigned int nrOfElements;
+    unsigned int format;
+    unsigned char number;
+};
+
+/** Floating-point (knee) lookup table. */
+struct KneeLookupTable {
+    double* value;              /* nrOfElements entries */
+    void* reserved;             /* not touched */
+    unsigned int id;
+    unsigned int nrOfElements;
+    unsigned int format;
+    unsigned char number;
+};
+
+/**
+ * Writer and reader of lookup-table files.
+ *
+ * Written forms (line feeds only):
+ *  - integer table: "# Lut data file v1.1", three empty lines, "[gray]", an
+ *    empty line, "id=..;", "nrOfElements=..;", "format=..;", "number=..;",
+ *    then one "i,value;" line per entry;
+ *  - three-channel integer table: the same per "[red]", "[green]", "[blue]",
+ *    one empty line before each section and after each section line;
+ *  - knee tables: "# KneeLut data file v1.0" / "v1.1" headings, entries
+ *    "i,value;" with twelve decimals, no key lines;
+ *  - matrix: the caller's header, "nrOfElements=n;", entries.
+ *
+ * Reading is lenient: lines are read in pieces of at most 255 characters,
+ * keys are found by substring on the first line naming them (also in
+ * three-channel files, where the first section's keys apply to all), and
+ * entry c is the first line after the section line, and after entry c - 1,
+ * that contains "c," anywhere. Missing keys and entries read as 0; only a
+ * file that cannot be opened or created is an error (-1).
+ *
+ * Entry arrays allocated by the readers are made with new[]; release them
+ * with releaseLut() (or delete[]). A reader releases the array a table
+ * already points to before it reads, so a table must not point at memory
+ * the reader may not free.
+ */
+class Fg_LutFileParser {
+public:
+    /** Largest table the readers allocate (a larger count fails with -1). */
+    static const unsigned int MaxElements = 1u << 24;
+
+    Fg_LutFileParser();
+    ~Fg_LutFileParser();
+
+    bool checkFileType(const char* name);
+    bool checkFileExist(const char* name);
+    bool setOpenFile(const char* name, bool readOnly);
+    bool setSaveFile(const char* name);
+
+    // -- writing (every write is flushed) --
+    void writeLutFileHeader(const char* text);
+    void writeLutFileValue(const char* key, const char* value, const char* separator);
+    void writeIntKey(const char* key, int value, const char* separator);
+    void writeDoubleKey(const char* key, double value, const char* separator);
+    void writeIntInt(int index, int value, const char* separator);
+    void writeIntDouble(int index, double value, const char* separator);
+
+    // -- reading --
+    /** out (at least 256 characters) receives the value or "Error"; 0 or -1. */
+    int parseKeyFromLine(const char* key, char* out, const char* separators);
+    int parseIntKey(const char* key, int* out, const char* separators);
+    int parseDoubleKey(const char* key, double* out, const char* separators);
+    int getIntValue(const char* text, int* value);
+    int getDoubleValue(const char* text, double* value);
+    int parseIntInt(int* values, int n, const char* separator, const char* section);
+    int parseIntDouble(double* values, int n, const char* separator, const char* section);
+
+    // -- tables --
+    int getLutFromFile(const char* name, LookupTable* table, const char* section);
+    int getLutFromFile(const char* name, LookupTable* red, LookupTable* green, LookupTable* blue);
+    int getLutFromFile(const char* name, KneeLookupTable* table, const char* section);
+    int getLutFromFile(const char* name, KneeLookupTable* red, KneeLookupTable* green,
+                       KneeLookupTable* blue);
+    int saveLutToFile(const char* name, const LookupTable* table);
+    int saveLutToFile(const char* name, const LookupTable* red, const LookupTable* green,
+                      const LookupTable* blue);
+    int saveLutToFile(const char* name, const KneeLookupTable* table, const char* section);
+    int saveLutToFile(const char* name, const KneeLookupTable* red, const KneeLookupTable* green,
+                      const KneeLookupTable* blue);
+    int saveMatrixToFile(const char* name, const char* header, const int* values, int n);
+    /** Not supported: always -1. */
+    int getMatrixFromFile(const char* name, int* values, int n);
+
+    static void releaseLut(LookupTable* table);
+    static void releaseLut(KneeLookupTable* table);
+
+private:
+    Fg_LutFileParser(const Fg_LutFileParser&);
+    Fg_LutFileParser& operator=(const Fg_LutFileParser&);
+
+    void closeFile();
+    void flush();
+    bool findSection(const char* section);
+    bool nextEntryText(int index, const char* separator, char* text);
+    void writeKeys(const LookupTable& table);
+    void writeEntries(const LookupTable& table);
+    void writeEntries(const KneeLookupTable& table);
+
+    std::FILE* mConfigFile;
+};
+
+#endif

@@ -1,0 +1,461 @@
+#include "parameterInfo.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+const int kErrBufferTooSmall = -500;       // a text copy could not be allocated
+const int kErrInvalidParameter = -2070;    // missing record, entry or name
+
+// A private C copy of a text; NULL for NULL. `failed` is set when a text was
+// given but could not be copied.
+char* copyText(const char* text, bool& failed)
+{
+    if (text == NULL)
+        return NULL;
+    char* copy = strdup(text);
+    if (copy == NULL)
+        failed = true;
+    return copy;
+}
+
+}  // namespace
+
+Fg_ParameterInfo::Fg_ParameterInfo() : groupAutoIndex(0)
+{
+    for (int port = 0; port < NR_OF_PORTS; ++port) {
+        mGlobRegInfo[port] = NULL;
+        allRegFinalized[port] = false;
+        init(port);
+    }
+}
+
+Fg_ParameterInfo::~Fg_ParameterInfo()
+{
+    for (int port = 0; port < NR_OF_PORTS; ++port)
+        destroy(port);
+}
+
+bool Fg_ParameterInfo::validPort(int port)
+{
+    return port >= 0 && port < NR_OF_PORTS;
+}
+
+void Fg_ParameterInfo::init(int port)
+{
+    if (!validPort(port))
+        return;
+    destroy(port);
+    mGlobRegInfo[port] = NULL;
+    allRegFinalized[port] = false;
+}
+
+void Fg_ParameterInfo::freeRecord(RegisterInfo* reg)
+{
+    if (reg == NULL)
+        return;
+    free(const_cast<char*>(reg->name));
+    free(const_cast<char*>(reg->parentName));
+    free(const_cast<char*>(reg->parameterName));
+    free(const_cast<char*>(reg->unit));
+    switch (reg->format) {
+    case REG_FORMAT_ENUM:
+        for (int i = 0; i < reg->u.eReg.nrOfElements; ++i) {
+            if (reg->u.eReg.enumNames != NULL)
+                free(reg->u.eReg.enumNames[i]);
+            if (reg->u.eReg.enumDefName != NULL)
+                free(reg->u.eReg.enumDefName[i]);
+        }
+        free(reg->u.eReg.enumNames);
+        free(reg->u.eReg.enumDefName);
+        free(reg->u.eReg.enumValues);
+        break;
+    case REG_FORMAT_STRING:
+        free(reg->u.sReg.FileExtension);
+        break;
+    case REG_FORMAT_GROUP:
+        free(reg->u.gReg.elements);
+        break;
+    default:
+        break;
+    }
+    free(reg);
+}
+
+void Fg_ParameterInfo::destroy(int port)
+{
+    if (!validPort(port))
+        return;
+    std::vector<RegisterInfo*>& all = allRegInfo[port];
+    for (size_t i = 0; i < all.size(); ++i)
+        freeRecord(all[i]);
+    all.clear();
+}
+
+RegisterInfo* Fg_ParameterInfo::newRecord(int port, REG_FORMAT format)
+{
+    if (!validPort(port) || allRegFinalized[port])
+        return NULL;
+    RegisterInfo* reg = static_cast<RegisterInfo*>(calloc(1, sizeof(RegisterInfo)));
+    if (reg == NULL)
+        return NULL;
+    try {
+        allRegInfo[port].push_back(reg);
+    } catch (...) {
+        free(reg);
+        return NULL;
+    }
+    reg->format = format;
+    reg->port = port;
+    return reg;
+}
+
+void Fg_ParameterInfo::discardNewest(int port)
+{
+    if (!validPort(port) || allRegInfo[port].empty())
+        return;
+    freeRecord(allRegInfo[port].back());
+    allRegInfo[port].pop_back();
+}
+
+bool Fg_ParameterInfo::attachToParent(RegisterInfo* parent, RegisterInfo* child)
+{
+    GroupReg& group = parent->u.gReg;
+    // The child takes the next index; the array grows by exactly one entry.
+    // A group whose bookkeeping was overwritten from outside is left alone.
+    if (group.nrOfElements < 0 || group.autoIndex != group.nrOfElements ||
+        (group.nrOfElements > 0 && group.elements == NULL))
+        return false;
+    const int count = group.nrOfElements + 1;
+    RegisterInfo** grown =
+        static_cast<RegisterInfo**>(realloc(group.elements, static_cast<size_t>(count) * sizeof(RegisterInfo*)));
+    if (grown == NULL)
+        return false;
+    group.elements = grown;
+    child->index = group.autoIndex++;
+    group.nrOfElements = count;
+    group.elements[child->index] = child;
+    return true;
+}
+
+RegisterInfo* Fg_ParameterInfo::addGroupInfo(int port, RegisterInfo* parent, const char* name)
+{
+    RegisterInfo* reg = newRecord(port, REG_FORMAT_GROUP);
+    if (reg == NULL)
+        return NULL;
+    bool failed = false;
+    reg->name = copyText(name, failed);
+    if (failed) {
+        discardNewest(port);
+        return NULL;
+    }
+
+    if (parent == NULL) {
+        reg->depth = 0;
+        reg->next = mGlobRegInfo[port];
+        if (mGlobRegInfo[port] != NULL)
+            mGlobRegInfo[port]->previous = reg;
+        mGlobRegInfo[port] = reg;
+        return reg;
+    }
+
+    // A group nests only in a group. The refused record stays with the slot
+    // (it is released with the slot) but is attached nowhere.
+    if (parent->format != REG_FORMAT_GROUP)
+        return NULL;
+
+    reg->depth = parent->depth + 1;
+    reg->parentName = copyText(parent->name, failed);
+    if (failed || !attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::newParameter(RegisterInfo* parent, REG_FORMAT format, const char* name,
+                                             const char* paramName, int accessFlags, int rangeFlags,
+                                             int visibilityFlags, const char* unit, int id, int port)
+{
+    // Parameters hang only below a group; every parameter has an SDK name.
+    if (parent == NULL || parent->format != REG_FORMAT_GROUP || paramName == NULL)
+        return NULL;
+    RegisterInfo* reg = newRecord(port, format);
+    if (reg == NULL)
+        return NULL;
+    bool failed = false;
+    reg->name = copyText(name, failed);
+    reg->parameterName = copyText(paramName, failed);
+    reg->unit = copyText(unit, failed);
+    if (failed) {
+        discardNewest(port);
+        return NULL;
+    }
+    reg->accessFlags = accessFlags;
+    reg->rangeFlags = rangeFlags;
+    reg->visibilityFlags = visibilityFlags;
+    reg->id = id;
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoInt(RegisterInfo* parent, const char* name, const char* paramName, int from,
+                                           int to, int steps, int accessFlags, int rangeFlags, int visibilityFlags,
+                                           const char* unit, int id, int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_INT, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    reg->u.iReg.from = from;
+    reg->u.iReg.to = to;
+    reg->u.iReg.steps = steps;
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoUInt(RegisterInfo* parent, const char* name, const char* paramName,
+                                            unsigned int from, unsigned int to, unsigned int steps,
+                                            int accessFlags, int rangeFlags, int visibilityFlags,
+                                            const char* unit, int id, int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_UINT, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    reg->u.uiReg.from = from;
+    reg->u.uiReg.to = to;
+    reg->u.uiReg.steps = steps;
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoInt64(RegisterInfo* parent, const char* name, const char* paramName,
+                                             int64_t from, int64_t to, int64_t steps, int accessFlags,
+                                             int rangeFlags, int visibilityFlags, const char* unit, int id,
+                                             int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_INT64, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    // The 64-bit variant holds the bit patterns of the signed bounds.
+    reg->u.iReg64.from = static_cast<uint64_t>(from);
+    reg->u.iReg64.to = static_cast<uint64_t>(to);
+    reg->u.iReg64.steps = static_cast<uint64_t>(steps);
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoUInt64(RegisterInfo* parent, const char* name, const char* paramName,
+                                              uint64_t from, uint64_t to, uint64_t steps, int accessFlags,
+                                              int rangeFlags, int visibilityFlags, const char* unit, int id,
+                                              int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_UINT64, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    reg->u.iReg64.from = from;
+    reg->u.iReg64.to = to;
+    reg->u.iReg64.steps = steps;
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoDouble(RegisterInfo* parent, const char* name, const char* paramName,
+                                              double from, double to, double steps, int accessFlags,
+                                              int rangeFlags, int visibilityFlags, const char* unit, int id,
+                                              int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_DOUBLE, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    reg->u.dReg.from = from;
+    reg->u.dReg.to = to;
+    reg->u.dReg.steps = steps;
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoIntField(RegisterInfo* parent, const char* name, const char* paramName,
+                                                int size, int from, int to, int /*steps*/, int accessFlags,
+                                                int rangeFlags, int visibilityFlags, const char* unit, int id,
+                                                int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_INTFIELD, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    reg->u.ifReg.from = from;
+    reg->u.ifReg.to = to;
+    reg->u.ifReg.nrOfElements = size;
+    reg->u.ifReg.index = 0;
+    reg->u.ifReg.value = from;
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoUIntField(RegisterInfo* parent, const char* name, const char* paramName,
+                                                 int size, unsigned int from, unsigned int to,
+                                                 unsigned int /*steps*/, int accessFlags, int rangeFlags,
+                                                 int visibilityFlags, const char* unit, int id, int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_UINTFIELD, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    reg->u.uifReg.from = from;
+    reg->u.uifReg.to = to;
+    reg->u.uifReg.nrOfElements = size;
+    reg->u.uifReg.index = 0;
+    reg->u.uifReg.value = from;
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoDoubleField(RegisterInfo* parent, const char* name, const char* paramName,
+                                                   int size, double from, double to, double /*steps*/,
+                                                   int accessFlags, int rangeFlags, int visibilityFlags,
+                                                   const char* unit, int id, int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_DOUBLEFIELD, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    reg->u.dfReg.from = from;
+    reg->u.dfReg.to = to;
+    reg->u.dfReg.nrOfElements = size;
+    reg->u.dfReg.index = 0;
+    reg->u.dfReg.value = from;
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoEnum(RegisterInfo* parent, const char* name, const char* paramName,
+                                            int nrOfElements, int accessFlags, int rangeFlags,
+                                            int visibilityFlags, const char* unit, int id, int port)
+{
+    if (nrOfElements < 0)
+        return NULL;
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_ENUM, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    EnumReg& e = reg->u.eReg;
+    if (nrOfElements > 0) {
+        const size_t n = static_cast<size_t>(nrOfElements);
+        e.enumNames = static_cast<char**>(calloc(n, sizeof(char*)));
+        e.enumDefName = static_cast<char**>(calloc(n, sizeof(char*)));
+        e.enumValues = static_cast<int*>(calloc(n, sizeof(int)));
+        // The entry count is set only with all three arrays in place, so that
+        // releasing a half-built record never walks a missing array.
+        if (e.enumNames == NULL || e.enumDefName == NULL || e.enumValues == NULL) {
+            discardNewest(port);
+            return NULL;
+        }
+    }
+    e.nrOfElements = nrOfElements;
+    e.absValue = 0;
+    e.indexValue = 0;
+    if (!attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+RegisterInfo* Fg_ParameterInfo::addInfoString(RegisterInfo* parent, const char* name, const char* paramName,
+                                              const char* fileExt, int accessFlags, int rangeFlags,
+                                              int visibilityFlags, const char* unit, int id, int port)
+{
+    RegisterInfo* reg = newParameter(parent, REG_FORMAT_STRING, name, paramName, accessFlags, rangeFlags,
+                                     visibilityFlags, unit, id, port);
+    if (reg == NULL)
+        return NULL;
+    bool failed = false;
+    reg->u.sReg.string = NULL;
+    reg->u.sReg.strLen = 0;
+    reg->u.sReg.FileExtension = copyText(fileExt, failed);
+    if (failed || !attachToParent(parent, reg)) {
+        discardNewest(port);
+        return NULL;
+    }
+    return reg;
+}
+
+int Fg_ParameterInfo::addEnumNameValue(RegisterInfo* reg, int element, const char* name, int value,
+                                       const char* defname)
+{
+    if (reg == NULL || reg->format != REG_FORMAT_ENUM || name == NULL)
+        return kErrInvalidParameter;
+    EnumReg& e = reg->u.eReg;
+    if (element < 0 || element >= e.nrOfElements || e.enumNames == NULL || e.enumValues == NULL ||
+        e.enumDefName == NULL)
+        return kErrInvalidParameter;
+
+    free(e.enumNames[element]);
+    e.enumNames[element] = NULL;
+    free(e.enumDefName[element]);
+    e.enumDefName[element] = NULL;
+
+    e.enumNames[element] = strdup(name);
+    if (e.enumNames[element] == NULL)
+        return kErrBufferTooSmall;
+    e.enumValues[element] = value;
+    if (defname != NULL) {
+        e.enumDefName[element] = strdup(defname);
+        if (e.enumDefName[element] == NULL)
+            return kErrBufferTooSmall;
+    }
+    return 0;
+}
+
+void Fg_ParameterInfo::finalize(int port)
+{
+    if (validPort(port))
+        allRegFinalized[port] = true;
+}
+
+RegisterInfo* Fg_ParameterInfo::getRegisterInfo(int Port)
+{
+    return validPort(Port) ? mGlobRegInfo[Port] : NULL;
+}
+
+RegisterInfo* Fg_ParameterInfo::getNextRegisterInfo(RegisterInfo* reg, int Port)
+{
+    if (reg == NULL)
+        return getRegisterInfo(Port);
+    return reg->next;
+}
+
+const std::vector<RegisterInfo*>& Fg_ParameterInfo::records(int port) const
+{
+    static const std::vector<RegisterInfo*> none;
+    return validPort(port) ? allRegInfo[port] : none;
+}

@@ -1,0 +1,117 @@
+// The in-memory properties store: key rules, lookups, letter case, section
+// listings and its recursive lock.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "templates/platform/PropertiesFile.h"
+
+using tervik::templates::platform::PropertiesFile;
+using tervik::templates::platform::RecursiveMutexGuard;
+
+TEST(PropertiesKeys, SectionedKeysNeedAnInnerSeparator)
+{
+    PropertiesFile store(true, true);
+    EXPECT_FALSE(store.setProperty("plain", "On"));
+    EXPECT_FALSE(store.setProperty("::name", "On"));
+    EXPECT_FALSE(store.setProperty("section::", "On"));
+    EXPECT_FALSE(store.setProperty("::", "On"));
+    EXPECT_FALSE(store.setProperty("", "On"));
+    EXPECT_TRUE(store.setProperty("section::name", "On"));
+    EXPECT_TRUE(store.propertyNames("").empty());
+}
+
+TEST(PropertiesKeys, EmptySectionNameIsRefused)
+{
+    // The applet's own section name is empty, so its keys all start with "::".
+    PropertiesFile store(true, false);
+    store.setCaseSensitive(true);
+    const std::string section;
+    EXPECT_FALSE(store.setProperty(section + "::Device1_Process0_Width", "On"));
+    EXPECT_TRUE(store.propertyNames(section).empty());
+}
+
+TEST(PropertiesKeys, WithoutSectionsAnyKeyIsAccepted)
+{
+    PropertiesFile store(false, true);
+    EXPECT_TRUE(store.setProperty("plain", "1"));
+    EXPECT_TRUE(store.setProperty("::odd", "2"));
+    std::string value;
+    EXPECT_TRUE(store.getProperty("plain", value));
+    EXPECT_EQ("1", value);
+    store.setUseSections(true);
+    EXPECT_FALSE(store.setProperty("other", "3"));
+}
+
+TEST(PropertiesLookup, StoresReplacesAndMisses)
+{
+    PropertiesFile store(true, true);
+    ASSERT_TRUE(store.setProperty("dll::Gain", "yes"));
+    ASSERT_TRUE(store.setProperty("dll::Gain", "no"));
+    std::string value = "untouched";
+    EXPECT_FALSE(store.getProperty("dll::Offset", value));
+    EXPECT_EQ("untouched", value);
+    EXPECT_TRUE(store.getProperty("dll::Gain", value));
+    EXPECT_EQ("no", value);
+    EXPECT_EQ(std::vector<std::string>{"Gain"}, store.propertyNames("dll"));
+}
+
+TEST(PropertiesLookup, LetterCaseFollowsTheFlag)
+{
+    PropertiesFile exact(true, true);
+    exact.setProperty("Dll::Gain", "1");
+    std::string value;
+    EXPECT_FALSE(exact.getProperty("dll::GAIN", value));
+    EXPECT_TRUE(exact.propertyNames("dll").empty());
+
+    PropertiesFile loose(true, false);
+    loose.setProperty("Dll::Gain", "1");
+    loose.setProperty("DLL::GAIN", "2");   // the same property
+    EXPECT_TRUE(loose.getProperty("dll::gain", value));
+    EXPECT_EQ("2", value);
+    EXPECT_EQ(std::vector<std::string>{"Gain"}, loose.propertyNames("dLL"));
+}
+
+TEST(PropertiesNames, AscendingAndOnlyOfTheSection)
+{
+    PropertiesFile store(true, true);
+    store.setProperty("s::beta", "1");
+    store.setProperty("s::alpha", "1");
+    store.setProperty("t::aardvark", "1");
+    store.setProperty("s::Zeta", "1");
+    store.setProperty("st::x", "1");
+    store.setProperty("s::sub::name", "1");
+    const std::vector<std::string> expected{"Zeta", "alpha", "beta", "sub::name"};
+    EXPECT_EQ(expected, store.propertyNames("s"));
+    EXPECT_EQ(std::vector<std::string>{"aardvark"}, store.propertyNames("t"));
+    EXPECT_TRUE(store.propertyNames("u").empty());
+}
+
+TEST(PropertiesLock, HolderMayUseTheStoreWhileLocked)
+{
+    PropertiesFile store(true, true);
+    RecursiveMutexGuard guard(&store.m_mutex);
+    EXPECT_TRUE(store.setProperty("a::b", "On"));
+    std::string value;
+    EXPECT_TRUE(store.getProperty("a::b", value));
+    EXPECT_EQ(1u, store.propertyNames("a").size());
+}
+
+TEST(PropertiesLock, ConcurrentWritersLoseNothing)
+{
+    PropertiesFile store(true, true);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&store, t] {
+            for (int i = 0; i < 200; ++i) {
+                RecursiveMutexGuard guard(&store.m_mutex);
+                store.setProperty("s::" + std::to_string(t) + "_" + std::to_string(i), "On");
+            }
+        });
+    for (auto& th : threads)
+        th.join();
+    EXPECT_EQ(800u, store.propertyNames("s").size());
+}
