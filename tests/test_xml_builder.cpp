@@ -1,0 +1,603 @@
+// The GenApi description of a port: node templates per kind, the whole
+// document of a synthetic registry, the category tree, the filters and the
+// size protocol of the applet object's entry point.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ParameterInfoBuilderXML.h"
+#include "xml_test_support.h"
+
+namespace {
+
+// ---- filters ---------------------------------------------------------------
+
+TEST(XmlStringFilter, EscapesTheFiveSpecialCharacters)
+{
+    EXPECT_EQ("Delay-&gt;ExSync", xmlStringFilter("Delay->ExSync"));
+    EXPECT_EQ("a&amp;b&lt;c&gt;&quot;d&apos;e", xmlStringFilter("a&b<c>\"d'e"));
+    EXPECT_EQ("&amp;amp;", xmlStringFilter("&amp;"));  // escaping is not idempotent
+    EXPECT_EQ("&lt;/Description&gt;&lt;x&gt;", xmlStringFilter("</Description><x>"));
+    EXPECT_EQ("", xmlStringFilter(""));
+}
+
+TEST(XmlStringFilter, PassesEveryOtherByteUnchanged)
+{
+    const std::string latin1 = "5 \xB5s";  // Latin-1 micro sign
+    EXPECT_EQ(latin1, xmlStringFilter(latin1));
+    const std::string utf8 = "5 \xC2\xB5s";
+    EXPECT_EQ(utf8, xmlStringFilter(utf8));
+    const std::string control("a\tb\nc\rd\x01", 8);
+    EXPECT_EQ(control, xmlStringFilter(control));
+    const std::string embeddedZero("a\0&", 3);
+    EXPECT_EQ(std::string("a\0&amp;", 7), xmlStringFilter(embeddedZero));
+}
+
+TEST(XmlNameFilter, KeepsLettersEverywhereAndDigitsOrUnderscoreAfterTheFirstPosition)
+{
+    EXPECT_EQ("LineTriggerExSync", xmlNameFilter("Line Trigger / ExSync"));
+    EXPECT_EQ("ShaftEncoderABFilter", xmlNameFilter("Shaft Encoder A/B Filter"));
+    EXPECT_EQ("DigitalIO", xmlNameFilter("Digital I/O"));
+    EXPECT_EQ("FG_WIDTH", xmlNameFilter("FG_WIDTH"));
+    EXPECT_EQ("x1", xmlNameFilter("_x1"));
+    EXPECT_EQ("a2", xmlNameFilter("1a2"));
+    EXPECT_EQ("_a", xmlNameFilter("__a"));  // only the very first position is special
+    EXPECT_EQ("Ab9", xmlNameFilter("9A b9"));
+}
+
+TEST(XmlNameFilter, DropsHostileAndNonAsciiCharacters)
+{
+    EXPECT_EQ("", xmlNameFilter(""));
+    EXPECT_EQ("", xmlNameFilter("&<>\"' /"));
+    EXPECT_EQ("s", xmlNameFilter("\xB5s"));
+    EXPECT_EQ("s", xmlNameFilter("\xC2\xB5\xC3s"));
+    EXPECT_EQ("ampltx", xmlNameFilter("&amp;<lt>x"));
+    EXPECT_EQ("ab", xmlNameFilter(std::string("a\0b", 3)));
+}
+
+// ---- categories ------------------------------------------------------------
+
+TEST(CategoryTree, ChildrenAppendThemselvesAndAreFoundByExactName)
+{
+    Category root("Root", nullptr);
+    Category* roi = new Category("ROI", &root);
+    Category* misc = new Category("Miscellaneous", &root);
+    Category* again = new Category("ROI", &root);  // a second category of the same name
+
+    EXPECT_EQ("Root", root.getName());
+    ASSERT_EQ(3, root.getChildCount());
+    EXPECT_EQ(roi, root.getChild(0));
+    EXPECT_EQ(misc, root.getChild(1));
+    EXPECT_EQ(again, root.getChild(2));
+    EXPECT_EQ(nullptr, root.getChild(3));
+    EXPECT_EQ(nullptr, root.getChild(-1));
+    EXPECT_EQ(roi, root.getChild("ROI"));  // first match
+    EXPECT_TRUE(root.hasChild("Miscellaneous"));
+    EXPECT_FALSE(root.hasChild("roi"));
+    EXPECT_FALSE(root.hasChild(""));
+    EXPECT_EQ(nullptr, root.getChild("Root"));
+    EXPECT_EQ(0, roi->getChildCount());
+}
+
+TEST(CategoryTree, FeaturesKeepOrderAndDuplicates)
+{
+    Category c("ROI", nullptr);
+    c.addFeature("FG_WIDTH");
+    c.addFeature("FG_HEIGHT");
+    c.addFeature("FG_WIDTH");
+    ASSERT_EQ(3, c.getFeatureCount());
+    EXPECT_EQ("FG_WIDTH", c.getFeature(0));
+    EXPECT_EQ("FG_HEIGHT", c.getFeature(1));
+    EXPECT_EQ("FG_WIDTH", c.getFeature(2));
+    EXPECT_EQ("", c.getFeature(3));
+    EXPECT_EQ("", c.getFeature(-1));
+    EXPECT_TRUE(c.hasFeature("FG_HEIGHT"));
+    EXPECT_FALSE(c.hasFeature("fg_height"));
+}
+
+// ---- node templates --------------------------------------------------------
+
+class NodeTemplate : public ::testing::Test {
+protected:
+    std::string write(const RegisterInfo* reg)
+    {
+        EXPECT_NE(nullptr, reg);
+        if (reg == nullptr)
+            return std::string();
+        std::ostringstream oss;
+        ParameterInfoGeneratorXML generator(oss);
+        EXPECT_TRUE(generator.generate(*reg));
+        return oss.str();
+    }
+
+    void SetUp() override { group = info.addGroupInfo(0, nullptr, "G"); }
+
+    Fg_ParameterInfo info;
+    RegisterInfo* group = nullptr;
+};
+
+TEST_F(NodeTemplate, UnsignedInteger)
+{
+    EXPECT_EQ("<IntReg Name=\"FG_WIDTH_Reg\">\n"
+              "<Address>100</Address>\n"
+              "<Length>4</Length>\n"
+              "<AccessMode>RW</AccessMode>\n"
+              "<pPort>DevicePort</pPort>\n"
+              "<Sign>Signed</Sign>\n"
+              "<Endianess>LittleEndian</Endianess>\n"
+              "</IntReg>\n"
+              "<Integer Name='FG_WIDTH'>\n"
+              "<Description>Width</Description>\n"
+              "<pValue>FG_WIDTH_Reg</pValue>\n"
+              "<Min>32</Min>\n"
+              "<Max>16384</Max>\n"
+              "<Inc>16</Inc>\n"
+              "</Integer>\n\r",
+              write(info.addInfoUInt(group, "Width", "FG_WIDTH", 32, 16384, 16, 3, 2, 1, "pixel", 100, 0)));
+}
+
+TEST_F(NodeTemplate, UnsignedBoundsAboveTheSignedRangeStayUnsigned)
+{
+    const std::string xml =
+        write(info.addInfoUInt(group, "Big", "FG_BIG", 2147483648u, 4294967295u, 0, 1, 1, 1, "", 7, 0));
+    EXPECT_NE(std::string::npos, xml.find("<Min>2147483648</Min>\n<Max>4294967295</Max>\n</Integer>\n\r"));
+    EXPECT_EQ(std::string::npos, xml.find("<Inc>"));
+    EXPECT_NE(std::string::npos, xml.find("<AccessMode>RO</AccessMode>"));
+}
+
+TEST_F(NodeTemplate, SignedIntegerWithoutAddressAndWithoutAccess)
+{
+    EXPECT_EQ("<IntReg Name=\"FG_GAIN_OFFSET_Reg\">\n"
+              "<Length>4</Length>\n"
+              "<AccessMode></AccessMode>\n"
+              "<pPort>DevicePort</pPort>\n"
+              "<Sign>Signed</Sign>\n"
+              "<Endianess>LittleEndian</Endianess>\n"
+              "</IntReg>\n"
+              "<Integer Name='FG_GAIN_OFFSET'>\n"
+              "<Description>Gain Offset</Description>\n"
+              "<pValue>FG_GAIN_OFFSET_Reg</pValue>\n"
+              "<Min>-100</Min>\n"
+              "<Max>-2</Max>\n"
+              "<Inc>2</Inc>\n"
+              "</Integer>\n\r",
+              write(info.addInfoInt(group, "Gain Offset", "FG_GAIN_OFFSET", -100, -2, 2, 4, 1, 1, "", 0, 0)));
+}
+
+TEST_F(NodeTemplate, AccessModeFollowsTheLowTwoBits)
+{
+    const struct {
+        int flags;
+        const char* mode;
+    } cases[] = {{0, ""}, {1, "RO"}, {2, "WO"}, {3, "RW"}, {4, ""}, {5, "RO"}, {6, "WO"}, {7, "RW"}, {-1, "RW"}};
+    for (const auto& c : cases) {
+        RegisterInfo* r = info.addInfoString(group, "S", "FG_S", nullptr, c.flags, 1, 1, "", 1, 0);
+        const std::string expected = std::string("<AccessMode>") + c.mode + "</AccessMode>\n";
+        EXPECT_NE(std::string::npos, write(r).find(expected)) << "flags " << c.flags;
+    }
+}
+
+TEST_F(NodeTemplate, FloatWithTwelveSignificantDigitsAndNoIncrement)
+{
+    EXPECT_EQ("<FloatReg Name=\"FG_LINEPERIODE_Reg\">\n"
+              "<Address>96</Address>\n"
+              "<Length>8</Length>\n"
+              "<AccessMode>RW</AccessMode>\n"
+              "<pPort>DevicePort</pPort>\n"
+              "<Endianess>LittleEndian</Endianess>\n"
+              "</FloatReg>\n"
+              "<Float Name=\"FG_LINEPERIODE\">\n"
+              "<Description>Period</Description>\n"
+              "<pValue>FG_LINEPERIODE_Reg</pValue>\n"
+              "<Min>0.512</Min>\n"
+              "<Max>2097.144</Max>\n"
+              "</Float>\n\r",
+              write(info.addInfoDouble(group, "Period", "FG_LINEPERIODE", 0.512, 2097.144, 0.008, 7, 1, 1, "\xB5s",
+                                       96, 0)));
+
+    const struct {
+        double value;
+        const char* text;
+    } cases[] = {{10000000.0, "10000000"},
+                 {0.1, "0.1"},
+                 {-1000.0, "-1000"},
+                 {0.0078125, "0.0078125"},
+                 {1.0 / 3.0, "0.333333333333"},
+                 {123456789012345.0, "1.23456789012e+14"},
+                 {2.220446049250313e-16, "2.22044604925e-16"},
+                 {0.0, "0"}};
+    for (const auto& c : cases) {
+        const std::string xml = write(info.addInfoDouble(group, "F", "FG_F", c.value, 1.0, 0.0, 3, 1, 1, "", 5, 0));
+        EXPECT_NE(std::string::npos, xml.find(std::string("<Min>") + c.text + "</Min>")) << xml;
+    }
+}
+
+TEST_F(NodeTemplate, EnumerationEntriesSortedByValueWithSdkNamesOnly)
+{
+    RegisterInfo* e = info.addInfoEnum(group, "Mode", "FG_IMGTRIGGERMODE", 7, 3, 1, 1, "", 8104, 0);
+    info.addEnumNameValue(e, 0, "Free Run", 0, "FREE_RUN");
+    info.addEnumNameValue(e, 1, "Async External Trigger", 2, "ASYNC_TRIGGER");
+    info.addEnumNameValue(e, 2, "Async Multi Buffer External Trigger", 8, "ASYNC_TRIGGER_MULTIFRAME");
+    info.addEnumNameValue(e, 3, "No constant name", 3, nullptr);           // left out
+    info.addEnumNameValue(e, 4, "Software", -1, "A<&>\"'");                // escaped
+    info.addEnumNameValue(e, 5, "Same value, later entry", 2, "LATER");    // replaces ASYNC_TRIGGER
+    // entry 6 never filled: no constant name, left out
+    EXPECT_EQ("<Enumeration Name='FG_IMGTRIGGERMODE'>\n"
+              "<Description>Mode</Description>\n"
+              "<EnumEntry Name=\"A&lt;&amp;&gt;&quot;&apos;\">\n"
+              "<Value>-1</Value>\n"
+              "</EnumEntry>\n"
+              "<EnumEntry Name=\"FREE_RUN\">\n"
+              "<Value>0</Value>\n"
+              "</EnumEntry>\n"
+              "<EnumEntry Name=\"LATER\">\n"
+              "<Value>2</Value>\n"
+              "</EnumEntry>\n"
+              "<EnumEntry Name=\"ASYNC_TRIGGER_MULTIFRAME\">\n"
+              "<Value>8</Value>\n"
+              "</EnumEntry>\n"
+              "<pValue>FG_IMGTRIGGERMODE_Reg</pValue>\n"
+              "</Enumeration>\n"
+              "\n"
+              "<IntReg Name=\"FG_IMGTRIGGERMODE_Reg\">\n"
+              "<Address>8104</Address>\n"
+              "<Length>4</Length>\n"
+              "<AccessMode>RW</AccessMode>\n"
+              "<pPort>DevicePort</pPort>\n"
+              "<Sign>Unsigned</Sign>\n"
+              "<Endianess>LittleEndian</Endianess>\n"
+              "</IntReg>\n\r",
+              write(e));
+}
+
+TEST_F(NodeTemplate, EnumerationWithoutEntries)
+{
+    RegisterInfo* e = info.addInfoEnum(group, "", "FG_EMPTY", 0, 1, 1, 1, "", 0, 0);
+    EXPECT_EQ("<Enumeration Name='FG_EMPTY'>\n"
+              "<pValue>FG_EMPTY_Reg</pValue>\n"
+              "</Enumeration>\n"
+              "\n"
+              "<IntReg Name=\"FG_EMPTY_Reg\">\n"
+              "<Length>4</Length>\n"
+              "<AccessMode>RO</AccessMode>\n"
+              "<pPort>DevicePort</pPort>\n"
+              "<Sign>Unsigned</Sign>\n"
+              "<Endianess>LittleEndian</Endianess>\n"
+              "</IntReg>\n\r",
+              write(e));
+}
+
+TEST_F(NodeTemplate, StringRegisterHasNoRegSuffixAndDescriptionFirst)
+{
+    EXPECT_EQ("<StringReg Name=\"FG_LUT_CUSTOM_FILE\">\n"
+              "<Description>Load File</Description>\n"
+              "<Address>300000</Address>\n"
+              "<Length>4096</Length>\n"
+              "<AccessMode>RW</AccessMode>\n"
+              "<pPort>DevicePort</pPort>\n"
+              "</StringReg>\n\r",
+              write(info.addInfoString(group, "Load File", "FG_LUT_CUSTOM_FILE", "*.lut", 7, 1, 1, "", 300000, 0)));
+}
+
+TEST_F(NodeTemplate, DescriptionOnlyForANonEmptyDisplayNameAndEscaped)
+{
+    EXPECT_EQ(std::string::npos,
+              write(info.addInfoString(group, "", "FG_A", nullptr, 1, 1, 1, "", 1, 0)).find("<Description>"));
+    EXPECT_EQ(std::string::npos,
+              write(info.addInfoString(group, nullptr, "FG_B", nullptr, 1, 1, 1, "", 1, 0)).find("<Description>"));
+    EXPECT_NE(std::string::npos, write(info.addInfoDouble(group, "Delay->ExSync", "FG_LINETRIGGERDELAY", 0, 1, 0, 7,
+                                                          1, 1, "", 8900, 0))
+                                     .find("<Description>Delay-&gt;ExSync</Description>\n"));
+    // Bytes above 127 reach the document as they are.
+    EXPECT_NE(std::string::npos,
+              write(info.addInfoUInt(group, "5 \xB5s & more", "FG_C", 0, 1, 1, 3, 1, 1, "", 1, 0))
+                  .find("<Description>5 \xB5s &amp; more</Description>\n"));
+    // A hostile SDK name cannot break out of its attribute.
+    EXPECT_NE(std::string::npos, write(info.addInfoUInt(group, "X", "A\"B'<C>", 0, 1, 1, 3, 1, 1, "", 1, 0))
+                                     .find("<Integer Name='A&quot;B&apos;&lt;C&gt;'>\n"));
+}
+
+TEST_F(NodeTemplate, KindsWithoutTemplateWriteNothing)
+{
+    std::vector<RegisterInfo*> others = {
+        info.addInfoUInt64(group, "DNA", "FG_DNA", 0, 1, 0, 1, 1, 1, "", 1, 0),
+        info.addInfoInt64(group, "S64", "FG_S64", 0, 1, 0, 1, 1, 1, "", 1, 0),
+        info.addInfoUIntField(group, "LUT", "FG_LUT_VALUE", 4, 0, 1, 1, 7, 1, 1, "", 1, 0),
+        info.addInfoIntField(group, "IF", "FG_IF", 4, 0, 1, 1, 7, 1, 1, "", 1, 0),
+        info.addInfoDoubleField(group, "DF", "FG_DF", 4, 0, 1, 1, 7, 1, 1, "", 1, 0),
+        info.addGroupInfo(0, group, "Nested")};
+    for (RegisterInfo* r : others) {
+        ASSERT_NE(nullptr, r);
+        std::ostringstream oss;
+        ParameterInfoGeneratorXML generator(oss);
+        EXPECT_FALSE(generator.generate(*r));
+        EXPECT_EQ("", oss.str());
+    }
+}
+
+// ---- whole documents -------------------------------------------------------
+
+const char* const kEmptyDocument =
+    "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+    "\n"
+    "<RegisterDescription\n"
+    "ModelName=\"Orvindel\"\n"
+    "VendorName=\"Tervik\"\n"
+    "StandardNameSpace=\"None\"\n"
+    "SchemaMajorVersion=\"1\"\n"
+    "SchemaMinorVersion=\"0\"\n"
+    "SchemaSubMinorVersion=\"1\"\n"
+    "MajorVersion=\"1\"\n"
+    "MinorVersion=\"0\"\n"
+    "SubMinorVersion=\"0\"\n"
+    "ProductGuid=\"0\"\n"
+    "VersionGuid=\"0\"\n"
+    "xmlns=\"http://www.genicam.org/GenApi/Version_1_0\"\n"
+    "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"\n"
+    "xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_0 GenApiSchema_Version_1_0.xsd\">\n"
+    "<Category Name='Root' NameSpace='Standard' >\n"
+    "</Category>\n"
+    "<Port Name=\"DevicePort\"></Port>\n"
+    "</RegisterDescription>\n";
+
+class Document : public ::testing::Test {
+protected:
+    std::string build(int port)
+    {
+        ParameterInfoBuilderXML builder(wrapper.registry(), wrapper, port);
+        return builder.build();
+    }
+
+    XmlTestWrapper wrapper;
+};
+
+TEST_F(Document, SyntheticRegistryByteForByte)
+{
+    buildSyntheticRegistry(wrapper.registry(), 0);
+    EXPECT_EQ(syntheticDocument(), build(0));
+}
+
+TEST_F(Document, EverySlotIsDescribedOnItsOwn)
+{
+    buildSyntheticRegistry(wrapper.registry(), 1);
+    EXPECT_EQ(syntheticDocument(), build(1));
+    EXPECT_EQ(kEmptyDocument, build(0));
+    EXPECT_EQ(kEmptyDocument, build(3));
+    EXPECT_EQ(kEmptyDocument, build(-1));
+    EXPECT_EQ(kEmptyDocument, build(4));
+}
+
+TEST_F(Document, OnlyEmptyGroupsGiveTheBareDocument)
+{
+    Fg_ParameterInfo& info = wrapper.registry();
+    RegisterInfo* a = info.addGroupInfo(0, nullptr, "ROI");
+    info.addGroupInfo(0, a, "Inner");
+    info.addGroupInfo(0, nullptr, "Overflow");
+    EXPECT_EQ(kEmptyDocument, build(0));
+}
+
+TEST_F(Document, BuildingTwiceGivesTheSameText)
+{
+    buildSyntheticRegistry(wrapper.registry(), 0);
+    ParameterInfoBuilderXML builder(wrapper.registry(), wrapper, 0);
+    const std::string first = builder.build();
+    EXPECT_EQ(first, builder.build());
+    EXPECT_EQ(4, builder.rootCategory()->getChildCount());
+}
+
+TEST_F(Document, ModelNameIsEscapedAndMayBeMissing)
+{
+    wrapper.setModel("A&B \"x\"");
+    std::string xml = build(0);
+    EXPECT_NE(std::string::npos, xml.find("\nModelName=\"A&amp;B &quot;x&quot;\"\nVendorName=\"Tervik\"\n"));
+    wrapper.setModel(nullptr);
+    xml = build(0);
+    EXPECT_NE(std::string::npos, xml.find("\nModelName=\"\"\n"));
+}
+
+TEST_F(Document, RecordsChangedByHandlersShowInTheNextBuild)
+{
+    Fg_ParameterInfo& info = wrapper.registry();
+    RegisterInfo* roi = info.addGroupInfo(0, nullptr, "ROI");
+    RegisterInfo* x = info.addInfoUInt(roi, "XOffset", "FG_XOFFSET", 0, 16352, 16, 3, 2, 1, "pixel", 300, 0);
+    std::string xml = build(0);
+    EXPECT_NE(std::string::npos, xml.find("<Max>16352</Max>"));
+    EXPECT_NE(std::string::npos, xml.find("<AccessMode>RW</AccessMode>"));
+
+    x->u.uiReg.to = 14336;
+    x->accessFlags = 1;
+    xml = build(0);
+    EXPECT_NE(std::string::npos, xml.find("<Max>14336</Max>"));
+    EXPECT_NE(std::string::npos, xml.find("<AccessMode>RO</AccessMode>"));
+    EXPECT_EQ(std::string::npos, xml.find("16352"));
+
+    x->visibilityFlags = 0;  // invisible: neither node nor feature
+    xml = build(0);
+    EXPECT_EQ(std::string::npos, xml.find("FG_XOFFSET"));
+    EXPECT_EQ(std::string::npos, xml.find("<Category Name='ROI'"));
+}
+
+TEST_F(Document, CategoriesAreFlatNamedAfterTheDirectGroupInOrderOfFirstUse)
+{
+    Fg_ParameterInfo& info = wrapper.registry();
+    RegisterInfo* lt = info.addGroupInfo(0, nullptr, "Line Trigger / ExSync");
+    RegisterInfo* input = info.addGroupInfo(0, lt, "Line Trigger Input");
+    RegisterInfo* ds = info.addGroupInfo(0, input, "Downscale");
+    info.addInfoUInt(ds, "Downscale", "FG_LINE_DOWNSCALE", 1, 255, 1, 3, 1, 1, "", 24040, 0);
+    info.addInfoUInt(ds, "Phase", "FG_LINE_DOWNSCALEINIT", 1, 255, 1, 3, 1, 1, "", 24050, 0);
+    info.addInfoEnum(input, "Source A", "FG_LINETRIGGERINSRC", 0, 7, 1, 1, "", 8112, 0);
+    RegisterInfo* shaft = info.addGroupInfo(0, lt, "Shaft Encoder A/B Filter");
+    info.addInfoEnum(shaft, "Enable", "FG_SHAFTENCODERON", 0, 7, 1, 1, "", 9110, 0);
+    info.addInfoEnum(lt, "Line Trigger Mode", "FG_LINETRIGGERMODE", 0, 3, 1, 1, "", 8102, 0);
+    RegisterInfo* dio = info.addGroupInfo(0, nullptr, "Digital I/O");
+    info.addInfoUInt(dio, "Digital Output", "FG_DIGIO_OUTPUT", 0, 3, 1, 7, 1, 1, "", 14020, 0);
+    // A second group of an existing category name files into that category.
+    RegisterInfo* dio2 = info.addGroupInfo(0, lt, "Digital IO");
+    info.addInfoUInt(dio2, "Digital Input", "FG_DIGIO_INPUT", 0, 255, 1, 1, 1, 1, "", 14010, 0);
+    // Group names without any letter file into Root.
+    RegisterInfo* odd = info.addGroupInfo(0, nullptr, "/ - /");
+    info.addInfoUInt(odd, "Odd", "FG_ODD", 0, 1, 1, 1, 1, 1, "", 1, 0);
+
+    ParameterInfoBuilderXML builder(info, wrapper, 0);
+    const std::string xml = builder.build();
+    const std::string categories = xml.substr(xml.find("<Category Name='Root'"));
+    EXPECT_EQ("<Category Name='Root' NameSpace='Standard' >\n"
+              "<pFeature>DigitalIO</pFeature>\n"
+              "<pFeature>Downscale</pFeature>\n"
+              "<pFeature>LineTriggerInput</pFeature>\n"
+              "<pFeature>ShaftEncoderABFilter</pFeature>\n"
+              "<pFeature>LineTriggerExSync</pFeature>\n"
+              "<pFeature>FG_ODD</pFeature>\n"
+              "</Category>\n"
+              "<Category Name='DigitalIO'  >\n"
+              "<pFeature>FG_DIGIO_OUTPUT</pFeature>\n"
+              "<pFeature>FG_DIGIO_INPUT</pFeature>\n"
+              "</Category>\n"
+              "<Category Name='Downscale'  >\n"
+              "<pFeature>FG_LINE_DOWNSCALE</pFeature>\n"
+              "<pFeature>FG_LINE_DOWNSCALEINIT</pFeature>\n"
+              "</Category>\n"
+              "<Category Name='LineTriggerInput'  >\n"
+              "<pFeature>FG_LINETRIGGERINSRC</pFeature>\n"
+              "</Category>\n"
+              "<Category Name='ShaftEncoderABFilter'  >\n"
+              "<pFeature>FG_SHAFTENCODERON</pFeature>\n"
+              "</Category>\n"
+              "<Category Name='LineTriggerExSync'  >\n"
+              "<pFeature>FG_LINETRIGGERMODE</pFeature>\n"
+              "</Category>\n"
+              "<Port Name=\"DevicePort\"></Port>\n"
+              "</RegisterDescription>\n",
+              categories);
+    Category* root = builder.rootCategory();
+    ASSERT_EQ(5, root->getChildCount());
+    for (int i = 0; i < root->getChildCount(); ++i)
+        EXPECT_EQ(0, root->getChild(i)->getChildCount());
+}
+
+TEST_F(Document, DirectRegisterAccessParametersAreLeftOutAtAnyLevel)
+{
+    Fg_ParameterInfo& info = wrapper.registry();
+    RegisterInfo* dra = info.addGroupInfo(0, nullptr, "Direct Register Access");
+    info.addInfoUInt(dra, "R1", "DRA_R1", 0, 255, 1, 3, 1, 1, "", 1000001, 0);
+    // A group of that name further down is left out too; a group below it is not.
+    RegisterInfo* top = info.addGroupInfo(0, nullptr, "Debug");
+    RegisterInfo* inner = info.addGroupInfo(0, top, "Direct Register Access");
+    info.addInfoUInt(inner, "R2", "DRA_R2", 0, 255, 1, 3, 1, 1, "", 1000002, 0);
+    RegisterInfo* deeper = info.addGroupInfo(0, inner, "Deeper");
+    info.addInfoUInt(deeper, "R3", "DRA_R3", 0, 255, 1, 3, 1, 1, "", 1000003, 0);
+    const std::string xml = build(0);
+    EXPECT_EQ(std::string::npos, xml.find("DRA_R1"));
+    EXPECT_EQ(std::string::npos, xml.find("DRA_R2"));
+    EXPECT_NE(std::string::npos, xml.find("<Integer Name='DRA_R3'>"));
+    EXPECT_NE(std::string::npos, xml.find("<Category Name='Deeper'  >\n<pFeature>DRA_R3</pFeature>\n"));
+}
+
+TEST_F(Document, MalformedTreesAreWalkedSafely)
+{
+    Fg_ParameterInfo& info = wrapper.registry();
+    RegisterInfo* a = info.addGroupInfo(0, nullptr, "A");
+    RegisterInfo* b = info.addGroupInfo(0, nullptr, "B");
+    RegisterInfo* w = info.addInfoUInt(a, "W", "FG_WIDTH", 0, 1, 1, 3, 1, 1, "", 100, 0);
+    RegisterInfo* h = info.addInfoUInt(b, "H", "FG_HEIGHT", 0, 1, 1, 3, 1, 1, "", 200, 0);
+    // A list that loops back, a hole in a child list, a group that contains
+    // itself and a parameter without names.
+    RegisterInfo* savedNext = a->next;
+    a->next = b;
+    b->u.gReg.elements[0] = nullptr;
+    RegisterInfo* self = info.addGroupInfo(0, a, "Self");
+    self->u.gReg.elements = static_cast<RegisterInfo**>(malloc(sizeof(RegisterInfo*)));
+    self->u.gReg.elements[0] = self;
+    self->u.gReg.nrOfElements = 1;
+    self->u.gReg.autoIndex = 1;
+    free(const_cast<char*>(w->parameterName));
+    w->parameterName = nullptr;
+    const std::string xml = build(0);
+    EXPECT_NE(std::string::npos, xml.find("<Integer Name=''>"));
+    EXPECT_EQ(std::string::npos, xml.find("FG_HEIGHT"));
+    EXPECT_NE(std::string::npos, xml.find("</RegisterDescription>\n"));
+    a->next = savedNext;
+    b->u.gReg.elements[0] = h;
+}
+
+// ---- the applet object's entry point ---------------------------------------
+
+class EntryPoint : public ::testing::Test {
+protected:
+    void SetUp() override { buildSyntheticRegistry(wrapper.registry(), 0); }
+    XmlTestWrapper wrapper;
+    const std::string expected = syntheticDocument();
+};
+
+TEST_F(EntryPoint, SizeQueryGivesLengthPlusOne)
+{
+    size_t size = 12345;
+    EXPECT_EQ(0, wrapper.Fg_getParameterInfoXML(nullptr, 0, nullptr, &size));
+    EXPECT_EQ(expected.size() + 1, size);
+    EXPECT_EQ(0, wrapper.Fg_getLastErrorNumber());
+}
+
+TEST_F(EntryPoint, CopiesTextAndTerminatorIntoALargeEnoughBuffer)
+{
+    std::vector<char> buffer(expected.size() + 10, '#');
+    size_t size = buffer.size();
+    EXPECT_EQ(0, wrapper.Fg_getParameterInfoXML(nullptr, 0, buffer.data(), &size));
+    EXPECT_EQ(expected.size() + 1, size);
+    EXPECT_EQ(expected, std::string(buffer.data()));
+    EXPECT_EQ('#', buffer[expected.size() + 1]);
+
+    std::vector<char> exact(expected.size() + 1, '#');
+    size = exact.size();
+    EXPECT_EQ(0, wrapper.Fg_getParameterInfoXML(nullptr, 0, exact.data(), &size));
+    EXPECT_EQ(0, std::memcmp(expected.c_str(), exact.data(), expected.size() + 1));
+}
+
+TEST_F(EntryPoint, BufferWithoutRoomForTheTerminatorIsTooSmall)
+{
+    std::vector<char> buffer(expected.size(), '#');
+    size_t size = buffer.size();
+    EXPECT_EQ(FG_ERR_BUFFER_TOO_SMALL, wrapper.Fg_getParameterInfoXML(nullptr, 0, buffer.data(), &size));
+    EXPECT_EQ(expected.size(), size);  // unchanged
+    EXPECT_EQ(FG_ERR_BUFFER_TOO_SMALL, wrapper.Fg_getLastErrorNumber());
+    EXPECT_EQ('#', buffer[0]);
+
+    char one = '#';
+    size = 0;
+    EXPECT_EQ(FG_ERR_BUFFER_TOO_SMALL, wrapper.Fg_getParameterInfoXML(nullptr, 0, &one, &size));
+    EXPECT_EQ(0u, size);
+    EXPECT_EQ('#', one);
+}
+
+TEST_F(EntryPoint, PortWithoutRecordsHasNoDescription)
+{
+    size_t size = 0;
+    for (int port : {1, 2, 3, 4, -1, 1000}) {
+        EXPECT_EQ(FG_ERR_NO_DESCRIPTION, wrapper.Fg_getParameterInfoXML(nullptr, port, nullptr, &size));
+        EXPECT_EQ(FG_ERR_NO_DESCRIPTION, wrapper.Fg_getLastErrorNumber());
+    }
+    EXPECT_EQ(0u, size);
+    // With a buffer but size 0 the buffer check comes first.
+    char c = 0;
+    EXPECT_EQ(FG_ERR_BUFFER_TOO_SMALL, wrapper.Fg_getParameterInfoXML(nullptr, 1, &c, &size));
+}
+
+TEST_F(EntryPoint, MissingSizeIsRefused)
+{
+    char c = 0;
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, wrapper.Fg_getParameterInfoXML(nullptr, 0, nullptr, nullptr));
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, wrapper.Fg_getParameterInfoXML(nullptr, 0, &c, nullptr));
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, wrapper.Fg_getLastErrorNumber());
+}
+
+TEST_F(EntryPoint, SuccessClearsAnEarlierErrorInTheStore)
+{
+    size_t size = 0;
+    EXPECT_EQ(FG_ERR_NO_DESCRIPTION, wrapper.Fg_getParameterInfoXML(nullptr, 2, nullptr, &size));
+    EXPECT_EQ(0, wrapper.Fg_getParameterInfoXML(nullptr, 0, nullptr, &size));
+    EXPECT_EQ(0, wrapper.Fg_getLastErrorNumber());
+}
+
+}  // namespace
