@@ -1,0 +1,598 @@
+// Lookup table of both ports: the tables the processing parameters compute,
+// the single whole-table write per change, user-file mode with ".lut" files
+// (round trip, missing and unreadable files), the access flags that follow
+// the LUT type, direct range writes and reads of entries, and the cached
+// table and values after a failing design write.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "board_fixture.h"
+
+using namespace orvtest;
+
+namespace {
+
+const int kHostFault = -4711;
+const int kLutEntries = 4096;
+const uint32_t kProcessing = 3;
+const uint32_t kUserFile = 0;
+
+std::vector<uint32_t> identity() {
+    std::vector<uint32_t> t(kLutEntries);
+    for (int i = 0; i < kLutEntries; ++i) t[i] = i;
+    return t;
+}
+
+std::string readFile(const std::string& name) {
+    std::string s;
+    std::FILE* f = std::fopen(name.c_str(), "rb");
+    if (f == nullptr) return "<missing>";
+    int c;
+    while ((c = std::fgetc(f)) != EOF) s.push_back(static_cast<char>(c));
+    std::fclose(f);
+    return s;
+}
+
+void writeFile(const std::string& name, const std::string& content) {
+    std::FILE* f = std::fopen(name.c_str(), "wb");
+    ASSERT_NE(nullptr, f) << name;
+    std::fwrite(content.data(), 1, content.size(), f);
+    std::fclose(f);
+}
+
+class Lut : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(b.ok()); }
+    // Processing mode with the start values: the identity table on both ports.
+    void processingMode() {
+        for (int port = 0; port < 2; ++port) ASSERT_EQ(0, b.set(FG_LUT_TYPE, kProcessing, port));
+        b.clearLog();
+    }
+    void TearDown() override {
+        if (b.ok()) SimBoard_ClearFaults(b.dev());
+    }
+
+    static std::string lutName(int port) { return dp(port, "LookupTable_LookupTable_LUTcontent"); }
+
+    // The whole cached table of a port, read through FG_LUT_VALUE.
+    std::vector<uint32_t> table(int port) {
+        std::vector<uint32_t> t(kLutEntries, 0xDEADBEEF);
+        FieldParameterAccess a = access(FG_PARAM_TYPE_UINT32_T, 0, kLutEntries, t.data());
+        EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS));
+        return t;
+    }
+    // The table as the design holds it.
+    std::vector<uint32_t> designTable(int port) {
+        std::vector<uint32_t> t(kLutEntries, 0xDEADBEEF);
+        const std::string name = lutName(port);
+        for (int i = 0; i < kLutEntries; ++i) {
+            double v = -1;
+            EXPECT_EQ(0, SimBoard_GetFieldElement(b.dev(), name.c_str(), i, &v));
+            t[i] = static_cast<uint32_t>(v);
+        }
+        return t;
+    }
+    static FieldParameterAccess access(FgParamTypes vtype, unsigned index, unsigned count, void* p) {
+        FieldParameterAccess a;
+        std::memset(&a, 0, sizeof a);
+        a.vtype = vtype;
+        a.index = index;
+        a.count = count;
+        a.ptr = p;
+        return a;
+    }
+    int writeRange(int port, FieldParameterAccess a) {
+        return Fg_setParameterWithType(b.fg(), FG_LUT_VALUE, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
+    }
+
+    // Sets a processing parameter that must be accepted and checks that it
+    // went to the design as exactly one whole-table write of the new table.
+    void process(int id, double v, int port) {
+        b.clearLog();
+        ASSERT_EQ(0, b.setD(id, v, port)) << id << " = " << v;
+        expectOneWholeTableWrite(port);
+    }
+    void invert(uint32_t v, int port) {
+        b.clearLog();
+        ASSERT_EQ(0, b.set(FG_PROCESSING_INVERT, v, port));
+        expectOneWholeTableWrite(port);
+    }
+    void expectOneWholeTableWrite(int port) {
+        const std::vector<SimLogEntry> log = b.log();
+        ASSERT_EQ(1u, log.size());
+        const SimLogEntry& e = log[0];
+        EXPECT_EQ(lutName(port), e.name);
+        EXPECT_EQ(unsigned(port), e.dma);
+        EXPECT_EQ(FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, e.type);
+        EXPECT_EQ(0u, e.fieldIndex);
+        ASSERT_EQ(unsigned(kLutEntries), e.fieldCount);
+        const std::vector<uint32_t> cached = table(port);
+        std::vector<uint32_t> sent(e.fieldValues, e.fieldValues + e.fieldCount);
+        EXPECT_EQ(cached, sent) << "the cached table differs from the one written";
+    }
+    void resetProcessing(int port) {
+        ASSERT_EQ(0, b.setD(FG_PROCESSING_OFFSET, 0.0, port));
+        ASSERT_EQ(0, b.setD(FG_PROCESSING_GAIN, 1.0, port));
+        ASSERT_EQ(0, b.setD(FG_PROCESSING_GAMMA, 1.0, port));
+        ASSERT_EQ(0, b.set(FG_PROCESSING_INVERT, 0, port));
+    }
+    int flags(int port, int id) {
+        RegisterInfo* r = b.record(port, id);
+        EXPECT_NE(nullptr, r) << "no record for " << id;
+        return r ? r->accessFlags : -1;
+    }
+    void expectFlagsOfType(int port, uint32_t type) {
+        const int file = type == kUserFile ? 7 : 1;
+        const int processing = type == kUserFile ? 1 : 7;
+        EXPECT_EQ(file, flags(port, FG_LUT_CUSTOM_FILE)) << "port " << port << " type " << type;
+        for (int id : {FG_PROCESSING_GAIN, FG_PROCESSING_GAMMA, FG_PROCESSING_OFFSET, FG_PROCESSING_INVERT})
+            EXPECT_EQ(processing, flags(port, id)) << "port " << port << " type " << type << " id " << id;
+    }
+
+    Board b;
+};
+
+// ---- start state and constants ----------------------------------------------------
+
+TEST_F(Lut, StartsInProcessingModeWithTheIdentityTableOnBothPorts) {
+    for (int port = 0; port < 2; ++port) {
+        EXPECT_EQ(kProcessing, b.u32(FG_LUT_TYPE, port));
+        EXPECT_EQ(identity(), table(port)) << "port " << port;
+        EXPECT_EQ(identity(), designTable(port)) << "port " << port;
+        EXPECT_EQ(0.0, b.dbl(FG_PROCESSING_OFFSET, port));
+        EXPECT_EQ(1.0, b.dbl(FG_PROCESSING_GAIN, port));
+        EXPECT_EQ(1.0, b.dbl(FG_PROCESSING_GAMMA, port));
+        EXPECT_EQ(0u, b.u32(FG_PROCESSING_INVERT, port));
+        EXPECT_EQ("", b.text(FG_LUT_CUSTOM_FILE, port));
+        EXPECT_EQ("", b.text(FG_LUT_SAVE_FILE, port));
+        expectFlagsOfType(port, kProcessing);
+
+        EXPECT_EQ(0u, b.u32(FG_LUT_IMPLEMENTATION_TYPE, port));
+        EXPECT_EQ(12u, b.u32(FG_LUT_IN_BITS, port));
+        EXPECT_EQ(12u, b.u32(FG_LUT_OUT_BITS, port));
+        for (int id : {FG_LUT_IMPLEMENTATION_TYPE, FG_LUT_IN_BITS, FG_LUT_OUT_BITS})
+            EXPECT_EQ(FG_ERR_NOT_AVAILABLE, b.set(id, 0, port)) << id;
+    }
+}
+
+// ---- computed tables -------------------------------------------------------------
+
+TEST_F(Lut, GainDoublesEveryEntryAndClipsAtTheTop) {
+    processingMode();
+    for (int port = 0; port < 2; ++port) {
+        process(FG_PROCESSING_GAIN, 2.0, port);
+        const std::vector<uint32_t> t = table(port);
+        for (int i = 0; i < kLutEntries; ++i)
+            ASSERT_EQ(uint32_t(i < 2048 ? 2 * i : 4095), t[i]) << "input " << i << " port " << port;
+        EXPECT_EQ(t, designTable(port));
+        EXPECT_EQ(2.0, b.dbl(FG_PROCESSING_GAIN, port));
+    }
+}
+
+TEST_F(Lut, NegativeOffsetCutsTheLowerHalf) {
+    processingMode();
+    process(FG_PROCESSING_OFFSET, -0.5, 1);
+    const std::vector<uint32_t> t = table(1);
+    uint64_t sum = 0;
+    for (int i = 0; i < 2048; ++i) ASSERT_EQ(0u, t[i]) << "input " << i;
+    for (int i = 0; i < kLutEntries; ++i) sum += t[i];
+    // (i / 4095.0 - 0.5) * 4095.0 + 0.5 lands just below the integer for many
+    // inputs and is truncated: the exact doubles decide.
+    EXPECT_EQ(0u, t[2048]);
+    EXPECT_EQ(1u, t[2049]);
+    EXPECT_EQ(952u, t[3000]);
+    EXPECT_EQ(1025u, t[3072]);
+    EXPECT_EQ(1952u, t[4000]);
+    EXPECT_EQ(2047u, t[4094]);
+    EXPECT_EQ(2048u, t[4095]);
+    EXPECT_EQ(2097492u, sum);
+    EXPECT_EQ(identity(), table(0)) << "port 0 changed with port 1";
+}
+
+TEST_F(Lut, GammaTwoIsTheRoundedSquareRoot) {
+    processingMode();
+    process(FG_PROCESSING_GAMMA, 2.0, 0);
+    const std::vector<uint32_t> t = table(0);
+    for (int i = 0; i < kLutEntries; ++i)
+        ASSERT_EQ(uint32_t(std::llround(std::sqrt(i * 4095.0))), t[i]) << "input " << i;
+    EXPECT_EQ(64u, t[1]);
+    EXPECT_EQ(2048u, t[1024]);
+    EXPECT_EQ(2896u, t[2048]);
+}
+
+TEST_F(Lut, InfiniteAndHugePowersSaturate) {
+    processingMode();
+    // gamma -1: 1 / base, infinite at input 0; everything ends at the top.
+    process(FG_PROCESSING_GAMMA, -1.0, 0);
+    EXPECT_EQ(std::vector<uint32_t>(kLutEntries, 4095), table(0));
+    invert(1, 0);
+    EXPECT_EQ(std::vector<uint32_t>(kLutEntries, 0), table(0));
+
+    // gain 4096 with gamma 0.01: base^100 overflows to infinity, giving the top
+    // entry (input 0 stays 0).
+    resetProcessing(0);
+    process(FG_PROCESSING_GAIN, 4096.0, 0);
+    process(FG_PROCESSING_GAMMA, 0.01, 0);
+    std::vector<uint32_t> expected(kLutEntries, 4095);
+    expected[0] = 0;
+    EXPECT_EQ(expected, table(0));
+
+    // gamma 0 is accepted: 1 / 0 is infinite.
+    resetProcessing(0);
+    process(FG_PROCESSING_GAMMA, 0.0, 0);
+    const std::vector<uint32_t> t = table(0);
+    EXPECT_EQ(0u, t[0]);
+    EXPECT_EQ(0u, t[4094]);  // (4094 / 4095)^inf = 0
+    EXPECT_EQ(4095u, t[4095]);
+}
+
+TEST_F(Lut, InvertMirrorsTheTable) {
+    processingMode();
+    for (int port = 0; port < 2; ++port) {
+        invert(1, port);
+        const std::vector<uint32_t> t = table(port);
+        for (int i = 0; i < kLutEntries; ++i) ASSERT_EQ(uint32_t(4095 - i), t[i]) << "input " << i;
+        EXPECT_EQ(1u, b.u32(FG_PROCESSING_INVERT, port));
+        // Inverting a clipped table: gain 2 then mirrored.
+        process(FG_PROCESSING_GAIN, 2.0, port);
+        const std::vector<uint32_t> g = table(port);
+        for (int i = 0; i < kLutEntries; ++i)
+            ASSERT_EQ(uint32_t(i < 2048 ? 4095 - 2 * i : 0), g[i]) << "input " << i;
+    }
+}
+
+TEST_F(Lut, ProcessingLimitsIncludeTheirEnds) {
+    processingMode();
+    struct Case {
+        int id;
+        double value;
+        int code;
+    };
+    const Case cases[] = {
+        {FG_PROCESSING_OFFSET, -1.0, 0},     {FG_PROCESSING_OFFSET, 1.0, 0},
+        {FG_PROCESSING_OFFSET, -1.0001, -6000}, {FG_PROCESSING_OFFSET, 1.0001, -6000},
+        {FG_PROCESSING_GAIN, 0.0, 0},        {FG_PROCESSING_GAIN, 4096.0, 0},
+        {FG_PROCESSING_GAIN, -0.001, -6000}, {FG_PROCESSING_GAIN, 4096.001, -6000},
+        {FG_PROCESSING_GAMMA, -1000.0, 0},   {FG_PROCESSING_GAMMA, 1000.0, 0},
+        {FG_PROCESSING_GAMMA, 1000.5, -6000}, {FG_PROCESSING_GAMMA, -1000.5, -6000},
+    };
+    for (const Case& c : cases) {
+        for (int port = 0; port < 2; ++port) {
+            const double before = b.dbl(c.id, port);
+            const std::vector<uint32_t> tableBefore = table(port);
+            b.clearLog();
+            EXPECT_EQ(c.code, b.setD(c.id, c.value, port)) << c.id << " = " << c.value;
+            if (c.code == 0) {
+                EXPECT_EQ(c.value, b.dbl(c.id, port));
+                EXPECT_EQ(1u, b.log().size());
+            } else {
+                EXPECT_EQ(c.code, b.lastError());
+                EXPECT_EQ(before, b.dbl(c.id, port)) << c.id << " = " << c.value;
+                EXPECT_TRUE(b.log().empty());
+                EXPECT_EQ(tableBefore, table(port));
+            }
+        }
+    }
+    for (uint32_t v : {2u, 0xFFFFFFFFu}) {
+        b.clearLog();
+        EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, b.set(FG_PROCESSING_INVERT, v, 0));
+        EXPECT_TRUE(b.log().empty());
+        EXPECT_EQ(0u, b.u32(FG_PROCESSING_INVERT, 0));
+    }
+    for (uint32_t v : {1u, 2u, 4u}) {
+        EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, b.set(FG_LUT_TYPE, v, 1));
+        EXPECT_EQ(kProcessing, b.u32(FG_LUT_TYPE, 1));
+    }
+}
+
+// ---- LUT type and user files ---------------------------------------------------------
+
+TEST_F(Lut, UserFileModeCachesProcessingValuesUntilProcessingReturns) {
+    processingMode();
+    b.clearLog();
+    ASSERT_EQ(0, b.set(FG_LUT_TYPE, kUserFile, 0));
+    EXPECT_TRUE(b.log().empty()) << "no file name: nothing is loaded";
+    expectFlagsOfType(0, kUserFile);
+    expectFlagsOfType(1, kProcessing);
+
+    // Processing parameters are taken but do not touch the table.
+    ASSERT_EQ(0, b.setD(FG_PROCESSING_GAIN, 2.0, 0));
+    ASSERT_EQ(0, b.set(FG_PROCESSING_INVERT, 1, 0));
+    EXPECT_TRUE(b.log().empty());
+    EXPECT_EQ(2.0, b.dbl(FG_PROCESSING_GAIN, 0));
+    EXPECT_EQ(identity(), table(0));
+
+    // Direct writes are accepted in user-file mode...
+    FieldParameterInt e = {77, 5};
+    ASSERT_EQ(0, Fg_setParameterWithType(b.fg(), FG_LUT_VALUE, &e, 0, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT));
+    EXPECT_EQ(77u, table(0)[5]);
+
+    // ...and back in processing mode the cached values rebuild the whole table.
+    b.clearLog();
+    ASSERT_EQ(0, b.set(FG_LUT_TYPE, kProcessing, 0));
+    expectOneWholeTableWrite(0);
+    const std::vector<uint32_t> t = table(0);
+    for (int i = 0; i < kLutEntries; ++i) ASSERT_EQ(uint32_t(i < 2048 ? 4095 - 2 * i : 0), t[i]) << "input " << i;
+    expectFlagsOfType(0, kProcessing);
+}
+
+TEST_F(Lut, SavedFileLoadsBackIdenticallyOnTheOtherPort) {
+    processingMode();
+    process(FG_PROCESSING_GAMMA, 2.0, 0);
+    const std::vector<uint32_t> gamma2 = table(0);
+
+    b.clearLog();
+    ASSERT_EQ(0, b.setText(FG_LUT_SAVE_FILE, "port0.lut", 0));
+    EXPECT_TRUE(b.log().empty()) << "saving writes nothing to the design";
+    EXPECT_EQ("port0.lut", b.text(FG_LUT_SAVE_FILE, 0));
+    const std::string saved = readFile("port0.lut");
+    const std::string head = "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n0,0;\n1,64;\n";
+    EXPECT_EQ(head, saved.substr(0, head.size()));
+    EXPECT_EQ(std::string("\n4095,4095;\n"), saved.substr(saved.size() - 12));
+
+    // Port 1, processing mode: the name is only cached.
+    b.clearLog();
+    ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "port0.lut", 1));
+    EXPECT_TRUE(b.log().empty());
+    EXPECT_EQ(identity(), table(1));
+    EXPECT_EQ("port0.lut", b.text(FG_LUT_CUSTOM_FILE, 1));
+
+    // Switching to user-file mode loads it and writes the whole table once.
+    ASSERT_EQ(0, b.set(FG_LUT_TYPE, kUserFile, 1));
+    expectOneWholeTableWrite(1);
+    EXPECT_EQ(gamma2, table(1));
+    EXPECT_EQ(gamma2, designTable(1));
+    expectFlagsOfType(1, kUserFile);
+    expectFlagsOfType(0, kProcessing);
+
+    // Saved again from port 1: the same bytes.
+    ASSERT_EQ(0, b.setText(FG_LUT_SAVE_FILE, "port1.lut", 1));
+    EXPECT_EQ(saved, readFile("port1.lut"));
+
+    // In user-file mode a new name loads at once.
+    invert(1, 0);
+    ASSERT_EQ(0, b.setText(FG_LUT_SAVE_FILE, "inverted.lut", 0));
+    b.clearLog();
+    ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "inverted.lut", 1));
+    expectOneWholeTableWrite(1);
+    EXPECT_EQ(table(0), table(1));
+}
+
+TEST_F(Lut, AShortFileReplacesOnlyTheEntriesItHolds) {
+    processingMode();
+    writeFile("short.lut",
+              "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=3;\nformat=0;\nnumber=0;\n"
+              "0,4000;\n1,3000;\n2,2000;\n");
+    ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "short.lut", 0));
+    b.clearLog();
+    ASSERT_EQ(0, b.set(FG_LUT_TYPE, kUserFile, 0));
+    expectOneWholeTableWrite(0);
+    std::vector<uint32_t> expected = identity();
+    expected[0] = 4000;
+    expected[1] = 3000;
+    expected[2] = 2000;
+    EXPECT_EQ(expected, table(0));
+}
+
+TEST_F(Lut, MissingFileKeepsTypeNameAndTable) {
+    processingMode();
+    // Processing mode: a missing name is only cached.
+    ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "missing.lut", 0));
+    b.clearLog();
+    EXPECT_EQ(FG_ERR_FILE_NOT_FOUND, b.set(FG_LUT_TYPE, kUserFile, 0));
+    EXPECT_EQ(FG_ERR_FILE_NOT_FOUND, b.lastError());
+    EXPECT_EQ(kProcessing, b.u32(FG_LUT_TYPE, 0));
+    EXPECT_TRUE(b.log().empty());
+    EXPECT_EQ(identity(), table(0));
+    expectFlagsOfType(0, kProcessing);
+
+    // User-file mode with an empty name, then a missing name: the name stays.
+    ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "", 0));
+    ASSERT_EQ(0, b.set(FG_LUT_TYPE, kUserFile, 0));
+    b.clearLog();
+    EXPECT_EQ(FG_ERR_FILE_NOT_FOUND, b.setText(FG_LUT_CUSTOM_FILE, "missing.lut", 0));
+    EXPECT_EQ("", b.text(FG_LUT_CUSTOM_FILE, 0));
+    EXPECT_TRUE(b.log().empty());
+    EXPECT_EQ(identity(), table(0));
+}
+
+TEST_F(Lut, UnreadableOrUnwritableFilesFailWithFileAccess) {
+    processingMode();
+    // A table that cannot be read: its element count is absurd.
+    writeFile("bad.lut", "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=-1;\nformat=0;\nnumber=0;\n0,1;\n");
+    ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "bad.lut", 1));
+    b.clearLog();
+    EXPECT_EQ(FG_ERR_FILE_ACCESS, b.set(FG_LUT_TYPE, kUserFile, 1));
+    EXPECT_EQ(kProcessing, b.u32(FG_LUT_TYPE, 1));
+    expectFlagsOfType(1, kProcessing);
+
+    writeFile("good.lut", "[gray]\nnrOfElements=1;\n0,9;\n");
+    ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "good.lut", 1));
+    ASSERT_EQ(0, b.set(FG_LUT_TYPE, kUserFile, 1));
+    EXPECT_EQ(9u, table(1)[0]);
+    b.clearLog();
+    EXPECT_EQ(FG_ERR_FILE_ACCESS, b.setText(FG_LUT_CUSTOM_FILE, "bad.lut", 1));
+    EXPECT_EQ("good.lut", b.text(FG_LUT_CUSTOM_FILE, 1));
+    EXPECT_TRUE(b.log().empty());
+    EXPECT_EQ(9u, table(1)[0]);
+
+    // A file that cannot be created: the previous save name stays.
+    ASSERT_EQ(0, b.setText(FG_LUT_SAVE_FILE, "ok.lut", 1));
+    EXPECT_EQ(FG_ERR_FILE_ACCESS, b.setText(FG_LUT_SAVE_FILE, "no-such-directory/x.lut", 1));
+    EXPECT_EQ("ok.lut", b.text(FG_LUT_SAVE_FILE, 1));
+    // An empty save name is taken and saves nothing.
+    ASSERT_EQ(0, b.setText(FG_LUT_SAVE_FILE, "", 1));
+    EXPECT_EQ("", b.text(FG_LUT_SAVE_FILE, 1));
+}
+
+// ---- direct access to entries ------------------------------------------------------
+
+TEST_F(Lut, RangeWritesSendOnlyTheirRange) {
+    processingMode();
+    for (int port = 0; port < 2; ++port) {
+        std::vector<uint32_t> v(96);
+        for (int k = 0; k < 96; ++k) v[k] = 4095 - k;
+        b.clearLog();
+        ASSERT_EQ(0, writeRange(port, access(FG_PARAM_TYPE_UINT32_T, 4000, 96, v.data())));
+        const std::vector<SimLogEntry> log = b.log();
+        ASSERT_EQ(1u, log.size());
+        EXPECT_EQ(lutName(port), log[0].name);
+        EXPECT_EQ(unsigned(port), log[0].dma);
+        EXPECT_EQ(FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, log[0].type);
+        EXPECT_EQ(4000u, log[0].fieldIndex);
+        EXPECT_EQ(96u, log[0].fieldCount);
+        std::vector<uint32_t> expected = identity();
+        for (int k = 0; k < 96; ++k) expected[4000 + k] = 4095 - k;
+        EXPECT_EQ(expected, table(port));
+        EXPECT_EQ(expected, designTable(port));
+
+        // Signed elements are taken too.
+        int32_t s[2] = {1, 2};
+        ASSERT_EQ(0, writeRange(port, access(FG_PARAM_TYPE_INT32_T, 0, 2, s)));
+        EXPECT_EQ(1u, table(port)[0]);
+        EXPECT_EQ(2u, table(port)[1]);
+    }
+}
+
+TEST_F(Lut, RangeWriteLimits) {
+    processingMode();
+    std::vector<uint32_t> v(kLutEntries + 1, 7);
+    const std::vector<uint32_t> before = table(0);
+    struct Case {
+        FgParamTypes vtype;
+        unsigned index, count;
+        int code;
+    };
+    const Case cases[] = {
+        {FG_PARAM_TYPE_UINT32_T, 4000, 97, FG_ERR_VALUE_OUT_OF_RANGE},
+        {FG_PARAM_TYPE_UINT32_T, 4096, 0, FG_ERR_VALUE_OUT_OF_RANGE},
+        {FG_PARAM_TYPE_UINT32_T, 0, 4097, FG_ERR_VALUE_OUT_OF_RANGE},
+        {FG_PARAM_TYPE_UINT32_T, 0xFFFFFFFFu, 2, FG_ERR_VALUE_OUT_OF_RANGE},
+        {FG_PARAM_TYPE_UINT32_T, 1, 0xFFFFFFFFu, FG_ERR_VALUE_OUT_OF_RANGE},
+        {FG_PARAM_TYPE_DOUBLE, 0, 4, FG_ERR_INVALID_PARAMETER},
+        {FG_PARAM_TYPE_UINT64_T, 0, 4, FG_ERR_INVALID_PARAMETER},
+    };
+    for (const Case& c : cases) {
+        b.clearLog();
+        EXPECT_EQ(c.code, writeRange(0, access(c.vtype, c.index, c.count, v.data())))
+            << c.vtype << " " << c.index << " " << c.count;
+        EXPECT_TRUE(b.log().empty());
+    }
+    // A range whose last value is out of range.
+    v[3] = 4096;
+    EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, writeRange(0, access(FG_PARAM_TYPE_UINT32_T, 10, 4, v.data())));
+    EXPECT_EQ(before, table(0));
+    // The whole table at once is a valid range.
+    std::vector<uint32_t> all(kLutEntries, 4095);
+    EXPECT_EQ(0, writeRange(0, access(FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, 0, kLutEntries, all.data())));
+    EXPECT_EQ(all, table(0));
+}
+
+TEST_F(Lut, EntryReadsCheckTheirBounds) {
+    processingMode();
+    ASSERT_EQ(0, b.setD(FG_PROCESSING_GAIN, 2.0, 1));
+    uint32_t one[2] = {0, 0};
+    FieldParameterAccess a = access(FG_PARAM_TYPE_UINT32_T, 4095, 1, one);
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS));
+    EXPECT_EQ(4095u, one[0]);
+    a = access(FG_PARAM_TYPE_UINT32_T, 10, 2, one);
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS));
+    EXPECT_EQ(20u, one[0]);
+    EXPECT_EQ(22u, one[1]);
+
+    std::vector<uint32_t> big(kLutEntries + 2, 0xAAAAAAAA);
+    const unsigned bad[][2] = {{4096, 0}, {0, 4097}, {1, 4096}, {4095, 2}, {0xFFFFFFFFu, 2}};
+    for (const auto& ic : bad) {
+        a = access(FG_PARAM_TYPE_UINT32_T, ic[0], ic[1], big.data());
+        EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
+                  Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS))
+            << ic[0] << " " << ic[1];
+        EXPECT_EQ(0xAAAAAAAAu, big[0]);
+    }
+
+    // Element records: any other type.
+    FieldParameterInt e = {0, 1000};
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT));
+    EXPECT_EQ(2000u, e.value);
+    e = {0, 4095};
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 1, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(4095u, e.value);
+    e = {123, 4096};
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
+              Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT));
+    EXPECT_EQ(123u, e.value);
+    // Port 0 is untouched by port 1's gain.
+    e = {0, 1000};
+    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 0, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT));
+    EXPECT_EQ(1000u, e.value);
+}
+
+// ---- failing design writes ---------------------------------------------------------
+
+TEST_F(Lut, FailingTableWritesKeepValuesAndTable) {
+    processingMode();
+    for (int port = 0; port < 2; ++port) {
+        ASSERT_EQ(0, b.setD(FG_PROCESSING_GAIN, 2.0, port));
+        const std::vector<uint32_t> before = table(port);
+        SimBoard_FailParameter(b.dev(), lutName(port).c_str(), 1, kHostFault);
+
+        EXPECT_EQ(kHostFault, b.setD(FG_PROCESSING_GAIN, 3.0, port));
+        EXPECT_EQ(kHostFault, b.lastError());
+        EXPECT_EQ(2.0, b.dbl(FG_PROCESSING_GAIN, port));
+        EXPECT_EQ(kHostFault, b.setD(FG_PROCESSING_OFFSET, 0.25, port));
+        EXPECT_EQ(0.0, b.dbl(FG_PROCESSING_OFFSET, port));
+        EXPECT_EQ(kHostFault, b.setD(FG_PROCESSING_GAMMA, 2.0, port));
+        EXPECT_EQ(1.0, b.dbl(FG_PROCESSING_GAMMA, port));
+        EXPECT_EQ(kHostFault, b.set(FG_PROCESSING_INVERT, 1, port));
+        EXPECT_EQ(0u, b.u32(FG_PROCESSING_INVERT, port));
+        EXPECT_EQ(before, table(port));
+
+        std::vector<uint32_t> v(50, 1);
+        EXPECT_EQ(kHostFault, writeRange(port, access(FG_PARAM_TYPE_UINT32_T, 100, 50, v.data())));
+        FieldParameterInt e = {1, 7};
+        EXPECT_EQ(kHostFault, Fg_setParameterWithType(b.fg(), FG_LUT_VALUE, &e, port, FG_PARAM_TYPE_UINT32_T));
+        EXPECT_EQ(before, table(port));
+
+        // Loading a file whose table cannot be written.
+        writeFile("fail.lut", "[gray]\nnrOfElements=2;\n0,11;\n1,12;\n");
+        ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "fail.lut", port));
+        EXPECT_EQ(kHostFault, b.set(FG_LUT_TYPE, kUserFile, port));
+        EXPECT_EQ(kProcessing, b.u32(FG_LUT_TYPE, port));
+        expectFlagsOfType(port, kProcessing);
+        EXPECT_EQ(before, table(port));
+
+        // Without the fault the file loads; switching back fails and keeps it.
+        SimBoard_ClearFaults(b.dev());
+        EXPECT_EQ(before, designTable(port));
+        ASSERT_EQ(0, b.set(FG_LUT_TYPE, kUserFile, port));
+        EXPECT_EQ(11u, table(port)[0]);
+        SimBoard_FailParameter(b.dev(), lutName(port).c_str(), 1, kHostFault);
+        EXPECT_EQ(kHostFault, b.set(FG_LUT_TYPE, kProcessing, port));
+        EXPECT_EQ(kUserFile, b.u32(FG_LUT_TYPE, port));
+        expectFlagsOfType(port, kUserFile);
+        EXPECT_EQ(11u, table(port)[0]);
+        ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "", port));
+        writeFile("fail2.lut", "[gray]\nnrOfElements=1;\n0,33;\n");
+        EXPECT_EQ(kHostFault, b.setText(FG_LUT_CUSTOM_FILE, "fail2.lut", port));
+        EXPECT_EQ("", b.text(FG_LUT_CUSTOM_FILE, port));
+        EXPECT_EQ(11u, table(port)[0]);
+        SimBoard_ClearFaults(b.dev());
+    }
+}
+
+TEST_F(Lut, AHostCallFailureDuringTheTableWriteIsRestored) {
+    processingMode();
+    SimBoard_FailNthHostCall(b.dev(), 1, kHostFault);
+    EXPECT_EQ(kHostFault, b.set(FG_PROCESSING_INVERT, 1, 1));
+    EXPECT_EQ(0u, b.u32(FG_PROCESSING_INVERT, 1));
+    EXPECT_EQ(identity(), table(1));
+    EXPECT_EQ(identity(), designTable(1));
+    invert(1, 1);
+}
+
+}  // namespace
