@@ -1,0 +1,359 @@
+// The applet information query, called as the host runtime calls it: looked up
+// by name in the applet library, without an applet object.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "board_fixture.h"
+
+using namespace orvtest;
+
+namespace {
+
+// The question code is taken as a plain int so that codes outside the
+// enumeration can be asked.
+typedef int (*InfoFn)(int cmd, int arg1, int arg2, void* vptr, const void** vptrptr);
+
+InfoFn infoOf(const AppletLibrary& lib) { return lib.fn<InfoFn>("Info"); }
+
+struct Constant {
+    const char* name;
+    int value;
+};
+
+// Every constant name the query resolves.
+const Constant kConstants[] = {
+    {"Mono8", 257},
+    {"Mono10", 258},
+    {"Mono12", 259},
+    {"FG_STANDARD", 0},
+    {"FG_RISING_EDGE_ONLY", 1},
+    {"FG_FALSE", 0},
+    {"FG_TRUE", 1},
+    {"FG_GRAY", 3},
+    {"FG_GRAY10", 21},
+    {"FG_GRAY12", 22},
+    {"FG_GRAY16", 1},
+    {"FG_LEFT_ALIGNED", 1},
+    {"FG_RIGHT_ALIGNED", 0},
+    {"FG_CAMPORT", 0},
+    {"FG_CAMERASIMULATOR", 1},
+    {"FG_HORIZONTAL", 1},
+    {"FG_VERTICAL", 2},
+    {"FG_DIAGONAL", 3},
+    {"FG_ON", 1},
+    {"FG_OFF", 0},
+    {"FG_PIXEL_FREQUENCY", 0},
+    {"FG_LINERATE", 1},
+    {"FG_FRAMERATE", 2},
+    {"SIMULATION_FREE_RUN", 0},
+    {"RISING_EDGE_TRIGGERS_LINE", 8},
+    {"RISING_EDGE_TRIGGERS_FRAME", 9},
+    {"LUT_TYPE_PROCESSING", 3},
+    {"LUT_TYPE_CUSTOM", 0},
+    {"LUT_IMPLEMENTATION_FULL_LUT", 0},
+    {"LUT_IMPLEMENTATION_KNEELUT", 1},
+    {"GRABBER_CONTROLLED", 1},
+    {"ASYNC_TRIGGER", 2},
+    {"GRABBER_CONTROLLED_GATED", 6},
+    {"ASYNC_GATED", 5},
+    {"TRGINSRC_0", 0},
+    {"TRGINSRC_1", 1},
+    {"TRGINSRC_2", 2},
+    {"TRGINSRC_3", 3},
+    {"TRGINSRC_4", 4},
+    {"TRGINSRC_5", 5},
+    {"TRGINSRC_6", 6},
+    {"TRGINSRC_7", 7},
+    {"HIGH_ON_ZERO_LOW", 1},
+    {"HIGH_ON_ZERO_HIGH", 0},
+    {"FILTER_X1", 1},
+    {"FILTER_X2", 2},
+    {"FILTER_X4", 3},
+    {"SOURCE_A", 0},
+    {"SOURCE_B", 1},
+    {"FG_LOW", 0},
+    {"FG_HIGH", 1},
+    {"FREE_RUN", 0},
+    {"ASYNC_TRIGGER_MULTIFRAME", 8},
+    {"ASYNC_GATED_MULTIFRAME", 6},
+    {"IS_BUSY", 1},
+    {"IS_NOT_BUSY", 0},
+    {"TRGINSOFTWARE", -1},
+    {"FG_APPLY", 1},
+};
+static_assert(sizeof(kConstants) / sizeof(kConstants[0]) == 58, "58 constant names");
+
+class InfoQuery : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(lib.ok()) << dlerror();
+        ASSERT_NE(nullptr, info) << "Info is not exported";
+    }
+    int ask(int cmd, int arg1 = 0, int arg2 = 0) { return info(cmd, arg1, arg2, nullptr, nullptr); }
+    std::string text(int cmd) {
+        const void* p = nullptr;
+        EXPECT_EQ(0, info(cmd, 0, 0, nullptr, &p)) << cmd;
+        return p ? static_cast<const char*>(p) : "<null>";
+    }
+
+    AppletLibrary lib;
+    InfoFn info = infoOf(lib);
+};
+
+// ---- numeric answers --------------------------------------------------------------
+
+TEST_F(InfoQuery, NumericAnswers) {
+    struct Answer {
+        int cmd;
+        int expected;
+    };
+    const Answer answers[] = {
+        {GET_ISCAM_COLOR, 0},
+        {GET_IS_SMART_APPLET, 0},
+        {GET_IS_ADVANCED_ACQUISITION_APPLET, 1},
+        {GET_NR_OF_PORTS, 2},
+        {GET_NR_OF_CAMS, 2},
+        {GET_NR_OF_DMAS, 2},
+        {GET_VERSION, 0x30000},
+        {GET_HAP_NAME, 0},
+        {GET_BOARD_TYPE, 0xA57},
+        {GET_PX_TYPE, 0},
+        {GET_IS_CUSTOM, 0},
+        {GET_IS_AREA, 0},
+        {GET_IS_MEDIUM, 0},
+        {GET_IS_FULL, 0},
+        {GET_INFO_NR_OF_PROCESSES, 2},
+    };
+    for (const Answer& a : answers) {
+        EXPECT_EQ(a.expected, ask(a.cmd)) << std::hex << a.cmd;
+        // The outputs are left alone.
+        uint32_t out = 0xA5A5A5A5u;
+        const void* pp = &out;
+        EXPECT_EQ(a.expected, info(a.cmd, 7, -3, &out, &pp)) << std::hex << a.cmd;
+        EXPECT_EQ(0xA5A5A5A5u, out) << std::hex << a.cmd;
+        EXPECT_EQ(&out, pp) << std::hex << a.cmd;
+    }
+}
+
+TEST_F(InfoQuery, UnknownQuestionsAreNotSupported) {
+    for (int cmd : {9999, 0, -1, 1, 0x351, 0x416, 0x1271, 0x1110, INT_MIN, INT_MAX})
+        EXPECT_EQ(FG_ERR_NOT_SUPPORTED, ask(cmd)) << cmd;
+}
+
+// ---- topology with index arguments ------------------------------------------------------
+
+TEST_F(InfoQuery, ProcessChannelsAndCameras) {
+    for (int cmd : {GET_INFO_NR_OF_PROCESS_CHANNELS, GET_INFO_NR_OF_PROCESS_CAMERAS}) {
+        EXPECT_EQ(1, ask(cmd, 0));
+        EXPECT_EQ(1, ask(cmd, 1));
+        EXPECT_EQ(1, ask(cmd, 1, -5)) << "arg2 is not examined";
+        for (int bad : {2, 3, -1, INT_MIN, INT_MAX}) EXPECT_EQ(FG_ERR_INVALID_PARAMETER, ask(cmd, bad)) << bad;
+    }
+}
+
+TEST_F(InfoQuery, ChannelsAndCamerasMapToTheirOwnDmaAndPort) {
+    for (int cmd : {GET_INFO_PROCESS_CHANNEL_DMA, GET_INFO_PROCESS_CAMERA_PORT}) {
+        EXPECT_EQ(0, ask(cmd, 0, 0));
+        EXPECT_EQ(1, ask(cmd, 1, 0));
+        const int bad[][2] = {{0, 1}, {1, 1}, {2, 0}, {-1, 0}, {0, -1}, {1, INT_MIN}, {INT_MIN, 0}, {INT_MAX, 0}};
+        for (const auto& b : bad) EXPECT_EQ(FG_ERR_INVALID_PARAMETER, ask(cmd, b[0], b[1])) << b[0] << "," << b[1];
+    }
+}
+
+TEST_F(InfoQuery, DmaDirectionAndDataType) {
+    EXPECT_EQ(1, ask(GET_INFO_DMA_DIRECTION, 0));
+    EXPECT_EQ(1, ask(GET_INFO_DMA_DIRECTION, 1, 99));
+    EXPECT_EQ(DMA_DATATYPE_GRAY8, ask(GET_INFO_DMA_DATATYPE, 0));
+    EXPECT_EQ(DMA_DATATYPE_GRAY8, ask(GET_INFO_DMA_DATATYPE, 1, 99));
+    for (int bad : {2, 3, -1, INT_MIN}) {
+        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, ask(GET_INFO_DMA_DIRECTION, bad)) << bad;
+        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, ask(GET_INFO_DMA_DATATYPE, bad)) << bad;
+    }
+}
+
+// ---- texts ----------------------------------------------------------------------------
+
+TEST_F(InfoQuery, Texts) {
+    EXPECT_EQ("Orvindel", text(GET_INFO_FRIENDLY_NAME));
+    EXPECT_EQ("3.0.2.4", text(GET_INFO_VERSIONSTRING));
+    EXPECT_EQ("3.0.2.4.20170809.082732", text(GET_INFO_VERSIONSTRING_DETAIL));
+    EXPECT_EQ("Maravel:Line", text(GET_INFO_CATEGORY));
+    EXPECT_EQ("class=standard,family=acquisition,type=dual,sensortype=line,color=gray,interface=cxp,lag=2",
+              text(GET_INFO_TAGS));
+    EXPECT_EQ("Acquisition Applet with support of Velox technology, 12 bit image processing and lookup table "
+              "for two CoaXPress grayscale line scan cameras with 2 ports and supported transfer speed of CXP-1 "
+              "(1.250 Gbps) to CXP-6 (6.250 Gbps).",
+              text(GET_INFO_DESCRIPTION));
+    EXPECT_EQ("d27e4a90-1c5b-4e38-2a6d-91f3b0c7e825", text(GET_HAP_ID));
+    EXPECT_EQ("3f1c9d20-7b4e-4a61-8d2f-5e0a7c6b9d14", text(GET_BITSTREAM_ID));
+}
+
+TEST_F(InfoQuery, PointerQuestionsWithoutOutputsAnswerZero) {
+    for (int cmd : {GET_PNG_ICON, GET_EMBEDDED_HAP, GET_HAP_ID, GET_BITSTREAM_ID, GET_INFO_DESCRIPTION,
+                    GET_INFO_CATEGORY, GET_INFO_TAGS, GET_INFO_DEVICE_HANDLE, GET_INFO_DESIGN_HANDLE,
+                    GET_INFO_FRIENDLY_NAME, GET_INFO_VERSIONSTRING, GET_INFO_VERSIONSTRING_DETAIL})
+        EXPECT_EQ(0, ask(cmd)) << std::hex << cmd;
+    // Only the size is wanted.
+    uint32_t size = 0;
+    EXPECT_EQ(0, info(GET_PNG_ICON, 0, 0, &size, nullptr));
+    EXPECT_EQ(3087u, size);
+    // Only the pointer is wanted.
+    const void* p = nullptr;
+    EXPECT_EQ(0, info(GET_EMBEDDED_HAP, 0, 0, nullptr, &p));
+    EXPECT_NE(nullptr, p);
+}
+
+// ---- embedded images ------------------------------------------------------------------
+
+TEST_F(InfoQuery, IconIsA32x32RgbaPng) {
+    uint32_t size = 0;
+    const void* p = nullptr;
+    ASSERT_EQ(0, info(GET_PNG_ICON, 0, 0, &size, &p));
+    ASSERT_EQ(3087u, size);
+    ASSERT_NE(nullptr, p);
+    const unsigned char* png = static_cast<const unsigned char*>(p);
+    const unsigned char signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    EXPECT_EQ(0, std::memcmp(png, signature, 8));
+    // The first chunk is the header: width, height, bit depth 8, colour type 6 (RGBA).
+    EXPECT_EQ(0, std::memcmp(png + 12, "IHDR", 4));
+    const unsigned char dims[10] = {0, 0, 0, 32, 0, 0, 0, 32, 8, 6};
+    EXPECT_EQ(0, std::memcmp(png + 16, dims, sizeof dims));
+    // The file ends with the image trailer chunk.
+    EXPECT_EQ(0, std::memcmp(png + size - 8, "IEND", 4));
+}
+
+TEST_F(InfoQuery, EmbeddedDesignImageIsHandedOverWhole) {
+    uint32_t size = 0;
+    const void* p = nullptr;
+    ASSERT_EQ(0, info(GET_EMBEDDED_HAP, 0, 0, &size, &p));
+    EXPECT_EQ(7866434u, size);
+    ASSERT_NE(nullptr, p);
+    // The same image on every question.
+    const void* again = nullptr;
+    ASSERT_EQ(0, info(GET_EMBEDDED_HAP, 0, 0, nullptr, &again));
+    EXPECT_EQ(p, again);
+    // Every byte of it is readable (the sum only makes the reads happen).
+    const unsigned char* bytes = static_cast<const unsigned char*>(p);
+    uint64_t sum = 0;
+    for (uint32_t i = 0; i < size; i += 4096) sum += bytes[i];
+    sum += bytes[size - 1];
+    (void)sum;
+}
+
+// ---- enumeration constants ----------------------------------------------------------------
+
+TEST_F(InfoQuery, EveryConstantNameResolvesToItsValue) {
+    for (const Constant& c : kConstants) {
+        std::string name = c.name;  // the name is read from the caller's own writable buffer
+        EXPECT_EQ(c.value, info(GET_INFO_RESOLVE_ENUM, 0, 0, &name[0], nullptr)) << c.name;
+    }
+}
+
+TEST_F(InfoQuery, ConstantNamesAreExactAndCaseSensitive) {
+    EXPECT_EQ(-1, info(GET_INFO_RESOLVE_ENUM, 0, 0, const_cast<char*>("TRGINSOFTWARE"), nullptr));
+    const char* unknown[] = {"fg_on",       "Fg_On",        "FG_ON ",        " FG_ON", "FG_O",
+                             "",            "On",           "Trigger Source 0", "TRGINSRC_8", "FG_WIDTH",
+                             "MONO8",       "FG_ONFG_OFF"};
+    for (const char* name : unknown)
+        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info(GET_INFO_RESOLVE_ENUM, 0, 0, const_cast<char*>(name), nullptr))
+            << "'" << name << "'";
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info(GET_INFO_RESOLVE_ENUM, 0, 0, nullptr, nullptr));
+    const void* p = &p;
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info(GET_INFO_RESOLVE_ENUM, 0, 0, nullptr, &p));
+}
+
+// The first questions for constants come from several threads at once; each of
+// them must see the complete map. Run in a fresh process so that this really is
+// the first use of the map.
+TEST(InfoFirstUse, ConcurrentFirstResolutionSeesTheWholeMap) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            AppletLibrary lib;
+            InfoFn info = infoOf(lib);
+            if (!info) std::_Exit(2);
+            const int kThreads = 8;
+            std::atomic<int> ready(0);
+            std::atomic<bool> go(false);
+            std::atomic<int> wrong(0);
+            std::vector<std::thread> threads;
+            for (int t = 0; t < kThreads; ++t) {
+                threads.emplace_back([&, t] {
+                    ready.fetch_add(1);
+                    while (!go.load()) std::this_thread::yield();
+                    // Each thread starts at a different name, all of them on the first question.
+                    const int n = static_cast<int>(sizeof(kConstants) / sizeof(kConstants[0]));
+                    for (int k = 0; k < n; ++k) {
+                        const Constant& c = kConstants[(k + t * 7) % n];
+                        std::string name = c.name;
+                        if (info(GET_INFO_RESOLVE_ENUM, 0, 0, &name[0], nullptr) != c.value) wrong.fetch_add(1);
+                    }
+                    std::string bad = "fg_on";
+                    if (info(GET_INFO_RESOLVE_ENUM, 0, 0, &bad[0], nullptr) != FG_ERR_INVALID_PARAMETER)
+                        wrong.fetch_add(1);
+                });
+            }
+            while (ready.load() < kThreads) std::this_thread::yield();
+            go.store(true);
+            for (std::thread& th : threads) th.join();
+            std::exit(wrong.load() == 0 ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+// ---- handles ----------------------------------------------------------------------------
+
+TEST(InfoFirstUse, HandlesAreNullBeforeAnyBoardWasOpened) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            AppletLibrary lib;
+            InfoFn info = infoOf(lib);
+            if (!info) std::_Exit(2);
+            void* device = &lib;
+            void* design = &lib;
+            if (info(GET_INFO_DEVICE_HANDLE, 0, 0, &device, nullptr) != 0) std::_Exit(3);
+            if (info(GET_INFO_DESIGN_HANDLE, 0, 0, &design, nullptr) != 0) std::_Exit(4);
+            std::exit(device == nullptr && design == nullptr ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(InfoQuery, HandlesAreThoseOfTheLastOpenedBoard) {
+    Board board;
+    ASSERT_TRUE(board.ok());
+    ASSERT_EQ(lib.handle(), SimBoard_AppletLibraryOf(board.fg())) << "the board uses the same applet library";
+    void* device = nullptr;
+    void* design = nullptr;
+    EXPECT_EQ(0, info(GET_INFO_DEVICE_HANDLE, 0, 0, &device, nullptr));
+    EXPECT_EQ(0, info(GET_INFO_DESIGN_HANDLE, 0, 0, &design, nullptr));
+    EXPECT_EQ(static_cast<void*>(board.dev()), device);
+    EXPECT_NE(nullptr, design);
+
+    // A board opened later takes over the slots.
+    auto stdEntry = lib.fn<decltype(&::Std_entry)>("Std_entry");
+    auto freeGrabber = lib.fn<decltype(&::Fg_FreeGrabber)>("Fg_FreeGrabber");
+    ASSERT_TRUE(stdEntry && freeGrabber);
+    QORdevice* other = SimBoard_CreateDevice(1);
+    ASSERT_NE(nullptr, other);
+    int err = 0;
+    Fg_Struct fg{stdEntry(other, &err, 1)};
+    ASSERT_NE(nullptr, fg.Master) << err;
+    EXPECT_EQ(0, info(GET_INFO_DEVICE_HANDLE, 0, 0, &device, nullptr));
+    EXPECT_EQ(static_cast<void*>(other), device);
+    void* otherDesign = nullptr;
+    EXPECT_EQ(0, info(GET_INFO_DESIGN_HANDLE, 0, 0, &otherDesign, nullptr));
+    EXPECT_NE(nullptr, otherDesign);
+    freeGrabber(&fg);
+    SimBoard_DestroyDevice(other);
+}
+
+}  // namespace

@@ -1,0 +1,367 @@
+// Digital I/O, frame-buffer status, board monitor and applet identity, seen
+// through the typed parameter access of an opened board and the simulated
+// board's design values and write log.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "board_fixture.h"
+
+using namespace orvtest;
+
+namespace {
+
+const char kOut3[] = "Device1_Process2_Trigger_SetOut3_Mode";
+const char kOut7[] = "Device1_Process2_Trigger_SetOut7_Mode";
+const char kInputStatus[] = "Device1_Process2_Trigger_InputStatus_Status";
+
+class IoStatus : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(board.ok());
+        board.clearLog();
+    }
+    void TearDown() override {
+        if (board.ok()) SimBoard_ClearFaults(board.dev());
+    }
+
+    void setU64(const char* name, uint64_t v) {
+        ASSERT_EQ(0, SimBoard_SetValue(board.dev(), name, FG_PARAM_TYPE_UINT64_T, &v)) << name;
+    }
+    void setDouble(const char* name, double v) {
+        ASSERT_EQ(0, SimBoard_SetValue(board.dev(), name, FG_PARAM_TYPE_DOUBLE, &v)) << name;
+    }
+    std::string designText(const char* name) {
+        char buf[512];
+        std::memset(buf, 0, sizeof buf);
+        EXPECT_EQ(0, SimBoard_GetValue(board.dev(), name, FG_PARAM_TYPE_CHAR_PTR, buf)) << name;
+        return buf;
+    }
+    // The buffer-status design values of one port.
+    void setBuffer(int port, uint32_t overflow, uint32_t fill0, uint32_t fill1) {
+        board.setDesignU32(dp(port, "Overflow_OverflowOccurred").c_str(), overflow);
+        board.setDesignU32(dp(port, "Buffer_0_DRAM_A_0_FillLevel").c_str(), fill0);
+        board.setDesignU32(dp(port, "Buffer_0_DRAM_A_1_FillLevel").c_str(), fill1);
+    }
+
+    Board board;
+};
+
+// ---- digital outputs ------------------------------------------------------------
+
+TEST_F(IoStatus, DigitalOutputWritesBothBitsToTheSharedOutputsWithThePortAsDma) {
+    for (int port = 0; port < 2; ++port) {
+        for (uint32_t v = 0; v <= 3; ++v) {
+            board.clearLog();
+            ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, v, port)) << v;
+            std::vector<Write> expected = {u32w(kOut3, v & 1, port), u32w(kOut7, (v >> 1) & 1, port)};
+            EXPECT_EQ(expected, writes(board.log())) << "value " << v << " port " << port;
+            EXPECT_EQ(v, board.u32(FG_DIGIO_OUTPUT, port));
+            EXPECT_EQ(v & 1, board.designU32(kOut3));
+            EXPECT_EQ((v >> 1) & 1, board.designU32(kOut7));
+        }
+    }
+}
+
+TEST_F(IoStatus, DigitalOutputIsRememberedPerPortWhileTheOutputsShowTheLastWrite) {
+    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 1, 0));
+    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 2, 1));
+    EXPECT_EQ(1u, board.u32(FG_DIGIO_OUTPUT, 0));
+    EXPECT_EQ(2u, board.u32(FG_DIGIO_OUTPUT, 1));
+    EXPECT_EQ(0u, board.designU32(kOut3));
+    EXPECT_EQ(1u, board.designU32(kOut7));
+}
+
+TEST_F(IoStatus, DigitalOutputAboveThreeIsRejectedWithoutAnyChange) {
+    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 2, 0));
+    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 1, 1));
+    board.clearLog();
+    for (uint32_t bad : {4u, 7u, 0x80000000u, 0xFFFFFFFFu}) {
+        for (int port = 0; port < 2; ++port) {
+            EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, board.set(FG_DIGIO_OUTPUT, bad, port)) << bad;
+            EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, board.lastError());
+        }
+    }
+    EXPECT_TRUE(board.log().empty());
+    EXPECT_EQ(2u, board.u32(FG_DIGIO_OUTPUT, 0));
+    EXPECT_EQ(1u, board.u32(FG_DIGIO_OUTPUT, 1));
+}
+
+TEST_F(IoStatus, FailedSecondOutputRestoresTheCachedValue) {
+    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 2, 1));
+    board.clearLog();
+    SimBoard_FailParameter(board.dev(), kOut7, 1, -4711);
+    EXPECT_EQ(-4711, board.set(FG_DIGIO_OUTPUT, 1, 1));
+    EXPECT_EQ(-4711, board.lastError());
+    // The first output was written before the failure and keeps its value.
+    std::vector<Write> expected = {u32w(kOut3, 1, 1)};
+    EXPECT_EQ(expected, writes(board.log()));
+    EXPECT_EQ(2u, board.u32(FG_DIGIO_OUTPUT, 1));
+    EXPECT_EQ(3u, board.u32(FG_DIGIO_OUTPUT, 0));
+}
+
+TEST_F(IoStatus, FailedFirstOutputSkipsTheSecond) {
+    SimBoard_FailParameter(board.dev(), kOut3, 1, -4712);
+    EXPECT_EQ(-4712, board.set(FG_DIGIO_OUTPUT, 0, 0));
+    EXPECT_TRUE(board.log().empty());
+    EXPECT_EQ(3u, board.u32(FG_DIGIO_OUTPUT, 0));
+    SimBoard_ClearFaults(board.dev());
+    EXPECT_EQ(0, board.set(FG_DIGIO_OUTPUT, 0, 0));
+    EXPECT_EQ(0u, board.u32(FG_DIGIO_OUTPUT, 0));
+}
+
+TEST_F(IoStatus, FailedWriteOnTheNthHostCallRestoresTheCache) {
+    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 0, 0));
+    // The setter's first host call is the write of output 3, the second that of output 7.
+    SimBoard_FailNthHostCall(board.dev(), 2, -4713);
+    EXPECT_EQ(-4713, board.set(FG_DIGIO_OUTPUT, 3, 0));
+    EXPECT_EQ(0u, board.u32(FG_DIGIO_OUTPUT, 0));
+}
+
+// ---- digital input ----------------------------------------------------------------
+
+TEST_F(IoStatus, DigitalInputIsReadLiveOnBothPorts) {
+    for (uint32_t v : {0u, 0x5Au, 0xFFu}) {
+        board.setDesignU32(kInputStatus, v);
+        EXPECT_EQ(v, board.u32(FG_DIGIO_INPUT, 0));
+        EXPECT_EQ(v, board.u32(FG_DIGIO_INPUT, 1));
+    }
+    SimBoard_FailParameter(board.dev(), kInputStatus, 0, -4714);
+    uint32_t v = 0;
+    EXPECT_EQ(-4714, board.get(FG_DIGIO_INPUT, &v, 1));
+    EXPECT_EQ(-4714, board.lastError());
+}
+
+// ---- buffer status ----------------------------------------------------------------
+
+struct BufferCase {
+    uint32_t overflow, fill0, fill1;
+    uint32_t fillLevel, extended;
+};
+
+TEST_F(IoStatus, FillLevelAndStatusWordFollowTheBufferOfEachPort) {
+    const BufferCase cases[] = {
+        {1, 0, 0, 100, 0xE1},   {1, 30, 10, 100, 0xE1}, {0, 30, 10, 30, 0x41}, {0, 10, 30, 30, 0x41},
+        {0, 0, 0, 0, 0x01},     {0, 24, 0, 24, 0x01},   {0, 25, 0, 25, 0x41},  {0, 0, 49, 49, 0x41},
+        {0, 50, 0, 50, 0x81},   {0, 74, 74, 74, 0x81},  {0, 75, 0, 75, 0xC1},  {0, 0, 100, 100, 0xC1},
+    };
+    for (int port = 0; port < 2; ++port) {
+        const int other = 1 - port;
+        for (const BufferCase& c : cases) {
+            setBuffer(port, c.overflow, c.fill0, c.fill1);
+            // The other port's buffer is in a different state and must not show through.
+            setBuffer(other, c.overflow ^ 1u, 60, 5);
+            SCOPED_TRACE(::testing::Message() << "port " << port << " overflow " << c.overflow << " fill "
+                                              << c.fill0 << "/" << c.fill1);
+            EXPECT_EQ(c.overflow, board.u32(FG_OVERFLOW, port));
+            EXPECT_EQ(c.fillLevel, board.u32(FG_FILLLEVEL, port));
+            EXPECT_EQ(c.extended, board.u32(FG_CAMSTATUS_EXTENDED, port));
+            EXPECT_EQ(1u, board.u32(FG_CAMSTATUS, port));
+        }
+    }
+    EXPECT_TRUE(board.log().empty()) << "status reads write nothing";
+}
+
+TEST_F(IoStatus, OverflowMakesTheBufferFullWithoutReadingTheBanks) {
+    setBuffer(0, 1, 3, 4);
+    SimBoard_FailParameter(board.dev(), dp(0, "Buffer_0_DRAM_A_1_FillLevel").c_str(), 0, -4715);
+    EXPECT_EQ(100u, board.u32(FG_FILLLEVEL, 0));
+    EXPECT_EQ(0xE1u, board.u32(FG_CAMSTATUS_EXTENDED, 0));
+
+    board.setDesignU32(dp(0, "Overflow_OverflowOccurred").c_str(), 0);
+    uint32_t v = 0;
+    EXPECT_EQ(-4715, board.get(FG_FILLLEVEL, &v, 0));
+    EXPECT_EQ(-4715, board.get(FG_CAMSTATUS_EXTENDED, &v, 0));
+    EXPECT_EQ(-4715, board.get(FG_CAMSTATUS, &v, 0));
+    EXPECT_EQ(-4715, board.lastError());
+    // Port 1 reads its own banks.
+    setBuffer(1, 0, 40, 20);
+    EXPECT_EQ(40u, board.u32(FG_FILLLEVEL, 1));
+}
+
+TEST_F(IoStatus, FailingOverflowReadIsReported) {
+    SimBoard_FailParameter(board.dev(), dp(1, "Overflow_OverflowOccurred").c_str(), 0, -4716);
+    uint32_t v = 0;
+    for (int id : {FG_OVERFLOW, FG_FILLLEVEL, FG_CAMSTATUS_EXTENDED, FG_CAMSTATUS})
+        EXPECT_EQ(-4716, board.get(id, &v, 1)) << id;
+    setBuffer(0, 0, 30, 10);
+    EXPECT_EQ(0x41u, board.u32(FG_CAMSTATUS_EXTENDED, 0));
+}
+
+TEST_F(IoStatus, DmaStatusIsTheHostsOwn) {
+    EXPECT_EQ(0u, board.u32(FG_DMASTATUS, 0));
+    EXPECT_EQ(0u, board.u32(FG_DMASTATUS, 1));
+    ASSERT_EQ(0, Fg_AcquireEx(board.fg(), 1, 0, 0, nullptr));
+    EXPECT_EQ(0u, board.u32(FG_DMASTATUS, 0));
+    EXPECT_EQ(1u, board.u32(FG_DMASTATUS, 1));
+    ASSERT_EQ(0, Fg_stopAcquireEx(board.fg(), 1, nullptr, 0));
+    EXPECT_EQ(0u, board.u32(FG_DMASTATUS, 1));
+}
+
+// ---- applet identity ----------------------------------------------------------------
+
+TEST_F(IoStatus, IdentityTextsAndNumbers) {
+    const std::string uid = designText("Device1_Process0_AppletProperties_AppletUid");
+    const std::string built = designText("Device1_Process0_AppletProperties_BuildTime");
+    EXPECT_FALSE(uid.empty());
+    EXPECT_FALSE(built.empty());
+    for (int port = 0; port < 2; ++port) {
+        EXPECT_EQ(uid, board.text(FG_APPLET_ID, port));
+        EXPECT_EQ(built, board.text(FG_APPLET_BUILD_TIME, port));
+        EXPECT_EQ("Orvindel.hap", board.text(FG_HAP_FILE, port));
+        EXPECT_EQ(3u, board.u32(FG_APPLET_VERSION, port));
+        EXPECT_EQ(0u, board.u32(FG_APPLET_REVISION, port));
+    }
+}
+
+TEST_F(IoStatus, DesignFileNameIsCopiedWithItsTerminator) {
+    char buf[32];
+    std::memset(buf, 'x', sizeof buf);
+    ASSERT_EQ(0, Fg_getParameterWithType(board.fg(), FG_HAP_FILE, buf, 1, FG_PARAM_TYPE_CHAR_PTR));
+    EXPECT_EQ(0, std::memcmp(buf, "Orvindel.hap", 13));
+    EXPECT_EQ('x', buf[13]) << "nothing beyond the terminating zero is written";
+}
+
+TEST_F(IoStatus, IdentityReadFailureIsReported) {
+    SimBoard_FailParameter(board.dev(), "Device1_Process0_AppletProperties_BuildTime", 0, -4717);
+    char buf[256] = {0};
+    EXPECT_EQ(-4717, Fg_getParameterWithType(board.fg(), FG_APPLET_BUILD_TIME, buf, 0, FG_PARAM_TYPE_CHAR_PTR));
+    EXPECT_EQ(0, Fg_getParameterWithType(board.fg(), FG_APPLET_ID, buf, 0, FG_PARAM_TYPE_CHAR_PTR));
+}
+
+TEST_F(IoStatus, ReadOnlyParametersRefuseWrites) {
+    const int readOnly[] = {FG_DIGIO_INPUT,
+                            FG_OVERFLOW,
+                            FG_FILLLEVEL,
+                            FG_CAMSTATUS,
+                            FG_CAMSTATUS_EXTENDED,
+                            FG_DMASTATUS,
+                            FG_APPLET_VERSION,
+                            FG_APPLET_REVISION,
+                            FG_SYSTEMMONITOR_FPGA_TEMPERATURE,
+                            FG_SYSTEMMONITOR_FPGA_DNA,
+                            FG_SYSTEMMONITOR_CHANNEL_CURRENT,
+                            FG_SYSTEMMONITOR_CHANNEL_VOLTAGE};
+    for (int port = 0; port < 2; ++port)
+        for (int id : readOnly) EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.set(id, 1, port)) << id;
+    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.setText(FG_APPLET_ID, "x", 0));
+    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.setText(FG_HAP_FILE, "x", 1));
+    EXPECT_TRUE(board.log().empty());
+}
+
+// ---- board monitor ------------------------------------------------------------------
+
+TEST_F(IoStatus, MonitorValuesAreHandedThroughUnscaled) {
+    struct Monitor {
+        int id;
+        const char* design;
+        double value;
+    };
+    const Monitor monitors[] = {
+        {FG_SYSTEMMONITOR_FPGA_TEMPERATURE, "Device1_Process0_BoardStatus_FpgaTemperature", 47.3125},
+        {FG_SYSTEMMONITOR_FPGA_VCC_INT, "Device1_Process0_BoardStatus_FpgaVccInt", 0.998046875},
+        {FG_SYSTEMMONITOR_FPGA_VCC_AUX, "Device1_Process0_BoardStatus_FpgaVccAux", 1.7998046875},
+        {FG_SYSTEMMONITOR_BOARD_POWER, "Device1_Process0_BoardStatus_BoardPower", 12.1},
+        {FG_SYSTEMMONITOR_CXP_CHIP_TEMPERATURE, "Device1_Process0_BoardStatus_CxpChipTemperature", 51.75},
+        {FG_SYSTEMMONITOR_RAM_CHIP_TEMPERATURE, "Device1_Process0_BoardStatus_RamChipTemperature", -3.5},
+        {FG_SYSTEMMONITOR_CXP_POWER_REGULATOR_TEMPERATURE,
+         "Device1_Process0_BoardStatus_CxpPowerRegulatorTemperature", 66.6},
+        {FG_SYSTEMMONITOR_POWER_REGULATOR_TEMPERATURE, "Device1_Process0_BoardStatus_PowerRegulatorTemperature",
+         70.0625},
+    };
+    for (const Monitor& m : monitors) setDouble(m.design, m.value);
+    for (int port = 0; port < 2; ++port)
+        for (const Monitor& m : monitors) EXPECT_EQ(m.value, board.dbl(m.id, port)) << m.design;
+
+    setU64("Device1_Process0_BoardStatus_FpgaDNA", 0x0123456789ABCDEFull);
+    for (int port = 0; port < 2; ++port) {
+        uint64_t dna = 0;
+        EXPECT_EQ(0, Fg_getParameterWithType(board.fg(), FG_SYSTEMMONITOR_FPGA_DNA, &dna, port,
+                                             FG_PARAM_TYPE_UINT64_T));
+        EXPECT_EQ(0x0123456789ABCDEFull, dna);
+    }
+}
+
+TEST_F(IoStatus, MonitorReadFailureIsReported) {
+    SimBoard_FailParameter(board.dev(), "Device1_Process0_BoardStatus_BoardPower", 0, -4718);
+    double d = 0;
+    EXPECT_EQ(-4718, board.getD(FG_SYSTEMMONITOR_BOARD_POWER, &d, 1));
+    EXPECT_EQ(-4718, board.lastError());
+    EXPECT_EQ(0, board.getD(FG_SYSTEMMONITOR_FPGA_TEMPERATURE, &d, 1));
+    EXPECT_EQ(0, board.lastError());
+}
+
+class ChannelFields : public IoStatus, public ::testing::WithParamInterface<int> {
+protected:
+    const char* design() const {
+        return GetParam() == FG_SYSTEMMONITOR_CHANNEL_CURRENT ? "Device1_Process0_BoardStatus_ChannelCurrent"
+                                                              : "Device1_Process0_BoardStatus_ChannelVoltage";
+    }
+    int readElement(unsigned index, double* out, int port) {
+        FieldParameterDouble e;
+        e.value = -1.0;
+        e.index = index;
+        int r = Fg_getParameterWithType(board.fg(), GetParam(), &e, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE);
+        *out = e.value;
+        return r;
+    }
+    int readAccess(unsigned index, unsigned count, double* out, int port) {
+        FieldParameterAccess a;
+        a.vtype = FG_PARAM_TYPE_DOUBLE;
+        a.index = index;
+        a.count = count;
+        a.p_double = out;
+        return Fg_getParameterWithType(board.fg(), GetParam(), &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
+    }
+    const double values[4] = {0.25, 1.5, 2.75, 12.125};
+};
+
+TEST_P(ChannelFields, ElementReadsAcceptChannelsZeroToThree) {
+    for (unsigned i = 0; i < 4; ++i) ASSERT_EQ(0, SimBoard_SetFieldElement(board.dev(), design(), i, values[i]));
+    for (int port = 0; port < 2; ++port) {
+        for (unsigned i = 0; i < 4; ++i) {
+            double v = 0;
+            EXPECT_EQ(0, readElement(i, &v, port)) << i;
+            EXPECT_EQ(values[i], v);
+        }
+        for (unsigned bad : {4u, 5u, 0x80000000u, 0xFFFFFFFFu}) {
+            double v = 0;
+            EXPECT_EQ(FG_ERR_INVALID_PARAMETER, readElement(bad, &v, port)) << bad;
+            EXPECT_EQ(FG_ERR_INVALID_PARAMETER, board.lastError());
+        }
+    }
+}
+
+TEST_P(ChannelFields, AccessRecordsMustStayInsideTheFourChannels) {
+    for (unsigned i = 0; i < 4; ++i) ASSERT_EQ(0, SimBoard_SetFieldElement(board.dev(), design(), i, values[i]));
+    struct Range {
+        unsigned index, count;
+        bool ok;
+    };
+    const Range ranges[] = {
+        {0, 4, true},  {2, 2, true},  {3, 1, true},  {0, 1, true},  {2, 3, false}, {0, 5, false},
+        {4, 0, false}, {4, 1, false}, {1, 4, false}, {0xFFFFFFFFu, 2, false}, {1, 0xFFFFFFFFu, false},
+    };
+    for (int port = 0; port < 2; ++port) {
+        for (const Range& r : ranges) {
+            double out[8];
+            for (double& d : out) d = -99.0;
+            int result = readAccess(r.index, r.count, out, port);
+            if (r.ok) {
+                EXPECT_EQ(0, result) << r.index << "+" << r.count;
+                for (unsigned k = 0; k < r.count; ++k) EXPECT_EQ(values[r.index + k], out[k]);
+            } else {
+                EXPECT_EQ(FG_ERR_INVALID_PARAMETER, result) << r.index << "+" << r.count;
+            }
+            EXPECT_EQ(-99.0, out[r.ok ? r.count : 0]) << "nothing written beyond the request";
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Monitor, ChannelFields,
+                         ::testing::Values(int(FG_SYSTEMMONITOR_CHANNEL_CURRENT), int(FG_SYSTEMMONITOR_CHANNEL_VOLTAGE)));
+
+}  // namespace
