@@ -14,3 +14,6 @@ foreach(variant noinit initonly nullinit nullinit_noerr)
     ENVIRONMENT "LD_LIBRARY_PATH=${ORV_LIB_DIR}:${CMAKE_BINARY_DIR}/hostvariants/${variant};ORV_HOST_VARIANT=${variant}"
     TIMEOUT 120)
 endforeach()
+
+# Internals the exports cannot reach: the applet object built from its objects.
+orv_add_test(test_dqora SOURCES test_dqora.cpp LIBS orv_applet orv_base talrun5 tervikhap tervikregio)
