@@ -306,6 +306,8 @@ public:
     void publishInspectableParameters(const std::string& section);
 
 private:
+    template <class Value, class Host, class Register, class Table>
+    int typedAccess(int Param, Value* value, Host&& host, Register&& reg, Table&& table);
     void addDirectRegisterRecords(int port, RegisterInfo* group);
     void addDirectQorRecords(int port, RegisterInfo* group);
     int directRegisterWrite(int id, const void* value);

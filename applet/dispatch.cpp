@@ -22,20 +22,24 @@ inline double asDouble(const void* v) {
 
 }  // namespace
 
-int FgQorWrapperImpl::Fg_setParameterWithType(int Param, const void* Value, int CamPort, FgParamTypes Type) {
-    if (Value == nullptr) {
+// One typed access: NULL refused before the lock; then, under the lock, the
+// host's own identities, the register identities (when enabled) or the table.
+// Table errors arrive as int exceptions; the result goes to the error store.
+template <class Value, class Host, class Register, class Table>
+int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Register&& reg, Table&& table) {
+    if (Value_ == nullptr) {
         setError(FG_ERR_INVALID_PARAMETER);
         return FG_ERR_INVALID_PARAMETER;
     }
     tervik::templates::platform::CriticalSectionGuard guard(&mParameterLock);
     int result = 0;
     if (Param > kDqoraBase) {
-        result = setUnwrappedParameterWithType(Param - kDqoraBase, Value, CamPort, Type);
+        result = host(Param - kDqoraBase);
     } else if (draEnabled && Param > kDraBase) {
-        result = directRegisterWrite(Param, Value);
+        result = reg();
     } else {
         try {
-            setParameterWithType(Param, Value, CamPort, Type);
+            table();
         } catch (int code) {
             result = code;
         }
@@ -44,26 +48,18 @@ int FgQorWrapperImpl::Fg_setParameterWithType(int Param, const void* Value, int 
     return result;
 }
 
+int FgQorWrapperImpl::Fg_setParameterWithType(int Param, const void* Value, int CamPort, FgParamTypes Type) {
+    return typedAccess(
+        Param, Value, [&](int id) { return setUnwrappedParameterWithType(id, Value, CamPort, Type); },
+        [&] { return directRegisterWrite(Param, Value); },
+        [&] { setParameterWithType(Param, Value, CamPort, Type); });
+}
+
 int FgQorWrapperImpl::Fg_getParameterWithType(int Param, void* Value, int CamPort, FgParamTypes Type) {
-    if (Value == nullptr) {
-        setError(FG_ERR_INVALID_PARAMETER);
-        return FG_ERR_INVALID_PARAMETER;
-    }
-    tervik::templates::platform::CriticalSectionGuard guard(&mParameterLock);
-    int result = 0;
-    if (Param > kDqoraBase) {
-        result = getUnwrappedParameterWithType(Param - kDqoraBase, Value, CamPort, Type);
-    } else if (draEnabled && Param > kDraBase) {
-        result = directRegisterRead(Param, Value);
-    } else {
-        try {
-            getParameterWithType(Param, Value, CamPort, Type);
-        } catch (int code) {
-            result = code;
-        }
-    }
-    setError(result);
-    return result;
+    return typedAccess(
+        Param, Value, [&](int id) { return getUnwrappedParameterWithType(id, Value, CamPort, Type); },
+        [&] { return directRegisterRead(Param, Value); },
+        [&] { getParameterWithType(Param, Value, CamPort, Type); });
 }
 
 // ---- writes ----
