@@ -1,6 +1,5 @@
 // Std_entry and the life of the applet object.
-#include <algorithm>
-#include <cctype>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -20,9 +19,8 @@ const char kDesignFileName[] = "Orvindel.hap";
 // letter case.
 bool orvSwitchEnabled(const char* value) {
     if (value == nullptr) return false;
-    std::string v(value);
-    for (char& c : v) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return v == "yes" || v == "true" || v == "on" || v == "1";
+    const std::string v = boost::algorithm::to_upper_copy(std::string(value));
+    return v == "YES" || v == "TRUE" || v == "ON" || v == "1";
 }
 
 FgQorWrapperImpl::FgQorWrapperImpl() : inspectProperties(true, false) {
