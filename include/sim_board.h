@@ -35,8 +35,11 @@ Fg_Struct* Fg_InitEx(const char* appletName, unsigned int boardIndex, int flags)
 
 /* The calls an application makes on the handle. The runtime exports each of
  * these names once: on an application handle it routes the call to the
- * applet's export of the same name; on a host board handle (the one an applet
- * gets from the host's board initialisation) it answers as the host. */
+ * applet's export of the same name (an entry the applet lacks answers -12, or
+ * NULL / 0 for the pointer and mask answers; Fg_FreeGrabber then still
+ * releases the handle); on a host board handle (the one an applet gets from
+ * the host's board initialisation) it answers as the host; anything else gets
+ * -2001 (NULL / 0). */
 int Fg_FreeGrabber(Fg_Struct* Fg);
 int Fg_getLastErrorNumber(Fg_Struct* Fg);
 int Fg_setParameterWithType(Fg_Struct* Fg, const int Parameter, const void* Value,
@@ -107,6 +110,7 @@ QORdevice* SimBoard_DeviceOfHostHandle(Fg_Struct* hostFg);
  * DOUBLE) or the element records FieldParameterInt / FieldParameterDouble;
  * index and count outside the field fail with -2070. Writes of read-only
  * design parameters fail with -12; unknown identities and NULL values -2070.
+ * The DMA index of a design-parameter access is not checked (it is logged).
  * Host-level parameters: FG_TIMEOUT (initially 1000000) and
  * FG_APC_STOP_TIMEOUT (initially 5) are writable per DMA; FG_NR_OF_DMAS,
  * FG_NR_OF_CAMS and FG_NR_OF_PROCESSES read 2, FG_DMA_PORT and FG_CAM_PORT the
@@ -169,7 +173,11 @@ void SimBoard_LogClear(QORdevice* dev);
 /* Number of calls the applet made into the host runtime for this device
  * (every entry that takes the host board handle counts one). */
 int SimBoard_HostCallCount(QORdevice* dev);
-/* Makes the n-th host call from now (1 = the next one) fail with `code`. */
+/* Makes the n-th host call from now (1 = the next one) fail with `code`: the
+ * call only returns the code (NULL for pointer answers, 0 for masks) and sets
+ * the board's last error; a failed Fg_FreeGrabber still releases the handle.
+ * n <= 0 cancels. Set before the board is initialised, it counts from the
+ * first host call on the new board. */
 void SimBoard_FailNthHostCall(QORdevice* dev, int n, int code);
 /* Makes every write (isWrite 1) or read (isWrite 0) of the named design
  * parameter fail with `code` until cleared. */
@@ -177,6 +185,7 @@ void SimBoard_FailParameter(QORdevice* dev, const char* name, int isWrite, int c
 /* Makes the host's board initialisation for this device return NULL with
  * `code` as the last error (0 clears). */
 void SimBoard_FailInit(QORdevice* dev, int code);
+/* Clears every fault above and the register fault below. */
 void SimBoard_ClearFaults(QORdevice* dev);
 
 /* ---- registers ------------------------------------------------------------ */

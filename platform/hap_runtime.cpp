@@ -1,0 +1,409 @@
+// The design runtime: loads a design image (format in hap_internal.h) and
+// answers questions about its events, registers and parameters.
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "hap_internal.h"
+#include "platform_export.h"
+
+namespace {
+
+constexpr uint32_t kDesignMagic = 0x48415044u;  // "HAPD"
+constexpr size_t kMaxLine = 1u << 20;
+constexpr long kMaxFileSize = 256L << 20;
+
+struct ParamRec {
+    std::string name;
+    std::string text;
+    std::vector<uint64_t> uElems;
+    std::vector<double> dElems;
+    HapParameterInfo info{};
+};
+
+struct EventRec {
+    std::string name;
+    int index = 0;
+    HapEvent ev{};
+};
+
+struct RegRec {
+    std::string name;
+    HapRegisterInfo info{};
+};
+
+}  // namespace
+
+struct fpga_design {
+    uint32_t magic = kDesignMagic;
+    std::string name;
+    std::vector<ParamRec> params;
+    std::vector<EventRec> events;
+    std::vector<int> eventSlot;  // event index -> position in events, or -1
+    std::vector<RegRec> regs;
+};
+
+namespace {
+
+bool validDesign(const fpga_design* d) { return d != nullptr && d->magic == kDesignMagic; }
+
+// Splits a line into fields separated by blanks / tabs. `maxFields` limits the
+// split: the last field then holds the rest of the line (leading blanks
+// removed), as used for TEXT initial values.
+std::vector<std::string> splitFields(const std::string& line, size_t maxFields) {
+    std::vector<std::string> out;
+    size_t i = 0;
+    const size_t n = line.size();
+    while (i < n) {
+        while (i < n && (line[i] == ' ' || line[i] == '\t')) ++i;
+        if (i >= n) break;
+        if (out.size() + 1 == maxFields) {
+            size_t end = n;
+            while (end > i && (line[end - 1] == ' ' || line[end - 1] == '\t')) --end;
+            out.emplace_back(line, i, end - i);
+            return out;
+        }
+        size_t j = i;
+        while (j < n && line[j] != ' ' && line[j] != '\t') ++j;
+        out.emplace_back(line, i, j - i);
+        i = j;
+    }
+    return out;
+}
+
+bool parseU64(const std::string& s, uint64_t& out) {
+    if (s.empty() || s[0] == '-' || s[0] == '+' || s[0] == ' ') return false;
+    int base = 10;
+    const char* b = s.c_str();
+    if (s.size() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
+        base = 16;
+        b += 2;
+        if (*b == '-' || *b == '+' || *b == ' ') return false;
+    }
+    char* e = nullptr;
+    errno = 0;
+    unsigned long long v = std::strtoull(b, &e, base);
+    if (errno != 0 || e == b || *e != '\0') return false;
+    out = v;
+    return true;
+}
+
+bool parseInt(const std::string& s, long lo, long hi, int& out) {
+    uint64_t v = 0;
+    bool neg = !s.empty() && s[0] == '-';
+    if (!parseU64(neg ? s.substr(1) : s, v)) return false;
+    if (v > static_cast<uint64_t>(INT32_MAX)) return false;
+    long r = neg ? -static_cast<long>(v) : static_cast<long>(v);
+    if (r < lo || r > hi) return false;
+    out = static_cast<int>(r);
+    return true;
+}
+
+bool parseDouble(const std::string& s, double& out) {
+    if (s.empty()) return false;
+    const char* b = s.c_str();
+    char* e = nullptr;
+    errno = 0;
+    double v = std::strtod(b, &e);
+    if (e == b || *e != '\0' || errno == ERANGE) return false;
+    out = v;
+    return true;
+}
+
+bool validName(const std::string& s) {
+    if (s.empty() || s.size() > HAP_MAX_NAME) return false;
+    for (unsigned char c : s)
+        if (c <= ' ' || c == 0x7f) return false;
+    return true;
+}
+
+bool parseKind(const std::string& s, int& kind) {
+    static const struct { const char* n; int k; } kinds[] = {
+        {"U32", HAP_KIND_U32},       {"U64", HAP_KIND_U64},       {"DOUBLE", HAP_KIND_DOUBLE},
+        {"TEXT", HAP_KIND_TEXT},     {"UFIELD", HAP_KIND_UFIELD}, {"DFIELD", HAP_KIND_DFIELD}};
+    for (const auto& k : kinds)
+        if (s == k.n) {
+            kind = k.k;
+            return true;
+        }
+    return false;
+}
+
+bool parseParam(const std::vector<std::string>& f, ParamRec& p) {
+    // f[0] == "param"
+    if (f.size() < 5 || f.size() > 6) return false;
+    if (!validName(f[1])) return false;
+    int kind = 0;
+    if (!parseKind(f[2], kind)) return false;
+    uint64_t count = 0;
+    if (!parseU64(f[3], count) || count == 0) return false;
+    const bool field = kind == HAP_KIND_UFIELD || kind == HAP_KIND_DFIELD;
+    if (field ? count > HAP_MAX_FIELD_COUNT : count != 1) return false;
+    int ro = 0;
+    if (f[4] == "RO")
+        ro = 1;
+    else if (f[4] != "RW")
+        return false;
+    p.name = f[1];
+    p.info.kind = kind;
+    p.info.count = static_cast<unsigned int>(count);
+    p.info.readOnly = ro;
+    if (f.size() == 6) {
+        const std::string& init = f[5];
+        switch (kind) {
+            case HAP_KIND_U32: {
+                uint64_t v = 0;
+                if (!parseU64(init, v) || v > UINT32_MAX) return false;
+                p.info.initialU = v;
+                break;
+            }
+            case HAP_KIND_U64: {
+                uint64_t v = 0;
+                if (!parseU64(init, v)) return false;
+                p.info.initialU = v;
+                break;
+            }
+            case HAP_KIND_DOUBLE: {
+                double v = 0;
+                if (!parseDouble(init, v)) return false;
+                p.info.initialD = v;
+                break;
+            }
+            case HAP_KIND_TEXT:
+                if (init.size() > HAP_MAX_TEXT) return false;
+                p.text = init;
+                break;
+            default: {
+                size_t pos = 0;
+                while (pos <= init.size()) {
+                    size_t comma = init.find(',', pos);
+                    if (comma == std::string::npos) comma = init.size();
+                    std::string tok = init.substr(pos, comma - pos);
+                    if (p.uElems.size() + p.dElems.size() >= count) return false;
+                    if (kind == HAP_KIND_UFIELD) {
+                        uint64_t v = 0;
+                        if (!parseU64(tok, v) || v > UINT32_MAX) return false;
+                        p.uElems.push_back(v);
+                    } else {
+                        double v = 0;
+                        if (!parseDouble(tok, v)) return false;
+                        p.dElems.push_back(v);
+                    }
+                    pos = comma + 1;
+                }
+                break;
+            }
+        }
+    }
+    return true;
+}
+
+// Parses a manifest held in [data, data + size). Returns NULL when it is not a
+// complete, well-formed manifest.
+fpga_design* parseDesign(const char* data, size_t size) {
+    if (data == nullptr || size == 0) return nullptr;
+    std::unique_ptr<fpga_design> d(new (std::nothrow) fpga_design);
+    if (!d) return nullptr;
+    std::unordered_set<std::string> paramNames, eventNames, regNames;
+    std::unordered_set<int> regNumbers;
+    size_t pos = 0;
+    bool first = true;
+    bool ended = false;
+    std::string line;
+    while (pos < size) {
+        const void* nlp = std::memchr(data + pos, '\n', size - pos);
+        if (nlp == nullptr) return nullptr;  // no complete line: truncated
+        const size_t nl = static_cast<size_t>(static_cast<const char*>(nlp) - data);
+        size_t len = nl - pos;
+        if (len > kMaxLine) return nullptr;
+        if (std::memchr(data + pos, '\0', len) != nullptr) return nullptr;
+        line.assign(data + pos, len);
+        pos = nl + 1;
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (first) {
+            if (line != HAP_MAGIC_LINE) return nullptr;
+            first = false;
+            continue;
+        }
+        size_t s = line.find_first_not_of(" \t");
+        if (s == std::string::npos || line[s] == '#') continue;
+        std::vector<std::string> head = splitFields(line, 0);
+        const std::string& kw = head[0];
+        if (kw == "end") {
+            if (head.size() != 1) return nullptr;
+            ended = true;
+            break;
+        } else if (kw == "design") {
+            if (head.size() != 2 || !validName(head[1])) return nullptr;
+            d->name = head[1];
+        } else if (kw == "param") {
+            std::vector<std::string> f = splitFields(line, 6);
+            ParamRec p;
+            if (!parseParam(f, p)) return nullptr;
+            if (!paramNames.insert(p.name).second) return nullptr;
+            d->params.push_back(std::move(p));
+        } else if (kw == "event") {
+            if (head.size() != 4) return nullptr;
+            EventRec e;
+            int kind = 0;
+            if (!parseInt(head[1], 0, HAP_MAX_EVENT_INDEX, e.index)) return nullptr;
+            if (!parseInt(head[2], 0, 255, kind)) return nullptr;
+            if (!validName(head[3])) return nullptr;
+            e.name = head[3];
+            e.ev.kind = kind;
+            if (!eventNames.insert(e.name).second) return nullptr;
+            if (static_cast<size_t>(e.index) >= d->eventSlot.size())
+                d->eventSlot.resize(static_cast<size_t>(e.index) + 1, -1);
+            if (d->eventSlot[static_cast<size_t>(e.index)] != -1) return nullptr;
+            d->eventSlot[static_cast<size_t>(e.index)] = static_cast<int>(d->events.size());
+            d->events.push_back(std::move(e));
+        } else if (kw == "register") {
+            if (head.size() != 5) return nullptr;
+            RegRec r;
+            if (!parseInt(head[1], 1, HAP_MAX_REGISTER_NUMBER, r.info.number)) return nullptr;
+            if (!validName(head[2])) return nullptr;
+            if (!parseInt(head[3], 1, 64, r.info.bits)) return nullptr;
+            if (!parseInt(head[4], 0, 2, r.info.direction)) return nullptr;
+            r.name = head[2];
+            if (!regNames.insert(r.name).second) return nullptr;
+            if (!regNumbers.insert(r.info.number).second) return nullptr;
+            d->regs.push_back(std::move(r));
+        } else {
+            return nullptr;
+        }
+    }
+    if (!ended) return nullptr;
+    // Fix the public records' pointers now that no container grows any more.
+    for (ParamRec& p : d->params) {
+        p.info.name = p.name.c_str();
+        p.info.initialText = p.text.c_str();
+        if (p.info.kind == HAP_KIND_UFIELD) {
+            p.info.nrOfInitialElements = static_cast<unsigned int>(p.uElems.size());
+            p.info.initialUElements = p.uElems.empty() ? nullptr : p.uElems.data();
+        } else if (p.info.kind == HAP_KIND_DFIELD) {
+            p.info.nrOfInitialElements = static_cast<unsigned int>(p.dElems.size());
+            p.info.initialDElements = p.dElems.empty() ? nullptr : p.dElems.data();
+        }
+    }
+    for (EventRec& e : d->events) e.ev.name = e.name.c_str();
+    for (RegRec& r : d->regs) r.info.name = r.name.c_str();
+    return d.release();
+}
+
+const RegRec* findRegister(const fpga_design* d, int number) {
+    for (const RegRec& r : d->regs)
+        if (r.info.number == number) return &r;
+    return nullptr;
+}
+
+}  // namespace
+
+extern "C" {
+
+PLATFORM_EXPORT fpga_design* HapLoadDesignFromBuffer(const void* data, uint32_t size, int /*flags*/) {
+    try {
+        return parseDesign(static_cast<const char*>(data), size);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+PLATFORM_EXPORT fpga_design* HapLoadHapFileWithType(const char* file, int /*type*/, int /*flags*/) {
+    if (file == nullptr || *file == '\0') return nullptr;
+    FILE* fp = std::fopen(file, "rb");
+    if (fp == nullptr) return nullptr;
+    fpga_design* d = nullptr;
+    try {
+        std::vector<char> buf;
+        char chunk[65536];
+        size_t n;
+        bool tooBig = false;
+        while ((n = std::fread(chunk, 1, sizeof chunk, fp)) > 0) {
+            if (buf.size() + n > static_cast<size_t>(kMaxFileSize)) {
+                tooBig = true;
+                break;
+            }
+            buf.insert(buf.end(), chunk, chunk + n);
+        }
+        if (!tooBig && !std::ferror(fp)) d = parseDesign(buf.data(), buf.size());
+    } catch (...) {
+        d = nullptr;
+    }
+    std::fclose(fp);
+    return d;
+}
+
+PLATFORM_EXPORT void HapUnloadHapFile(fpga_design* design) {
+    if (!validDesign(design)) return;
+    design->magic = 0;
+    delete design;
+}
+
+PLATFORM_EXPORT const HapEvent* HapGetEvent(fpga_design* design, int index) {
+    if (!validDesign(design) || index < 0 || static_cast<size_t>(index) >= design->eventSlot.size())
+        return nullptr;
+    int slot = design->eventSlot[static_cast<size_t>(index)];
+    return slot < 0 ? nullptr : &design->events[static_cast<size_t>(slot)].ev;
+}
+
+PLATFORM_EXPORT int HapGetNrOfRegister(fpga_design* design) {
+    return validDesign(design) ? static_cast<int>(design->regs.size()) : 0;
+}
+
+PLATFORM_EXPORT const char* HapGetRegisterName(fpga_design* design, int position) {
+    if (!validDesign(design) || position < 1 || static_cast<size_t>(position) > design->regs.size())
+        return nullptr;
+    return design->regs[static_cast<size_t>(position) - 1].info.name;
+}
+
+PLATFORM_EXPORT int HapGetRegisterByName(fpga_design* design, const char* name) {
+    if (!validDesign(design) || name == nullptr) return 0;
+    for (const RegRec& r : design->regs)
+        if (r.name == name) return r.info.number;
+    return 0;
+}
+
+PLATFORM_EXPORT int HapGetRegisterBitRange(fpga_design* design, int reg) {
+    if (!validDesign(design)) return 0;
+    const RegRec* r = findRegister(design, reg);
+    return r ? r->info.bits : 0;
+}
+
+PLATFORM_EXPORT int HapGetRegisterDirection(fpga_design* design, int reg) {
+    if (!validDesign(design)) return -1;
+    const RegRec* r = findRegister(design, reg);
+    return r ? r->info.direction : -1;
+}
+
+PLATFORM_EXPORT int HapGetNrOfParameter(fpga_design* design) {
+    return validDesign(design) ? static_cast<int>(design->params.size()) : 0;
+}
+
+PLATFORM_EXPORT const HapParameterInfo* HapGetParameter(fpga_design* design, int i) {
+    if (!validDesign(design) || i < 0 || static_cast<size_t>(i) >= design->params.size()) return nullptr;
+    return &design->params[static_cast<size_t>(i)].info;
+}
+
+PLATFORM_EXPORT const HapRegisterInfo* HapGetRegisterInfo(fpga_design* design, int position) {
+    if (!validDesign(design) || position < 1 || static_cast<size_t>(position) > design->regs.size())
+        return nullptr;
+    return &design->regs[static_cast<size_t>(position) - 1].info;
+}
+
+PLATFORM_EXPORT const char* HapGetDesignName(fpga_design* design) {
+    return validDesign(design) ? design->name.c_str() : nullptr;
+}
+
+PLATFORM_EXPORT int HapGetEventRange(fpga_design* design) {
+    return validDesign(design) ? static_cast<int>(design->eventSlot.size()) : 0;
+}
+
+}  // extern "C"

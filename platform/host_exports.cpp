@@ -1,0 +1,518 @@
+// The exported entries of the simulated host runtime.
+//
+// Each Fg_ / Shad_ name exists once. On a host board handle (the handle an
+// applet receives from Fg_InitHandleSlaveAware) the runtime answers as the
+// host; on an application handle (from Fg_Init / Fg_InitEx) it routes the call
+// to the applet library's export of the same name; anything else is refused
+// with FG_ERR_INVALID_BOARD (NULL / 0 for the pointer and mask answers).
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "host_internal.h"
+#include "platform_export.h"
+
+using namespace simhost;
+
+namespace {
+
+template <typename T>
+void bindEntry(void* lib, const char* name, T& slot) {
+    slot = reinterpret_cast<T>(dlsym(lib, name));
+}
+
+void bindApplet(AppBoard* ab) {
+    void* l = ab->lib;
+    AppletEntries& f = ab->fn;
+    bindEntry(l, "Fg_FreeGrabber", f.FreeGrabber);
+    bindEntry(l, "Fg_getLastErrorNumber", f.getLastErrorNumber);
+    bindEntry(l, "Fg_setParameterWithType", f.setParameterWithType);
+    bindEntry(l, "Fg_getParameterWithType", f.getParameterWithType);
+    bindEntry(l, "Fg_getNrOfParameter", f.getNrOfParameter);
+    bindEntry(l, "Fg_getParameterName", f.getParameterName);
+    bindEntry(l, "Fg_getParameterId", f.getParameterId);
+    bindEntry(l, "Fg_getParameterIdByName", f.getParameterIdByName);
+    bindEntry(l, "Fg_getParameterInfo", f.getParameterInfo);
+    bindEntry(l, "Fg_getParameterInfoXML", f.getParameterInfoXML);
+    bindEntry(l, "Fg_saveConfig", f.saveConfig);
+    bindEntry(l, "Fg_loadConfig", f.loadConfig);
+    bindEntry(l, "Fg_getEventMask", f.getEventMask);
+    bindEntry(l, "Fg_getEventName", f.getEventName);
+    bindEntry(l, "Fg_getAppletId", f.getAppletId);
+    bindEntry(l, "Fg_getStatusEx", f.getStatusEx);
+    bindEntry(l, "Fg_AcquireEx", f.AcquireEx);
+    bindEntry(l, "Fg_stopAcquireEx", f.stopAcquireEx);
+    bindEntry(l, "Fg_getLastPicNumberEx", f.getLastPicNumberEx);
+    bindEntry(l, "Fg_getLastPicNumberBlockingEx", f.getLastPicNumberBlockingEx);
+    bindEntry(l, "Fg_AllocShading", f.AllocShading);
+    bindEntry(l, "Fg_FreeShading", f.FreeShading);
+    bindEntry(l, "Shad_SetSubValueLine", f.SetSubValueLine);
+    bindEntry(l, "Shad_SetMultValueLine", f.SetMultValueLine);
+    bindEntry(l, "Shad_SetFixedPatternNoiseLine", f.SetFixedPatternNoiseLine);
+    bindEntry(l, "Shad_GetMaxLine", f.GetMaxLine);
+    bindEntry(l, "Shad_GetAccess", f.GetAccess);
+    bindEntry(l, "Shad_FreeAccess", f.FreeAccess);
+    bindEntry(l, "Shad_WriteActLine", f.WriteActLine);
+}
+
+void* openApplet(const std::string& libName) {
+    const int mode = RTLD_NOW | RTLD_LOCAL;
+    const char* path = std::getenv("TERVIK_APPLET_PATH");
+    if (path != nullptr && *path != '\0') {
+        std::string dirs(path);
+        size_t pos = 0;
+        while (pos <= dirs.size()) {
+            size_t colon = dirs.find(':', pos);
+            if (colon == std::string::npos) colon = dirs.size();
+            std::string dir = dirs.substr(pos, colon - pos);
+            pos = colon + 1;
+            if (dir.empty()) continue;
+            if (void* h = dlopen((dir + "/" + libName).c_str(), mode)) return h;
+        }
+    }
+    return dlopen(libName.c_str(), mode);
+}
+
+void releaseApp(AppBoard* ab) {
+    if (ab->dev != nullptr) {
+        freeAttachedHandles(ab->dev);
+        destroyDevice(ab->dev);
+    }
+    if (ab->lib != nullptr) dlclose(ab->lib);
+    ab->hdr.kind = kDeadKind;
+    delete ab;
+}
+
+Fg_Struct* initApplication(const char* appletName, unsigned int boardIndex, int flags) {
+    if (appletName == nullptr || *appletName == '\0' || std::strchr(appletName, '/') != nullptr) {
+        g_initError = FG_ERR_INVALID_PARAMETER;
+        return nullptr;
+    }
+    AppBoard* ab = new (std::nothrow) AppBoard;
+    if (ab == nullptr) {
+        g_initError = FG_ERR_INIT_FAILED;
+        return nullptr;
+    }
+    ab->hdr.pub.Master = nullptr;
+    ab->hdr.kind = kAppKind;
+    try {
+        ab->lib = openApplet(std::string("lib") + appletName + ".so");
+    } catch (...) {
+        ab->lib = nullptr;
+    }
+    if (ab->lib == nullptr) {
+        releaseApp(ab);
+        g_initError = FG_ERR_FILE_NOT_FOUND;
+        return nullptr;
+    }
+    decltype(&::Std_entry) entry = nullptr;
+    bindEntry(ab->lib, "Std_entry", entry);
+    if (entry == nullptr) {
+        releaseApp(ab);
+        g_initError = FG_ERR_RUNTIME_MISSING;
+        return nullptr;
+    }
+    bindApplet(ab);
+    ab->dev = createDevice(boardIndex);
+    if (ab->dev == nullptr) {
+        releaseApp(ab);
+        g_initError = FG_ERR_INIT_FAILED;
+        return nullptr;
+    }
+    int status = 0;
+    Fg_Master* master = nullptr;
+    try {
+        master = entry(ab->dev, &status, flags);
+    } catch (...) {
+        master = nullptr;
+        status = FG_ERR_INIT_FAILED;
+    }
+    if (master == nullptr) {
+        releaseApp(ab);
+        g_initError = status != 0 ? status : FG_ERR_INIT_FAILED;
+        return nullptr;
+    }
+    ab->hdr.pub.Master = master;
+    return &ab->hdr.pub;
+}
+
+int freeApplication(AppBoard* ab) {
+    int rc = FG_ERR_NOT_AVAILABLE;
+    if (ab->fn.FreeGrabber != nullptr) {
+        try {
+            rc = ab->fn.FreeGrabber(&ab->hdr.pub);
+        } catch (...) {
+            rc = FG_ERR_INIT_FAILED;
+        }
+    }
+    releaseApp(ab);
+    return rc;
+}
+
+}  // namespace
+
+// Routes a call on an application handle to the applet's entry; a missing
+// entry answers `missing`.
+#define ROUTE_APP(fg, slot, missing, ...)                                          \
+    do {                                                                           \
+        if (AppBoard* ab_ = asApp(fg))                                             \
+            return ab_->fn.slot != nullptr ? ab_->fn.slot(__VA_ARGS__) : (missing); \
+    } while (0)
+
+extern "C" {
+
+// ---- board initialisation (host face) -------------------------------------------
+
+PLATFORM_EXPORT Fg_Struct* Fg_InitHandleSlaveAware(const char* /*hapName*/, QORdevice* hw, fpga_design* design,
+                                                   int /*flags*/) {
+    return initHostBoard(hw, design);
+}
+
+PLATFORM_EXPORT Fg_Struct* Fg_InitHandle(const char* /*hapName*/, QORdevice* hw, fpga_design* design) {
+    return initHostBoard(hw, design);
+}
+
+// ---- application face -------------------------------------------------------------
+
+PLATFORM_EXPORT Fg_Struct* Fg_Init(const char* appletName, unsigned int boardIndex) {
+    return initApplication(appletName, boardIndex, 0);
+}
+
+PLATFORM_EXPORT Fg_Struct* Fg_InitEx(const char* appletName, unsigned int boardIndex, int flags) {
+    return initApplication(appletName, boardIndex, flags);
+}
+
+// ---- the shared names -------------------------------------------------------------
+
+PLATFORM_EXPORT int Fg_FreeGrabber(Fg_Struct* fg) {
+    if (HostBoard* hb = asHost(fg)) return hostFreeGrabber(hb);
+    if (AppBoard* ab = asApp(fg)) return freeApplication(ab);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_getLastErrorNumber(Fg_Struct* fg) {
+    if (fg == nullptr) return g_initError.load();
+    if (HostBoard* hb = asHost(fg)) return hostGetLastError(hb);
+    ROUTE_APP(fg, getLastErrorNumber, FG_ERR_NOT_AVAILABLE, fg);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_setParameterWithType(Fg_Struct* fg, const int id, const void* value, const unsigned int dma,
+                                            const FgParamTypes type) {
+    if (HostBoard* hb = asHost(fg)) return hostSetParameter(hb, id, value, dma, type);
+    ROUTE_APP(fg, setParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, type);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_getParameterWithType(Fg_Struct* fg, const int id, void* value, const unsigned int dma,
+                                            const FgParamTypes type) {
+    if (HostBoard* hb = asHost(fg)) return hostGetParameter(hb, id, value, dma, type);
+    ROUTE_APP(fg, getParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, type);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_setParameter(Fg_Struct* fg, int id, const void* value, unsigned int dma) {
+    if (HostBoard* hb = asHost(fg)) return hostSetParameterUntyped(hb, id, value, dma);
+    ROUTE_APP(fg, setParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, FG_PARAM_TYPE_AUTO);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_getParameter(Fg_Struct* fg, int id, void* value, unsigned int dma) {
+    if (HostBoard* hb = asHost(fg)) return hostGetParameterUntyped(hb, id, value, dma);
+    ROUTE_APP(fg, getParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, FG_PARAM_TYPE_AUTO);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_getNrOfParameter(Fg_Struct* fg) {
+    if (HostBoard* hb = asHost(fg)) return hostGetNrOfParameter(hb);
+    ROUTE_APP(fg, getNrOfParameter, FG_ERR_NOT_AVAILABLE, fg);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT const char* Fg_getParameterName(Fg_Struct* fg, int index) {
+    if (HostBoard* hb = asHost(fg)) return hostGetParameterName(hb, index);
+    ROUTE_APP(fg, getParameterName, nullptr, fg, index);
+    return nullptr;
+}
+
+PLATFORM_EXPORT int Fg_getParameterId(Fg_Struct* fg, int index) {
+    if (HostBoard* hb = asHost(fg)) return hostGetParameterId(hb, index);
+    ROUTE_APP(fg, getParameterId, FG_ERR_NOT_AVAILABLE, fg, index);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_getParameterIdByName(Fg_Struct* fg, const char* name) {
+    if (HostBoard* hb = asHost(fg)) return hostGetParameterIdByName(hb, name);
+    ROUTE_APP(fg, getParameterIdByName, FG_ERR_NOT_AVAILABLE, fg, name);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT RegisterInfo* Fg_getParameterInfo(Fg_Struct* fg, int port) {
+    if (HostBoard* hb = asHost(fg)) return hostGetParameterInfo(hb, port);
+    ROUTE_APP(fg, getParameterInfo, nullptr, fg, port);
+    return nullptr;
+}
+
+PLATFORM_EXPORT int Fg_getParameterInfoXML(Fg_Struct* fg, int port, char* buffer, size_t* size) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, getParameterInfoXML, FG_ERR_NOT_AVAILABLE, fg, port, buffer, size);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_saveConfig(Fg_Struct* fg, const char* file) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, saveConfig, FG_ERR_NOT_AVAILABLE, fg, file);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_loadConfig(Fg_Struct* fg, const char* file) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, loadConfig, FG_ERR_NOT_AVAILABLE, fg, file);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT uint64_t Fg_getEventMask(Fg_Struct* fg, const char* name) {
+    if (HostBoard* hb = asHost(fg)) return hostGetEventMask(hb, name);
+    ROUTE_APP(fg, getEventMask, 0, fg, name);
+    return 0;
+}
+
+PLATFORM_EXPORT const char* Fg_getEventName(Fg_Struct* fg, uint64_t mask) {
+    if (HostBoard* hb = asHost(fg)) return hostGetEventName(hb, mask);
+    ROUTE_APP(fg, getEventName, nullptr, fg, mask);
+    return nullptr;
+}
+
+// ---- acquisition ----------------------------------------------------------------------
+
+PLATFORM_EXPORT int Fg_getAppletId(Fg_Struct* fg, const char* name) {
+    if (HostBoard* hb = asHost(fg)) return hostAppletId(hb, name);
+    ROUTE_APP(fg, getAppletId, FG_ERR_NOT_AVAILABLE, fg, name);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_Acquire(Fg_Struct* fg, int camPort, frameindex_t picCount) {
+    if (HostBoard* hb = asHost(fg)) return hostAcquire(hb, camPort, picCount);
+    ROUTE_APP(fg, AcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, picCount, 0, nullptr);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_stopAcquire(Fg_Struct* fg, int camPort) {
+    if (HostBoard* hb = asHost(fg)) return hostStopAcquire(hb, camPort);
+    ROUTE_APP(fg, stopAcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, nullptr, 0);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_AcquireEx(Fg_Struct* fg, int camPort, const frameindex_t picCount, int flag, dma_mem* mem) {
+    if (HostBoard* hb = asHost(fg)) return hostAcquire(hb, camPort, picCount);
+    ROUTE_APP(fg, AcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, picCount, flag, mem);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_stopAcquireEx(Fg_Struct* fg, int camPort, dma_mem* mem, int flag) {
+    if (HostBoard* hb = asHost(fg)) return hostStopAcquire(hb, camPort);
+    ROUTE_APP(fg, stopAcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, mem, flag);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT frameindex_t Fg_getLastPicNumberEx(Fg_Struct* fg, int camPort, dma_mem* mem) {
+    if (HostBoard* hb = asHost(fg)) return hostLastPicNumber(hb, camPort);
+    ROUTE_APP(fg, getLastPicNumberEx, FG_ERR_NOT_AVAILABLE, fg, camPort, mem);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct* fg, const frameindex_t picNr, int camPort,
+                                                           int timeout, dma_mem* mem) {
+    if (HostBoard* hb = asHost(fg)) return hostLastPicNumberBlocking(hb, picNr, camPort, timeout);
+    ROUTE_APP(fg, getLastPicNumberBlockingEx, FG_ERR_NOT_AVAILABLE, fg, picNr, camPort, timeout, mem);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT frameindex_t Fg_getStatusEx(Fg_Struct* fg, const int param, const frameindex_t data,
+                                            const unsigned int dma, dma_mem* mem) {
+    if (HostBoard* hb = asHost(fg)) return hostStatus(hb, param, data, dma);
+    ROUTE_APP(fg, getStatusEx, FG_ERR_NOT_AVAILABLE, fg, param, data, dma, mem);
+    return FG_ERR_INVALID_BOARD;
+}
+
+// ---- shading (not supported by the host) -------------------------------------------
+
+PLATFORM_EXPORT ShadingMaster* Fg_AllocShading(Fg_Struct* fg, int set, int port) {
+    if (HostBoard* hb = asHost(fg)) {
+        hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+        return nullptr;
+    }
+    ROUTE_APP(fg, AllocShading, nullptr, fg, set, port);
+    return nullptr;
+}
+
+PLATFORM_EXPORT int Fg_FreeShading(Fg_Struct* fg, ShadingMaster* sm) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, FreeShading, FG_ERR_NOT_AVAILABLE, fg, sm);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Shad_SetSubValueLine(Fg_Struct* fg, ShadingMaster* sm, int x, int channel, float sub) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, SetSubValueLine, FG_ERR_NOT_AVAILABLE, fg, sm, x, channel, sub);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Shad_SetMultValueLine(Fg_Struct* fg, ShadingMaster* sm, int x, int channel, float mult) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, SetMultValueLine, FG_ERR_NOT_AVAILABLE, fg, sm, x, channel, mult);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Shad_SetFixedPatternNoiseLine(Fg_Struct* fg, ShadingMaster* sm, int x, int channel, int on) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, SetFixedPatternNoiseLine, FG_ERR_NOT_AVAILABLE, fg, sm, x, channel, on);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Shad_GetMaxLine(Fg_Struct* fg, ShadingMaster* sm) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, GetMaxLine, FG_ERR_NOT_AVAILABLE, fg, sm);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Shad_GetAccess(Fg_Struct* fg, ShadingMaster* sm) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, GetAccess, FG_ERR_NOT_AVAILABLE, fg, sm);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Shad_FreeAccess(Fg_Struct* fg, ShadingMaster* sm) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, FreeAccess, FG_ERR_NOT_AVAILABLE, fg, sm);
+    return FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Shad_WriteActLine(Fg_Struct* fg, ShadingMaster* sm, int line) {
+    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
+    ROUTE_APP(fg, WriteActLine, FG_ERR_NOT_AVAILABLE, fg, sm, line);
+    return FG_ERR_INVALID_BOARD;
+}
+
+// ---- SimBoard control ---------------------------------------------------------------
+
+PLATFORM_EXPORT QORdevice* SimBoard_DeviceOf(Fg_Struct* appFg) {
+    AppBoard* ab = asApp(appFg);
+    return ab ? ab->dev : nullptr;
+}
+
+PLATFORM_EXPORT void* SimBoard_AppletLibraryOf(Fg_Struct* appFg) {
+    AppBoard* ab = asApp(appFg);
+    return ab ? ab->lib : nullptr;
+}
+
+PLATFORM_EXPORT QORdevice* SimBoard_CreateDevice(unsigned int boardIndex) { return createDevice(boardIndex); }
+
+PLATFORM_EXPORT void SimBoard_DestroyDevice(QORdevice* dev) { destroyDevice(dev); }
+
+PLATFORM_EXPORT Fg_Struct* SimBoard_HostHandleOf(QORdevice* dev) { return sim::hostHandleOf(dev); }
+
+PLATFORM_EXPORT QORdevice* SimBoard_DeviceOfHostHandle(Fg_Struct* hostFg) { return sim::deviceOfHostHandle(hostFg); }
+
+PLATFORM_EXPORT int SimBoard_ParameterId(QORdevice* dev, const char* name) { return sim::parameterId(dev, name); }
+
+PLATFORM_EXPORT int SimBoard_GetValue(QORdevice* dev, const char* name, FgParamTypes type, void* value) {
+    return sim::getValue(dev, name, type, value);
+}
+
+PLATFORM_EXPORT int SimBoard_SetValue(QORdevice* dev, const char* name, FgParamTypes type, const void* value) {
+    return sim::setValue(dev, name, type, value);
+}
+
+PLATFORM_EXPORT int SimBoard_GetFieldElement(QORdevice* dev, const char* name, unsigned int index, double* value) {
+    return sim::getFieldElement(dev, name, index, value);
+}
+
+PLATFORM_EXPORT int SimBoard_SetFieldElement(QORdevice* dev, const char* name, unsigned int index, double value) {
+    return sim::setFieldElement(dev, name, index, value);
+}
+
+PLATFORM_EXPORT int SimBoard_LogCount(QORdevice* dev) { return sim::logCount(dev); }
+
+PLATFORM_EXPORT int SimBoard_LogEntry(QORdevice* dev, int i, SimLogEntry* out) { return sim::logEntry(dev, i, out); }
+
+PLATFORM_EXPORT void SimBoard_LogClear(QORdevice* dev) { sim::logClear(dev); }
+
+PLATFORM_EXPORT int SimBoard_HostCallCount(QORdevice* dev) { return sim::hostCallCount(dev); }
+
+PLATFORM_EXPORT void SimBoard_FailNthHostCall(QORdevice* dev, int n, int code) { sim::failNthHostCall(dev, n, code); }
+
+PLATFORM_EXPORT void SimBoard_FailParameter(QORdevice* dev, const char* name, int isWrite, int code) {
+    sim::failParameter(dev, name, isWrite, code);
+}
+
+PLATFORM_EXPORT void SimBoard_FailInit(QORdevice* dev, int code) { sim::failInit(dev, code); }
+
+PLATFORM_EXPORT void SimBoard_ClearFaults(QORdevice* dev) { sim::clearFaults(dev); }
+
+PLATFORM_EXPORT void SimBoard_GetAcquisitionCounters(QORdevice* dev, SimAcquisitionCounters* out) {
+    sim::acquisitionCounters(dev, out);
+}
+
+// ---- registers (backdoor: no fault injection, no write record) ---------------------------
+
+PLATFORM_EXPORT int SimBoard_GetRegister(QORdevice* dev, int reg, uint64_t* value) {
+    if (deviceOf(dev) == nullptr || value == nullptr) return FG_ERR_INVALID_PARAMETER;
+    int rc = FG_ERR_INVALID_PARAMETER;
+    pthread_mutex_lock(&dev->regLock);
+    for (int i = 0; i < dev->nrOfRegs; ++i)
+        if (dev->regs[i].number == reg) {
+            *value = dev->regs[i].value;
+            rc = FG_OK;
+            break;
+        }
+    pthread_mutex_unlock(&dev->regLock);
+    return rc;
+}
+
+PLATFORM_EXPORT int SimBoard_SetRegister(QORdevice* dev, int reg, uint64_t value) {
+    if (deviceOf(dev) == nullptr) return FG_ERR_INVALID_PARAMETER;
+    int rc = FG_ERR_INVALID_PARAMETER;
+    pthread_mutex_lock(&dev->regLock);
+    for (int i = 0; i < dev->nrOfRegs; ++i)
+        if (dev->regs[i].number == reg) {
+            dev->regs[i].value = value;
+            rc = FG_OK;
+            break;
+        }
+    pthread_mutex_unlock(&dev->regLock);
+    return rc;
+}
+
+PLATFORM_EXPORT void SimBoard_FailRegisters(QORdevice* dev, int code) {
+    if (deviceOf(dev) == nullptr) return;
+    pthread_mutex_lock(&dev->regLock);
+    dev->regFailCode = code;
+    pthread_mutex_unlock(&dev->regLock);
+}
+
+PLATFORM_EXPORT int SimBoard_RegisterWriteCount(QORdevice* dev) {
+    if (deviceOf(dev) == nullptr) return 0;
+    pthread_mutex_lock(&dev->regLock);
+    int n = dev->regWriteCount;
+    pthread_mutex_unlock(&dev->regLock);
+    return n;
+}
+
+PLATFORM_EXPORT int SimBoard_LastRegisterWrite(QORdevice* dev, int* reg, uint64_t* value) {
+    if (deviceOf(dev) == nullptr) return FG_ERR_INVALID_PARAMETER;
+    pthread_mutex_lock(&dev->regLock);
+    int n = dev->regWriteCount;
+    if (n > 0) {
+        if (reg != nullptr) *reg = dev->lastWriteReg;
+        if (value != nullptr) *value = dev->lastWriteValue;
+    }
+    pthread_mutex_unlock(&dev->regLock);
+    return n > 0 ? FG_OK : FG_ERR_INVALID_PARAMETER;
+}
+
+}  // extern "C"

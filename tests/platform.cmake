@@ -1,0 +1,35 @@
+# The simulated board platform: design runtime, host runtime (host and
+# application sides), register I/O runtime, reduced host runtimes and the
+# generated design image and icon.
+
+set(ORV_PLATFORM_TESTLIB_DIR ${CMAKE_BINARY_DIR}/testlibs/platform)
+
+# Stand-in applet libraries for the application side of the host runtime.
+foreach(fake PlatformFake PlatformNoEntry)
+  add_library(${fake} SHARED ${CMAKE_CURRENT_SOURCE_DIR}/platform_fake_applet.cpp)
+  target_include_directories(${fake} PRIVATE ${CMAKE_SOURCE_DIR}/include ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${fake} PRIVATE tervikhap ${CMAKE_DL_LIBS})
+  target_link_options(${fake} PRIVATE -Wl,-Bsymbolic -Wl,--no-undefined)
+  set_target_properties(${fake} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden
+    LIBRARY_OUTPUT_DIRECTORY ${ORV_PLATFORM_TESTLIB_DIR})
+endforeach()
+target_compile_definitions(PlatformNoEntry PRIVATE PLATFORM_FAKE_NO_ENTRY=1)
+
+orv_add_test(test_platform_design SOURCES test_platform_design.cpp LIBS tervikhap
+             ENV ORV_MKHAP=$<TARGET_FILE:mkhap>)
+orv_add_test(test_platform_host SOURCES test_platform_host.cpp LIBS talrun5 tervikhap)
+orv_add_test(test_platform_regio SOURCES test_platform_regio.cpp LIBS talrun5 tervikhap tervikregio)
+orv_add_test(test_platform_app SOURCES test_platform_app.cpp LIBS talrun5 tervikhap
+             ENV TERVIK_APPLET_PATH=${ORV_PLATFORM_TESTLIB_DIR}
+                 ORV_FAKE_APPLET=${ORV_PLATFORM_TESTLIB_DIR}/libPlatformFake.so)
+orv_add_test(test_platform_variants SOURCES test_platform_variants.cpp)
+orv_add_test(test_platform_icon SOURCES test_platform_icon.cpp ENV ORV_MKICON=$<TARGET_FILE:mkicon>)
+
+foreach(t test_platform_design test_platform_host test_platform_regio test_platform_app
+          test_platform_variants test_platform_icon)
+  target_include_directories(${t} PRIVATE ${CMAKE_SOURCE_DIR}/platform)
+  add_dependencies(${t} orvindel_design)
+endforeach()
+add_dependencies(test_platform_app PlatformFake PlatformNoEntry)
+add_dependencies(test_platform_variants talrun5_variants talrun5)
