@@ -6,7 +6,7 @@ orv_add_test(test_engine BOARD SOURCES test_engine.cpp)
 # per runtime variant with only that runtime on the library path.
 orv_add_test(test_entry_variants SOURCES test_entry_variants.cpp LD_PATH "${ORV_LIB_DIR}"
              ENV ORV_HOST_VARIANT=none)
-add_dependencies(test_entry_variants Orvindel)
+add_dependencies(test_entry_variants Orvindel talrun5_variants)
 foreach(variant noinit initonly nullinit nullinit_noerr)
   add_test(NAME test_entry_variants_${variant} COMMAND test_entry_variants
            WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/testrun/test_entry_variants)
