@@ -90,3 +90,44 @@ if(ORV_HAVE_ARAVIS)
 else()
   message(STATUS "GenApi node map check skipped (32-bit build or no aravis-0.8)")
 endif()
+
+# ---- The applet's own documents ---------------------------------------------
+# Through the export on boards opened with the applet: the catalogue in the
+# document, nodes against the registry records, handler changes, the size
+# protocol.
+orv_add_test(test_applet_xml BOARD SOURCES ${CMAKE_CURRENT_LIST_DIR}/test_applet_xml.cpp)
+
+# Both ports' documents of real boards written to files for the external tools.
+add_executable(xml_dump_applet ${CMAKE_CURRENT_LIST_DIR}/xml_dump_applet.cpp)
+target_link_libraries(xml_dump_applet PRIVATE talrun5 ${CMAKE_DL_LIBS} pthread)
+target_include_directories(xml_dump_applet PRIVATE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/applet)
+add_dependencies(xml_dump_applet Orvindel)
+set(ORV_APPLET_DOCS
+  ${ORV_GENAPI_DIR}/applet_port0.xml
+  ${ORV_GENAPI_DIR}/applet_port1.xml
+  ${ORV_GENAPI_DIR}/applet_changed_port0.xml
+  ${ORV_GENAPI_DIR}/applet_changed_port1.xml
+  ${ORV_GENAPI_DIR}/applet_dra_port0.xml)
+add_test(NAME xml_dump_applet COMMAND xml_dump_applet ${ORV_GENAPI_DIR}
+  WORKING_DIRECTORY ${ORV_GENAPI_DIR})
+set_tests_properties(xml_dump_applet PROPERTIES
+  FIXTURES_SETUP orv_genapi_applet_docs
+  ENVIRONMENT "LD_LIBRARY_PATH=${ORV_TEST_LD_PATH}")
+
+if(ORV_GRESOURCE AND ORV_XMLLINT AND ORV_ARV_TEST)
+  add_test(NAME xml_genapi_schema_valid_applet
+    COMMAND ${ORV_XMLLINT} --noout --schema ${ORV_GENAPI_XSD} ${ORV_APPLET_DOCS})
+  set_tests_properties(xml_genapi_schema_valid_applet PROPERTIES
+    FIXTURES_REQUIRED "orv_genapi_applet_docs;orv_genapi_schema")
+endif()
+
+if(ORV_HAVE_ARAVIS)
+  # The documents as node maps, against their own text ...
+  add_test(NAME xml_genapi_nodemap_applet COMMAND genapi_check --quiet ${ORV_APPLET_DOCS})
+  set_tests_properties(xml_genapi_nodemap_applet PROPERTIES
+    FIXTURES_REQUIRED orv_genapi_applet_docs
+    ENVIRONMENT "${ORV_GENAPI_ENV}")
+  # ... and against the registry records of the board that produced them.
+  orv_add_test(test_applet_nodemap BOARD SOURCES ${CMAKE_CURRENT_LIST_DIR}/test_applet_nodemap.cpp
+               LIBS PkgConfig::ORV_ARAVIS ENV ${ORV_GENAPI_ENV})
+endif()

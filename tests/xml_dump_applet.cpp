@@ -1,0 +1,118 @@
+// Writes the applet's own GenApi descriptions to files, through the export
+// Fg_getParameterInfoXML of boards opened with the applet on the simulated
+// platform (size query, then copy), for the checks with external GenICam tools:
+//   applet_port0.xml, applet_port1.xml          a board after its default values
+//   applet_changed_port0.xml, ..._port1.xml     the same after writes whose
+//                                               handlers narrowed ranges and
+//                                               changed access flags
+//   applet_dra_port0.xml                        a board with direct register
+//                                               access enabled (its group is
+//                                               not described)
+// Usage: xml_dump_applet [output directory]
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "fg_types.h"
+#include "sdk_ids.h"
+#include "sim_board.h"
+
+namespace {
+
+// Values of the enumerated parameters written below.
+const uint32_t kAsyncTrigger = 2;             // line trigger mode ASYNC_TRIGGER
+const uint32_t kAsyncTriggerMultiFrame = 8;   // image trigger mode ASYNC_TRIGGER_MULTIFRAME
+const uint32_t kSimulatorFrameRate = 2;       // simulator speed mode FG_FRAMERATE
+const uint32_t kLutTypeCustom = 0;            // LUT_TYPE_CUSTOM
+
+bool dump(Fg_Struct* fg, int port, const std::string& path)
+{
+    size_t size = 0;
+    int rc = Fg_getParameterInfoXML(fg, port, NULL, &size);
+    if (rc != 0 || size == 0) {
+        std::fprintf(stderr, "%s: size query answered %d\n", path.c_str(), rc);
+        return false;
+    }
+    std::vector<char> buffer(size);
+    rc = Fg_getParameterInfoXML(fg, port, buffer.data(), &size);
+    if (rc != 0 || size != buffer.size()) {
+        std::fprintf(stderr, "%s: copy answered %d\n", path.c_str(), rc);
+        return false;
+    }
+    FILE* f = std::fopen(path.c_str(), "wb");
+    if (f == NULL) {
+        std::perror(path.c_str());
+        return false;
+    }
+    const size_t length = size - 1;  // without the terminating zero
+    const bool ok = std::fwrite(buffer.data(), 1, length, f) == length;
+    if (std::fclose(f) != 0 || !ok) {
+        std::fprintf(stderr, "%s: write failed\n", path.c_str());
+        return false;
+    }
+    std::printf("wrote %s (%zu bytes)\n", path.c_str(), length);
+    return true;
+}
+
+bool setU32(Fg_Struct* fg, int id, uint32_t value, int port)
+{
+    const int rc = Fg_setParameterWithType(fg, id, &value, port, FG_PARAM_TYPE_UINT32_T);
+    if (rc != 0)
+        std::fprintf(stderr, "writing %u to %d on port %d answered %d\n", value, id, port, rc);
+    return rc == 0;
+}
+
+bool setDouble(Fg_Struct* fg, int id, double value, int port)
+{
+    const int rc = Fg_setParameterWithType(fg, id, &value, port, FG_PARAM_TYPE_DOUBLE);
+    if (rc != 0)
+        std::fprintf(stderr, "writing %g to %d on port %d answered %d\n", value, id, port, rc);
+    return rc == 0;
+}
+
+Fg_Struct* openBoard(int flags)
+{
+    Fg_Struct* fg = Fg_InitEx("Orvindel", 0, flags);
+    if (fg == NULL)
+        std::fprintf(stderr, "cannot open a board with the applet: %d\n", Fg_getLastErrorNumber(NULL));
+    return fg;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    const std::string dir = argc > 1 ? std::string(argv[1]) + "/" : std::string();
+    bool ok = true;
+
+    Fg_Struct* fg = openBoard(0);
+    if (fg == NULL)
+        return 1;
+    ok = dump(fg, 0, dir + "applet_port0.xml") && ok;
+    ok = dump(fg, 1, dir + "applet_port1.xml") && ok;
+
+    // Handlers rewrite records: a narrowed x-offset range, an exposure bound
+    // that is not a short decimal, trigger inputs and simulator rates that
+    // change between read-only and read-write, the processing parameters
+    // turned read-only by a file lookup table.
+    ok = setU32(fg, FG_WIDTH, 2048, 1) && ok;
+    ok = setU32(fg, FG_LINETRIGGERMODE, kAsyncTrigger, 0) && ok;
+    ok = setDouble(fg, FG_LINEPERIODE, 333.336, 1) && ok;
+    ok = setU32(fg, FG_CAMERASIMULATOR_SELECT_MODE, kSimulatorFrameRate, 0) && ok;
+    ok = setU32(fg, FG_LUT_TYPE, kLutTypeCustom, 1) && ok;
+    ok = setU32(fg, FG_IMGTRIGGERMODE, kAsyncTriggerMultiFrame, 1) && ok;
+    ok = dump(fg, 0, dir + "applet_changed_port0.xml") && ok;
+    ok = dump(fg, 1, dir + "applet_changed_port1.xml") && ok;
+    Fg_FreeGrabber(fg);
+
+    setenv("TERVIK_ENABLE_DRA", "on", 1);
+    fg = openBoard(1);
+    unsetenv("TERVIK_ENABLE_DRA");
+    if (fg == NULL)
+        return 1;
+    ok = dump(fg, 0, dir + "applet_dra_port0.xml") && ok;
+    Fg_FreeGrabber(fg);
+
+    return ok ? 0 : 1;
+}
