@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -139,6 +140,143 @@ inline Write u32w(const std::string& name, uint64_t v, unsigned dma) {
 // "Device1_Process<port>_" + rest
 inline std::string dp(int port, const char* rest) {
     return std::string("Device1_Process") + char('0' + port) + "_" + rest;
+}
+
+// ---- checks shared by the handler tests ----
+
+inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+// The design writes of a write that must be accepted.
+inline std::vector<Write> writesOf(Board& b, int id, uint32_t v, int port = 0) {
+    b.clearLog();
+    EXPECT_EQ(0, b.set(id, v, port)) << "parameter " << id << " = " << v << " port " << port;
+    return writes(b.log());
+}
+inline std::vector<Write> writesOfD(Board& b, int id, double v, int port = 0) {
+    b.clearLog();
+    EXPECT_EQ(0, b.setD(id, v, port)) << "parameter " << id << " = " << v << " port " << port;
+    return writes(b.log());
+}
+
+// A refused write: `code` comes back and is in the error store, nothing reaches
+// the design, and the parameter reads as before (a double bit for bit).
+inline void expectRejected(Board& b, int id, uint32_t v, int port = 0, int code = FG_ERR_VALUE_OUT_OF_RANGE) {
+    uint32_t before = 0xA5A5A5A5u, after = 0xA5A5A5A5u;
+    const int readBefore = b.get(id, &before, port);
+    b.clearLog();
+    EXPECT_EQ(code, b.set(id, v, port)) << "parameter " << id << " = " << v << " port " << port;
+    EXPECT_EQ(code, b.lastError()) << "parameter " << id << " = " << v;
+    EXPECT_TRUE(b.log().empty()) << "parameter " << id << " = " << v << " wrote to the design";
+    EXPECT_EQ(readBefore, b.get(id, &after, port));
+    EXPECT_EQ(before, after) << "parameter " << id << " = " << v << " changed the value";
+}
+inline void expectRejectedD(Board& b, int id, double v, int port = 0, int code = FG_ERR_VALUE_OUT_OF_RANGE) {
+    double before = -1.25, after = -1.25;
+    const int readBefore = b.getD(id, &before, port);
+    b.clearLog();
+    EXPECT_EQ(code, b.setD(id, v, port)) << "parameter " << id << " = " << v << " port " << port;
+    EXPECT_EQ(code, b.lastError()) << "parameter " << id << " = " << v;
+    EXPECT_TRUE(b.log().empty()) << "parameter " << id << " = " << v << " wrote to the design";
+    EXPECT_EQ(readBefore, b.getD(id, &after, port));
+    EXPECT_TRUE(sameBits(before, after)) << "parameter " << id << " = " << v << " changed " << before << " to " << after;
+}
+
+// A double write that must be accepted: one write of `design` on the port's DMA
+// with the value bit for bit, which also reads back bit for bit.
+inline void expectDoubleWrite(Board& b, int id, double v, const std::string& design, int port) {
+    b.clearLog();
+    ASSERT_EQ(0, b.setD(id, v, port)) << "parameter " << id << " = " << v << " port " << port;
+    const std::vector<SimLogEntry> log = b.log();
+    ASSERT_EQ(1u, log.size()) << design;
+    EXPECT_EQ(design, log[0].name ? log[0].name : "");
+    EXPECT_EQ(FG_PARAM_TYPE_DOUBLE, log[0].type);
+    EXPECT_EQ(unsigned(port), log[0].dma);
+    EXPECT_TRUE(sameBits(v, log[0].d)) << log[0].d << " written, " << v << " expected";
+    EXPECT_TRUE(sameBits(v, b.dbl(id, port))) << v;
+}
+
+// Makes the k-th host call of a write fail with `fault`, for setters whose host
+// calls are all design writes: the fault comes back and is in the error store,
+// only the k-1 writes before it reached the design, and the parameter reads as
+// before.
+inline void expectFailingCall(Board& b, int k, int id, uint32_t v, int port, int fault) {
+    uint32_t before = 0xA5A5A5A5u, after = 0xA5A5A5A5u;
+    const int readBefore = b.get(id, &before, port);
+    b.clearLog();
+    SimBoard_FailNthHostCall(b.dev(), k, fault);
+    EXPECT_EQ(fault, b.set(id, v, port)) << "parameter " << id << " = " << v << " port " << port << " call " << k;
+    SimBoard_ClearFaults(b.dev());
+    EXPECT_EQ(fault, b.lastError());
+    EXPECT_EQ(size_t(k - 1), b.log().size()) << "writes before the failing call stay made, none follows";
+    EXPECT_EQ(readBefore, b.get(id, &after, port));
+    EXPECT_EQ(before, after) << "parameter " << id << " = " << v << " call " << k;
+}
+
+// Tables checked on both ports. `design` names are given after the process prefix.
+// Accepted values, each becoming one write of its design parameter on the port's DMA.
+struct SingleWrite {
+    int id;
+    uint32_t value;
+    const char* design;
+    uint64_t written;
+};
+inline void expectSingleWrites(Board& b, std::initializer_list<SingleWrite> cases) {
+    for (int port = 0; port < 2; ++port)
+        for (const SingleWrite& c : cases) {
+            SCOPED_TRACE("parameter " + std::to_string(c.id) + " = " + std::to_string(c.value) + " port " +
+                         std::to_string(port));
+            EXPECT_EQ(std::vector<Write>{u32w(dp(port, c.design), c.written, port)}, writesOf(b, c.id, c.value, port));
+            EXPECT_EQ(c.value, b.u32(c.id, port));
+        }
+}
+
+// Values refused with -6000 once `accepted` is set.
+struct Rejects {
+    int id;
+    uint32_t accepted;
+    std::vector<uint32_t> rejected;
+};
+inline void expectRejects(Board& b, std::initializer_list<Rejects> cases) {
+    for (int port = 0; port < 2; ++port)
+        for (const Rejects& c : cases) {
+            ASSERT_EQ(0, b.set(c.id, c.accepted, port)) << "parameter " << c.id << " port " << port;
+            EXPECT_EQ(c.accepted, b.u32(c.id, port)) << "parameter " << c.id << " port " << port;
+            for (uint32_t bad : c.rejected) expectRejected(b, c.id, bad, port);
+        }
+}
+
+// Changes whose first host call, their design write, fails; without the fault
+// the same change goes through.
+struct Change {
+    int id;
+    uint32_t before, attempted;
+};
+inline void expectFailedChanges(Board& b, std::initializer_list<Change> cases, int fault) {
+    for (int port = 0; port < 2; ++port)
+        for (const Change& c : cases) {
+            ASSERT_EQ(0, b.set(c.id, c.before, port)) << "parameter " << c.id << " port " << port;
+            expectFailingCall(b, 1, c.id, c.attempted, port, fault);
+            EXPECT_EQ(1u, writesOf(b, c.id, c.attempted, port).size());
+            EXPECT_EQ(c.attempted, b.u32(c.id, port)) << "parameter " << c.id << " port " << port;
+            ASSERT_EQ(0, b.set(c.id, c.before, port));
+        }
+}
+
+// The access flags and the upper bounds of a record the host holds.
+inline int flagsOf(Board& b, int id, int port = 0) {
+    RegisterInfo* r = b.record(port, id);
+    EXPECT_NE(nullptr, r) << "no record of " << id << " on port " << port;
+    return r ? r->accessFlags : -1;
+}
+inline unsigned uintMax(Board& b, int id, int port = 0) {
+    RegisterInfo* r = b.record(port, id);
+    EXPECT_TRUE(r && r->format == REG_FORMAT_UINT) << "no integer record of " << id << " on port " << port;
+    return r ? r->u.uiReg.to : 0xDEADBEEF;
+}
+inline double doubleMax(Board& b, int id, int port = 0) {
+    RegisterInfo* r = b.record(port, id);
+    EXPECT_TRUE(r && r->format == REG_FORMAT_DOUBLE) << "no double record of " << id << " on port " << port;
+    return r ? r->u.dReg.to : -1.0;
 }
 
 // The applet library opened directly, for the exports themselves (NULL boards,

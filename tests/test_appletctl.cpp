@@ -51,25 +51,20 @@ Outcome run(const std::vector<std::string>& args, const std::string& input = std
     const std::string in = base + ".in", out = base + ".out", err = base + ".err";
     writeFile(in, input);
 
-    std::vector<std::string> argStore;
-    argStore.push_back(tool());
-    argStore.insert(argStore.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (std::string& a : argStore) argv.push_back(&a[0]);
+    std::vector<char*> argv = {const_cast<char*>(tool())};
+    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
     // The user's environment without a library path (the tool finds the
     // runtime and the applet by itself) and without the switches that change
     // the applet's parameter set.
     static const char* const dropped[] = {"LD_LIBRARY_PATH=", "TERVIK_APPLET_PATH=", "TERVIK_ENABLE_DRA=",
                                           "TERVIK_ENABLE_DQORA=", "__TERVIK_FORCE_EXTERNAL_HAP="};
-    std::vector<std::string> envStore;
+    std::vector<char*> envp;
     for (char** e = environ; *e; ++e) {
         bool keep = true;
         for (const char* d : dropped) keep = keep && std::strncmp(*e, d, std::strlen(d)) != 0;
-        if (keep) envStore.push_back(*e);
+        if (keep) envp.push_back(*e);
     }
-    std::vector<char*> envp;
-    for (std::string& e : envStore) envp.push_back(&e[0]);
     envp.push_back(nullptr);
 
     posix_spawn_file_actions_t fa;
@@ -92,9 +87,7 @@ Outcome run(const std::vector<std::string>& args, const std::string& input = std
     r.status = r.exited ? WEXITSTATUS(st) : -WTERMSIG(st);
     r.out = readFile(out);
     r.err = readFile(err);
-    std::remove(in.c_str());
-    std::remove(out.c_str());
-    std::remove(err.c_str());
+    for (const std::string& f : {in, out, err}) std::remove(f.c_str());
     return r;
 }
 
@@ -136,24 +129,11 @@ bool validUtf8(const std::string& s) {
         EXPECT_EQ((code), (r).status) << "stdout:\n" << (r).out << "stderr:\n" << (r).err; \
     } while (0)
 
-class Tool : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_STRNE("", tool()) << "APPLETCTL names the built tool"; }
-};
-// The groups of cases.
-class ToolUsage : public Tool {};
-class ToolInfo : public Tool {};
-class ToolParameters : public Tool {};
-class ToolList : public Tool {};
-class ToolFiles : public Tool {};
-class ToolScript : public Tool {};
-class ToolRobustness : public Tool {};
-
 // ---- help and usage errors --------------------------------------------------
 
 const char* const kCommandWords[] = {"info", "list", "get", "set", "describe", "xml", "save", "load", "lut", "help"};
 
-TEST_F(ToolUsage, HelpOfTheToolNamesEveryCommandAndTheExitStatus) {
+TEST(ToolUsage, HelpOfTheToolNamesEveryCommandAndTheExitStatus) {
     for (const char* flag : {"--help", "-h"}) {
         Outcome r = run({flag});
         EXPECT_RUN(r, 0);
@@ -167,7 +147,7 @@ TEST_F(ToolUsage, HelpOfTheToolNamesEveryCommandAndTheExitStatus) {
     EXPECT_TRUE(contains(h.out, "Usage: appletctl [OPTIONS]"));
 }
 
-TEST_F(ToolUsage, EveryCommandHasItsOwnHelp) {
+TEST(ToolUsage, EveryCommandHasItsOwnHelp) {
     for (const char* w : kCommandWords) {
         const std::string usage = std::string("Usage: appletctl ") + w;
         Outcome a = run({w, "--help"});
@@ -184,7 +164,7 @@ TEST_F(ToolUsage, EveryCommandHasItsOwnHelp) {
     EXPECT_EQ("", c.err);
 }
 
-TEST_F(ToolUsage, UsageErrorsExitWithTwoAndRunNothing) {
+TEST(ToolUsage, UsageErrorsExitWithTwoAndRunNothing) {
     struct Case {
         std::vector<std::string> args;
         const char* message;
@@ -214,7 +194,7 @@ TEST_F(ToolUsage, UsageErrorsExitWithTwoAndRunNothing) {
 
 // ---- info --------------------------------------------------------------------
 
-TEST_F(ToolInfo, InfoShowsIdentityAndLayout) {
+TEST(ToolInfo, InfoShowsIdentityAndLayout) {
     Outcome r = run({"info"});
     EXPECT_RUN(r, 0);
     const char* expected[] = {
@@ -236,7 +216,7 @@ TEST_F(ToolInfo, InfoShowsIdentityAndLayout) {
 
 // ---- get, set, describe --------------------------------------------------------
 
-TEST_F(ToolParameters, GetPrintsNumbersAndEnumerationsByConstantName) {
+TEST(ToolParameters, GetPrintsNumbersAndEnumerationsByConstantName) {
     Outcome r = run({"get", "FG_WIDTH", "get", "FG_FORMAT@1", "get", "fg_height@0", "get", "FG_LUT_IN_BITS@1"});
     EXPECT_RUN(r, 0);
     EXPECT_EQ("FG_WIDTH@0 = 1024\n"
@@ -246,7 +226,7 @@ TEST_F(ToolParameters, GetPrintsNumbersAndEnumerationsByConstantName) {
               r.out);
 }
 
-TEST_F(ToolParameters, SetAcceptsConstantNamesDisplayNamesAndNumbers) {
+TEST(ToolParameters, SetAcceptsConstantNamesDisplayNamesAndNumbers) {
     Outcome r = run({"set", "FG_FORMAT=FG_GRAY16", "set", "FG_FORMAT=fg_gray12", "set", "FG_FORMAT=Gray 10bit",
                  "set", "FG_FORMAT=3", "set", "FG_IMGTRIGGERINSRC=TRGINSOFTWARE@1", "set", "FG_WIDTH=0x800",
                  "set", "FG_PROCESSING_GAIN=2.5"});
@@ -261,38 +241,38 @@ TEST_F(ToolParameters, SetAcceptsConstantNamesDisplayNamesAndNumbers) {
               r.out);
 }
 
-TEST_F(ToolParameters, RejectedValuesPrintTheCodeWithItsMeaning) {
+TEST(ToolParameters, FailuresPrintTheCodeWithItsMeaning) {
+    writeFile("garbage.mcf", "this is no configuration\n");
+    std::remove("absent.mcf");
     struct Case {
-        const char* arg;
+        std::vector<std::string> args;
         const char* message;
+        const char* also;
     } cases[] = {
-        {"FG_WIDTH=1000", "set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16"},
-        {"FG_WIDTH=16", "set FG_WIDTH=16: -6000 value outside its range or not in its enumeration"},
-        {"FG_FORMAT=7", "set FG_FORMAT=7: -6000 value outside its range or not in its enumeration"},
-        {"FG_APPLET_VERSION=4", "-12 host function or host board handle missing; write of a read-only parameter"},
-        {"FG_WIDTH=64@5", "-2070 unknown parameter, port, name, event or index; NULL value or pointer"},
+        {{"set", "FG_WIDTH=1000"}, "set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16", ""},
+        {{"set", "FG_WIDTH=16"}, "set FG_WIDTH=16: -6000 value outside its range or not in its enumeration", ""},
+        {{"set", "FG_FORMAT=7"}, "set FG_FORMAT=7: -6000 value outside its range or not in its enumeration", ""},
+        {{"set", "FG_APPLET_VERSION=4"}, "-12 host function or host board handle missing; write of a read-only parameter", ""},
+        {{"set", "FG_WIDTH=64@5"}, "-2070 unknown parameter, port, name, event or index; NULL value or pointer", ""},
+        {{"get", "FG_NO_SUCH_THING"}, "-2070 unknown parameter", "'FG_NO_SUCH_THING'"},
+        {{"describe", "FG_NO_SUCH_THING"}, "-2070 unknown parameter", "'FG_NO_SUCH_THING'"},
+        {{"set", "FG_NO_SUCH_THING=1"}, "-2070", "'FG_NO_SUCH_THING'"},
+        {{"list", "--port", "2"}, "-2075 no parameter description for the port", ""},
+        {{"save", "settings.txt"}, "save settings.txt: -5001 configuration save failed", ".mcf"},
+        {{"load", "absent.mcf"}, "load absent.mcf: -2076 file missing", ""},
+        {{"load", "garbage.mcf"}, "load garbage.mcf: -5000 configuration load failed", ""},
+        {{"xml", "-o", "no-such-dir/x.xml"}, "cannot write 'no-such-dir/x.xml'", ""},
+        {{"--script", "no-such-script.txt"}, "cannot read script 'no-such-script.txt'", ""},
     };
     for (const Case& c : cases) {
-        Outcome r = run({"set", c.arg});
+        Outcome r = run(c.args);
         EXPECT_RUN(r, 1);
-        EXPECT_TRUE(contains(r.err, c.message)) << r.err;
+        EXPECT_TRUE(contains(r.err, c.message) && contains(r.err, c.also)) << r.err;
         EXPECT_EQ("", r.out);
     }
 }
 
-TEST_F(ToolParameters, UnknownParametersAreNamed) {
-    for (const char* cmd : {"get", "describe"}) {
-        Outcome r = run({cmd, "FG_NO_SUCH_THING"});
-        EXPECT_RUN(r, 1);
-        EXPECT_TRUE(contains(r.err, "-2070 unknown parameter")) << r.err;
-        EXPECT_TRUE(contains(r.err, "'FG_NO_SUCH_THING'")) << r.err;
-    }
-    Outcome s = run({"set", "FG_NO_SUCH_THING=1"});
-    EXPECT_RUN(s, 1);
-    EXPECT_TRUE(contains(s.err, "-2070")) << s.err;
-}
-
-TEST_F(ToolParameters, BadValueTextIsRefusedBeforeAnythingIsWritten) {
+TEST(ToolParameters, BadValueTextIsRefusedBeforeAnythingIsWritten) {
     struct Case {
         const char* arg;
         const char* why;
@@ -316,7 +296,7 @@ TEST_F(ToolParameters, BadValueTextIsRefusedBeforeAnythingIsWritten) {
     }
 }
 
-TEST_F(ToolParameters, StopsAtTheFirstFailureUnlessKeepGoing) {
+TEST(ToolParameters, StopsAtTheFirstFailureUnlessKeepGoing) {
     Outcome stop = run({"set", "FG_WIDTH=1000", "get", "FG_WIDTH"});
     EXPECT_RUN(stop, 1);
     EXPECT_EQ("", stop.out);
@@ -325,7 +305,7 @@ TEST_F(ToolParameters, StopsAtTheFirstFailureUnlessKeepGoing) {
     EXPECT_EQ("FG_WIDTH@0 = 1024\n", go.out);
 }
 
-TEST_F(ToolParameters, DescribePrintsTheLongDescription) {
+TEST(ToolParameters, DescribePrintsTheLongDescription) {
     Outcome r = run({"describe", "FG_WIDTH@1", "describe", "FG_LUT_CUSTOM_FILE", "describe", "FG_NR_OF_DMAS"});
     EXPECT_RUN(r, 0);
     EXPECT_EQ("FG_WIDTH: Image width of the acquisition ROI.\n"
@@ -336,7 +316,7 @@ TEST_F(ToolParameters, DescribePrintsTheLongDescription) {
 
 // ---- list ------------------------------------------------------------------
 
-TEST_F(ToolList, ListShowsEveryParameterOfPortZero) {
+TEST(ToolList, ListShowsEveryParameterOfPortZero) {
     Outcome r = run({"list"});
     EXPECT_RUN(r, 0);
     ASSERT_TRUE(validUtf8(r.out));
@@ -368,7 +348,7 @@ TEST_F(ToolList, ListShowsEveryParameterOfPortZero) {
     EXPECT_EQ(r.out, again.out);
 }
 
-TEST_F(ToolList, ListShowsEachPortsOwnValuesAndRanges) {
+TEST(ToolList, ListShowsEachPortsOwnValuesAndRanges) {
     Outcome r = run({"set", "FG_WIDTH=512@1", "list", "--port", "1", "list", "--port=0"});
     EXPECT_RUN(r, 0);
     size_t split = r.out.find("port 0: 99 parameters");
@@ -382,24 +362,9 @@ TEST_F(ToolList, ListShowsEachPortsOwnValuesAndRanges) {
     EXPECT_TRUE(contains(row(port0, "FG_XOFFSET"), "0..15360 step 16")) << row(port0, "FG_XOFFSET");
 }
 
-TEST_F(ToolList, WidthChangeNarrowsTheXOffsetRange) {
-    Outcome r = run({"set", "FG_WIDTH=2048", "list"});
-    EXPECT_RUN(r, 0);
-    EXPECT_TRUE(contains(row(r.out, "FG_XOFFSET"), "0..14336 step 16")) << row(r.out, "FG_XOFFSET");
-    Outcome over = run({"set", "FG_WIDTH=2048", "set", "FG_XOFFSET=14352"});
-    EXPECT_RUN(over, 1);
-    EXPECT_TRUE(contains(over.err, "set FG_XOFFSET=14352: -6000")) << over.err;
-}
-
-TEST_F(ToolList, ListOfAPortWithoutDescriptionFails) {
-    Outcome r = run({"list", "--port", "2"});
-    EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.err, "-2075 no parameter description for the port")) << r.err;
-}
-
 // ---- configuration files ---------------------------------------------------------
 
-TEST_F(ToolFiles, ConfigurationRoundTripThroughTwoInvocations) {
+TEST(ToolFiles, ConfigurationRoundTripThroughTwoInvocations) {
     std::remove("roundtrip.mcf");
     Outcome save = run({"set", "FG_WIDTH=512@1", "set", "FG_HEIGHT=100", "set", "FG_FORMAT=FG_GRAY16",
                     "set", "FG_PROCESSING_GAIN=2.5@1", "save", "roundtrip.mcf"});
@@ -421,26 +386,9 @@ TEST_F(ToolFiles, ConfigurationRoundTripThroughTwoInvocations) {
               load.out);
 }
 
-TEST_F(ToolFiles, ConfigurationFailuresPrintTheirCodes) {
-    Outcome badName = run({"save", "settings.txt"});
-    EXPECT_RUN(badName, 1);
-    EXPECT_TRUE(contains(badName.err, "save settings.txt: -5001 configuration save failed")) << badName.err;
-    EXPECT_TRUE(contains(badName.err, ".mcf")) << badName.err;
-
-    std::remove("absent.mcf");
-    Outcome missing = run({"load", "absent.mcf"});
-    EXPECT_RUN(missing, 1);
-    EXPECT_TRUE(contains(missing.err, "load absent.mcf: -2076 file missing")) << missing.err;
-
-    writeFile("garbage.mcf", "this is no configuration\n");
-    Outcome garbage = run({"load", "garbage.mcf"});
-    EXPECT_RUN(garbage, 1);
-    EXPECT_TRUE(contains(garbage.err, "load garbage.mcf: -5000 configuration load failed")) << garbage.err;
-}
-
 // ---- GenApi document and lookup-table files --------------------------------------
 
-TEST_F(ToolFiles, XmlGoesToStandardOutputOrAFile) {
+TEST(ToolFiles, XmlGoesToStandardOutputOrAFile) {
     std::remove("port0.xml");
     std::remove("port1.xml");
     Outcome r = run({"xml", "-o", "port0.xml", "xml", "--port", "1", "--output=port1.xml"});
@@ -455,13 +403,9 @@ TEST_F(ToolFiles, XmlGoesToStandardOutputOrAFile) {
     Outcome s = run({"xml"});
     EXPECT_RUN(s, 0);
     EXPECT_EQ(p0, s.out.substr(0, p0.size()));
-
-    Outcome bad = run({"xml", "-o", "no-such-dir/x.xml"});
-    EXPECT_RUN(bad, 1);
-    EXPECT_TRUE(contains(bad.err, "cannot write 'no-such-dir/x.xml'")) << bad.err;
 }
 
-TEST_F(ToolFiles, LookupTableSavedAndLoadedBack) {
+TEST(ToolFiles, LookupTableSavedAndLoadedBack) {
     std::remove("inverted.lut");
     Outcome save = run({"set", "FG_PROCESSING_INVERT=FG_ON@1", "lut", "save", "inverted.lut", "--port", "1"});
     EXPECT_RUN(save, 0);
@@ -490,7 +434,7 @@ TEST_F(ToolFiles, LookupTableSavedAndLoadedBack) {
 
 // ---- scripts -----------------------------------------------------------------------
 
-TEST_F(ToolScript, ScriptFromStandardInput) {
+TEST(ToolScript, ScriptFromStandardInput) {
     const std::string script =
         "# region of interest\n"
         "set FG_WIDTH=2048\n"
@@ -512,7 +456,7 @@ TEST_F(ToolScript, ScriptFromStandardInput) {
     EXPECT_EQ("", r.err);
 }
 
-TEST_F(ToolScript, ScriptFailuresNameTheLine) {
+TEST(ToolScript, ScriptFailuresNameTheLine) {
     Outcome r = run({"-"}, "get FG_WIDTH\nset FG_WIDTH=1000\nget FG_HEIGHT\n");
     EXPECT_RUN(r, 1);
     EXPECT_EQ("FG_WIDTH@0 = 1024\n", r.out);
@@ -527,15 +471,11 @@ TEST_F(ToolScript, ScriptFailuresNameTheLine) {
     EXPECT_EQ("FG_HEIGHT@0 = 1024\n", usage.out);
 }
 
-TEST_F(ToolScript, ScriptFilesRunInTheirPlaceAmongTheCommands) {
+TEST(ToolScript, ScriptFilesRunInTheirPlaceAmongTheCommands) {
     writeFile("script.txt", "set FG_HEIGHT=77\nget FG_HEIGHT\n");
     Outcome r = run({"get", "FG_HEIGHT", "--script", "script.txt", "get", "FG_HEIGHT@1"});
     EXPECT_RUN(r, 0);
     EXPECT_EQ("FG_HEIGHT@0 = 1024\nFG_HEIGHT@0 = 77\nFG_HEIGHT@0 = 77\nFG_HEIGHT@1 = 1024\n", r.out);
-
-    Outcome missing = run({"--script", "no-such-script.txt"});
-    EXPECT_RUN(missing, 1);
-    EXPECT_TRUE(contains(missing.err, "cannot read script 'no-such-script.txt'")) << missing.err;
 
     Outcome nested = run({"-"}, "--script script.txt\n");
     EXPECT_RUN(nested, 2);
@@ -543,7 +483,7 @@ TEST_F(ToolScript, ScriptFilesRunInTheirPlaceAmongTheCommands) {
 
 // ---- odd input -----------------------------------------------------------------------
 
-TEST_F(ToolRobustness, OddInputNeverCrashes) {
+TEST(ToolRobustness, OddInputNeverCrashes) {
     const std::string longName(100000, 'A');
     const std::string longText = "FG_LUT_SAVE_FILE=" + std::string(5000, 'x') + ".lut";
     struct Case {

@@ -33,66 +33,35 @@ std::string readFile(const std::string& path) {
     return ss.str();
 }
 
-bool fileExists(const std::string& path) {
-    std::ifstream in(path);
-    return in.good();
-}
-
 void writeFile(const std::string& path, const std::string& text) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << text;
 }
 
-std::vector<std::string> splitLines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::string::size_type start = 0;
-    while (start < text.size()) {
-        std::string::size_type end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size() - 1;
-        lines.push_back(text.substr(start, end - start + 1));
-        start = end + 1;
-    }
-    return lines;
-}
-
-std::string joinLines(const std::vector<std::string>& lines) {
-    std::string out;
-    for (const std::string& l : lines) out += l;
-    return out;
-}
-
-// The index of the key line of `key` in `section` ("[Port A]" / "[Port B]"),
-// or -1. Only a line that begins with the key followed by '=' counts.
-int findKeyLine(const std::vector<std::string>& lines, const std::string& section, const std::string& key) {
-    bool inSection = false;
-    for (size_t i = 0; i < lines.size(); ++i) {
-        if (lines[i].compare(0, 1, "[") == 0) inSection = lines[i].compare(0, section.size(), section) == 0;
-        else if (inSection && lines[i].compare(0, key.size() + 1, key + "=") == 0) return int(i);
-    }
-    return -1;
-}
-
-std::string withoutKey(const std::string& text, const std::string& section, const std::string& key) {
-    std::vector<std::string> lines = splitLines(text);
-    int i = findKeyLine(lines, section, key);
-    EXPECT_GE(i, 0) << key << " in " << section;
-    if (i >= 0) lines.erase(lines.begin() + i);
-    return joinLines(lines);
-}
-
-std::string withLine(const std::string& text, const std::string& section, const std::string& key,
-                     const std::string& line) {
-    std::vector<std::string> lines = splitLines(text);
-    int i = findKeyLine(lines, section, key);
-    EXPECT_GE(i, 0) << key << " in " << section;
-    if (i >= 0) lines[i] = line + "\n";
-    return joinLines(lines);
+// The line "KEY=...;\n" of a key in a section ("[Port A]" / "[Port B]"): its
+// offset and length, or npos. Only a line that begins with the key and '=' counts.
+std::pair<size_t, size_t> findKey(const std::string& text, const std::string& section, const std::string& key) {
+    const size_t begin = text.find(section + "\n");
+    const size_t end = begin == std::string::npos ? begin : text.find("\n[", begin);
+    const size_t at = begin == std::string::npos ? begin : text.find("\n" + key + "=", begin);
+    if (at == std::string::npos || at >= end) return {std::string::npos, 0};
+    return {at + 1, text.find('\n', at + 1) - at};
 }
 
 std::string keyLine(const std::string& text, const std::string& section, const std::string& key) {
-    std::vector<std::string> lines = splitLines(text);
-    int i = findKeyLine(lines, section, key);
-    return i >= 0 ? lines[i] : std::string();
+    const std::pair<size_t, size_t> at = findKey(text, section, key);
+    return at.first == std::string::npos ? std::string() : text.substr(at.first, at.second);
+}
+
+// The text with the key's line replaced by `line`, or removed when `line` is empty.
+std::string withLine(std::string text, const std::string& section, const std::string& key, const std::string& line) {
+    const std::pair<size_t, size_t> at = findKey(text, section, key);
+    EXPECT_NE(std::string::npos, at.first) << key << " in " << section;
+    if (at.first != std::string::npos) text.replace(at.first, at.second, line.empty() ? line : line + "\n");
+    return text;
+}
+std::string withoutKey(const std::string& text, const std::string& section, const std::string& key) {
+    return withLine(text, section, key, "");
 }
 
 std::string toCrLf(const std::string& text) {
@@ -193,7 +162,6 @@ const KeyValue kStartSection[] = {
     {"FG_DIGIO_OUTPUT", "3"},
     {"FG_DIGIO_INPUT", "0"},
 };
-const int kKeysPerPort = sizeof kStartSection / sizeof kStartSection[0];
 
 // Keys that a load ignores.
 const std::set<std::string> kNotRead = {"FG_CAMERASIMULATOR_ACTIVE", "FG_CAMERASIMULATOR_PASSIVE", "FG_DIGIO_INPUT"};
@@ -231,57 +199,37 @@ std::map<std::string, std::string> readableState(Board& b) {
             std::ostringstream v;
             v.precision(17);
             int rc = 0;
-            switch (p.kind) {
-            case Kind::U32:
-            case Kind::HOSTTYPE: {
+            if (p.kind == Kind::U32 || p.kind == Kind::HOSTTYPE) {
                 uint32_t x = 0xA5A5A5A5u;
                 rc = b.get(p.id, &x, port);
                 v << x;
-                break;
-            }
-            case Kind::DOUBLE: {
+            } else if (p.kind == Kind::DOUBLE) {
                 double x = -1.25;
                 rc = b.getD(p.id, &x, port);
                 v << x;
-                break;
-            }
-            case Kind::TEXT: {
-                char buf[1024];
-                std::memset(buf, 0, sizeof buf);
+            } else if (p.kind == Kind::TEXT) {
+                char buf[1024] = {0};
                 rc = Fg_getParameterWithType(b.fg(), p.id, buf, port, FG_PARAM_TYPE_CHAR_PTR);
                 v << "'" << buf << "'";
-                break;
-            }
-            case Kind::U64: {
+            } else if (p.kind == Kind::U64) {
                 uint64_t x = 0;
                 rc = Fg_getParameterWithType(b.fg(), p.id, &x, port, FG_PARAM_TYPE_UINT64_T);
                 v << x;
-                break;
-            }
-            case Kind::UFIELD: {
-                std::vector<uint32_t> values(4096, 0xA5A5A5A5u);
+            } else {  // the lookup table (4096 integers) and the monitor channels (4 doubles)
+                const bool ints = p.kind == Kind::UFIELD;
+                std::vector<uint32_t> u(4096, 0xA5A5A5A5u);
+                std::vector<double> d(4, -1.0);
                 FieldParameterAccess a;
                 std::memset(&a, 0, sizeof a);
-                a.vtype = FG_PARAM_TYPE_UINT32_T;
-                a.index = 0;
-                a.count = 4096;
-                a.p_uint32_t = values.data();
+                a.vtype = ints ? FG_PARAM_TYPE_UINT32_T : FG_PARAM_TYPE_DOUBLE;
+                a.count = ints ? 4096 : 4;
+                a.ptr = ints ? static_cast<void*>(u.data()) : static_cast<void*>(d.data());
                 rc = Fg_getParameterWithType(b.fg(), p.id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
-                for (uint32_t x : values) v << x << ",";
-                break;
-            }
-            case Kind::DFIELD: {
-                double values[4] = {-1, -1, -1, -1};
-                FieldParameterAccess a;
-                std::memset(&a, 0, sizeof a);
-                a.vtype = FG_PARAM_TYPE_DOUBLE;
-                a.index = 0;
-                a.count = 4;
-                a.p_double = values;
-                rc = Fg_getParameterWithType(b.fg(), p.id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
-                for (double x : values) v << x << ",";
-                break;
-            }
+                if (ints) {
+                    for (uint32_t x : u) v << x << ",";
+                } else {
+                    for (double x : d) v << x << ",";
+                }
             }
             std::string where = std::to_string(port) + ":" + p.name;
             state[where] = "rc " + std::to_string(rc) + " value " + v.str();
@@ -365,7 +313,6 @@ TEST(ConfigSave, FileAfterStartUpHasTheLayoutAndTheStartValues) {
     ASSERT_EQ(0u, b.designU32("Device1_Process2_Trigger_InputStatus_Status"));
     ASSERT_EQ(0u, b.designU32(dp(0, "Trigger_Trigger_EncoderCompensationCount").c_str()));
     ASSERT_EQ(0u, b.designU32(dp(1, "Trigger_Trigger_EncoderCompensationCount").c_str()));
-    ASSERT_EQ(63, kKeysPerPort);
 
     b.clearLog();
     ASSERT_EQ(0, Fg_saveConfig(b.fg(), "start.mcf"));
@@ -404,43 +351,40 @@ TEST(ConfigSave, SimulatorValuesFollowTheSelectModeAndLiveValuesAreReadAtSaveTim
     ASSERT_EQ(0, Fg_saveConfig(b.fg(), "modes.mcf"));
     const std::string text = readFile("modes.mcf");
 
-    EXPECT_EQ("FG_CAMERASIMULATOR_WIDTH=1008;\n", keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_WIDTH"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_LINE_GAP=24;\n", keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_LINE_GAP"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_FRAME_GAP=5;\n", keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_FRAME_GAP"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_PIXEL_FREQUENCY=300;\n",
-              keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_PIXEL_FREQUENCY"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_ACTIVE=400;\n", keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_ACTIVE"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_PASSIVE=1600;\n", keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_PASSIVE"));
-    // The rates as the port reads them: 300 MHz over 1008 + 24 pixels per line.
+    // Port A in pixel-frequency mode; port B in frame-rate mode: no gaps in use,
+    // full speed, no gating. The software source goes through the signed form.
+    // Live values: the shared input status on both ports, the count of port B
+    // from the design although its cached value is 0.
+    const char* const lines[][2] = {
+        {"[Port A]", "FG_CAMERASIMULATOR_WIDTH=1008;"},
+        {"[Port A]", "FG_CAMERASIMULATOR_LINE_GAP=24;"},
+        {"[Port A]", "FG_CAMERASIMULATOR_FRAME_GAP=5;"},
+        {"[Port A]", "FG_CAMERASIMULATOR_PIXEL_FREQUENCY=300;"},
+        {"[Port A]", "FG_CAMERASIMULATOR_ACTIVE=400;"},
+        {"[Port A]", "FG_CAMERASIMULATOR_PASSIVE=1600;"},
+        {"[Port A]", "FG_CAMERASIMULATOR_LINERATE=290697.674419;"},  // 300 MHz over 1008 + 24 pixels
+        {"[Port B]", "FG_CAMERASIMULATOR_LINE_GAP=0;"},
+        {"[Port B]", "FG_CAMERASIMULATOR_FRAME_GAP=0;"},
+        {"[Port B]", "FG_CAMERASIMULATOR_PIXEL_FREQUENCY=1500;"},
+        {"[Port B]", "FG_CAMERASIMULATOR_ACTIVE=0;"},
+        {"[Port B]", "FG_CAMERASIMULATOR_PASSIVE=0;"},
+        {"[Port B]", "FG_CAMERASIMULATOR_SELECT_MODE=2;"},
+        {"[Port A]", "FG_IMGTRIGGERINSRC=-1;"},
+        {"[Port B]", "FG_IMGTRIGGERINSRC=0;"},
+        {"[Port A]", "FG_DIGIO_INPUT=129;"},
+        {"[Port B]", "FG_DIGIO_INPUT=129;"},
+        {"[Port A]", "FG_SHAFTENCODER_COMPENSATION_COUNT=0;"},
+        {"[Port B]", "FG_SHAFTENCODER_COMPENSATION_COUNT=4242;"},
+    };
+    for (const auto& l : lines) {
+        const std::string line = l[1];
+        EXPECT_EQ(line + "\n", keyLine(text, l[0], line.substr(0, line.find('='))));
+    }
+    // The frame rate as the port reads it.
     char expected[128];
-    std::snprintf(expected, sizeof expected, "FG_CAMERASIMULATOR_LINERATE=%.12g;\n",
-                  b.dbl(FG_CAMERASIMULATOR_LINERATE, 0));
-    EXPECT_EQ(expected, keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_LINERATE"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_LINERATE=290697.674419;\n", keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_LINERATE"));
     std::snprintf(expected, sizeof expected, "FG_CAMERASIMULATOR_FRAMERATE=%.12g;\n",
                   b.dbl(FG_CAMERASIMULATOR_FRAMERATE, 0));
     EXPECT_EQ(expected, keyLine(text, "[Port A]", "FG_CAMERASIMULATOR_FRAMERATE"));
-
-    // Frame-rate mode: no gaps in use, full speed, no gating.
-    EXPECT_EQ("FG_CAMERASIMULATOR_LINE_GAP=0;\n", keyLine(text, "[Port B]", "FG_CAMERASIMULATOR_LINE_GAP"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_FRAME_GAP=0;\n", keyLine(text, "[Port B]", "FG_CAMERASIMULATOR_FRAME_GAP"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_PIXEL_FREQUENCY=1500;\n",
-              keyLine(text, "[Port B]", "FG_CAMERASIMULATOR_PIXEL_FREQUENCY"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_ACTIVE=0;\n", keyLine(text, "[Port B]", "FG_CAMERASIMULATOR_ACTIVE"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_PASSIVE=0;\n", keyLine(text, "[Port B]", "FG_CAMERASIMULATOR_PASSIVE"));
-    EXPECT_EQ("FG_CAMERASIMULATOR_SELECT_MODE=2;\n", keyLine(text, "[Port B]", "FG_CAMERASIMULATOR_SELECT_MODE"));
-
-    // The software source goes through the signed form.
-    EXPECT_EQ("FG_IMGTRIGGERINSRC=-1;\n", keyLine(text, "[Port A]", "FG_IMGTRIGGERINSRC"));
-    EXPECT_EQ("FG_IMGTRIGGERINSRC=0;\n", keyLine(text, "[Port B]", "FG_IMGTRIGGERINSRC"));
-    // Live values: the shared input status on both ports, the count of port B
-    // from the design although its cached value is 0.
-    EXPECT_EQ("FG_DIGIO_INPUT=129;\n", keyLine(text, "[Port A]", "FG_DIGIO_INPUT"));
-    EXPECT_EQ("FG_DIGIO_INPUT=129;\n", keyLine(text, "[Port B]", "FG_DIGIO_INPUT"));
-    EXPECT_EQ("FG_SHAFTENCODER_COMPENSATION_COUNT=0;\n",
-              keyLine(text, "[Port A]", "FG_SHAFTENCODER_COMPENSATION_COUNT"));
-    EXPECT_EQ("FG_SHAFTENCODER_COMPENSATION_COUNT=4242;\n",
-              keyLine(text, "[Port B]", "FG_SHAFTENCODER_COMPENSATION_COUNT"));
 }
 
 TEST(ConfigSave, AKeyWhoseValueCannotBeReadIsLeftOut) {
@@ -460,10 +404,9 @@ TEST(ConfigSave, AKeyWhoseValueCannotBeReadIsLeftOut) {
     const std::set<std::string> goneA = {"FG_CAMERASIMULATOR_PIXEL_FREQUENCY", "FG_CAMERASIMULATOR_LINERATE",
                                          "FG_CAMERASIMULATOR_FRAMERATE", "FG_CAMERASIMULATOR_ACTIVE",
                                          "FG_CAMERASIMULATOR_PASSIVE", "FG_DIGIO_INPUT"};
-    std::vector<std::string> lines = splitLines(text);
     for (const KeyValue& kv : kStartSection) {
-        const bool inA = findKeyLine(lines, "[Port A]", kv.key) >= 0;
-        const bool inB = findKeyLine(lines, "[Port B]", kv.key) >= 0;
+        const bool inA = !keyLine(text, "[Port A]", kv.key).empty();
+        const bool inB = !keyLine(text, "[Port B]", kv.key).empty();
         EXPECT_EQ(goneA.count(kv.key) == 0, inA) << kv.key;
         EXPECT_EQ(std::string(kv.key) != "FG_DIGIO_INPUT", inB) << kv.key;
     }
@@ -479,7 +422,7 @@ TEST(ConfigSave, FileThatCannotBeCreatedGives5001) {
     // A name without the configuration type is refused before any file is made.
     EXPECT_EQ(kSaveFailed, Fg_saveConfig(b.fg(), "board.MCF"));
     EXPECT_EQ(kSaveFailed, b.lastError());
-    EXPECT_FALSE(fileExists("board.MCF"));
+    EXPECT_FALSE(std::ifstream("board.MCF").good());
     EXPECT_EQ(kSaveFailed, Fg_saveConfig(b.fg(), nullptr));
     // A successful save clears the error store.
     EXPECT_EQ(0, Fg_saveConfig(b.fg(), "board.mcf"));

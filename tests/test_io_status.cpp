@@ -78,47 +78,21 @@ TEST_F(IoStatus, DigitalOutputIsRememberedPerPortWhileTheOutputsShowTheLastWrite
 TEST_F(IoStatus, DigitalOutputAboveThreeIsRejectedWithoutAnyChange) {
     ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 2, 0));
     ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 1, 1));
-    board.clearLog();
-    for (uint32_t bad : {4u, 7u, 0x80000000u, 0xFFFFFFFFu}) {
-        for (int port = 0; port < 2; ++port) {
-            EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, board.set(FG_DIGIO_OUTPUT, bad, port)) << bad;
-            EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, board.lastError());
-        }
-    }
-    EXPECT_TRUE(board.log().empty());
-    EXPECT_EQ(2u, board.u32(FG_DIGIO_OUTPUT, 0));
-    EXPECT_EQ(1u, board.u32(FG_DIGIO_OUTPUT, 1));
+    for (uint32_t bad : {4u, 7u, 0x80000000u, 0xFFFFFFFFu})
+        for (int port = 0; port < 2; ++port) expectRejected(board, FG_DIGIO_OUTPUT, bad, port);
 }
 
-TEST_F(IoStatus, FailedSecondOutputRestoresTheCachedValue) {
+TEST_F(IoStatus, FailingOutputWriteRestoresTheCachedValue) {
+    // The setter's first host call writes output 3, the second output 7; a
+    // failure of the first skips the second.
     ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 2, 1));
-    board.clearLog();
-    SimBoard_FailParameter(board.dev(), kOut7, 1, -4711);
-    EXPECT_EQ(-4711, board.set(FG_DIGIO_OUTPUT, 1, 1));
-    EXPECT_EQ(-4711, board.lastError());
-    // The first output was written before the failure and keeps its value.
-    std::vector<Write> expected = {u32w(kOut3, 1, 1)};
-    EXPECT_EQ(expected, writes(board.log()));
-    EXPECT_EQ(2u, board.u32(FG_DIGIO_OUTPUT, 1));
+    expectFailingCall(board, 1, FG_DIGIO_OUTPUT, 1, 1, -4712);
+    expectFailingCall(board, 2, FG_DIGIO_OUTPUT, 1, 1, -4711);
+    EXPECT_EQ(std::vector<Write>{u32w(kOut3, 1, 1)}, writes(board.log()));
+    EXPECT_EQ(1u, board.designU32(kOut3)) << "the first output keeps its new value";
     EXPECT_EQ(3u, board.u32(FG_DIGIO_OUTPUT, 0));
-}
-
-TEST_F(IoStatus, FailedFirstOutputSkipsTheSecond) {
-    SimBoard_FailParameter(board.dev(), kOut3, 1, -4712);
-    EXPECT_EQ(-4712, board.set(FG_DIGIO_OUTPUT, 0, 0));
-    EXPECT_TRUE(board.log().empty());
-    EXPECT_EQ(3u, board.u32(FG_DIGIO_OUTPUT, 0));
-    SimBoard_ClearFaults(board.dev());
-    EXPECT_EQ(0, board.set(FG_DIGIO_OUTPUT, 0, 0));
-    EXPECT_EQ(0u, board.u32(FG_DIGIO_OUTPUT, 0));
-}
-
-TEST_F(IoStatus, FailedWriteOnTheNthHostCallRestoresTheCache) {
-    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 0, 0));
-    // The setter's first host call is the write of output 3, the second that of output 7.
-    SimBoard_FailNthHostCall(board.dev(), 2, -4713);
-    EXPECT_EQ(-4713, board.set(FG_DIGIO_OUTPUT, 3, 0));
-    EXPECT_EQ(0u, board.u32(FG_DIGIO_OUTPUT, 0));
+    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 1, 1));
+    EXPECT_EQ(1u, board.u32(FG_DIGIO_OUTPUT, 1));
 }
 
 // ---- digital input ----------------------------------------------------------------
@@ -180,11 +154,9 @@ TEST_F(IoStatus, OverflowMakesTheBufferFullWithoutReadingTheBanks) {
     // Port 1 reads its own banks.
     setBuffer(1, 0, 40, 20);
     EXPECT_EQ(40u, board.u32(FG_FILLLEVEL, 1));
-}
-
-TEST_F(IoStatus, FailingOverflowReadIsReported) {
+    // A failing overflow read fails every status of the port, and only of it.
+    SimBoard_ClearFaults(board.dev());
     SimBoard_FailParameter(board.dev(), dp(1, "Overflow_OverflowOccurred").c_str(), 0, -4716);
-    uint32_t v = 0;
     for (int id : {FG_OVERFLOW, FG_FILLLEVEL, FG_CAMSTATUS_EXTENDED, FG_CAMSTATUS})
         EXPECT_EQ(-4716, board.get(id, &v, 1)) << id;
     setBuffer(0, 0, 30, 10);
@@ -203,7 +175,7 @@ TEST_F(IoStatus, DmaStatusIsTheHostsOwn) {
 
 // ---- applet identity ----------------------------------------------------------------
 
-TEST_F(IoStatus, IdentityTextsAndNumbers) {
+TEST_F(IoStatus, IdentityTextsAndTheirReadFailure) {
     const std::string uid = designText("Device1_Process0_AppletProperties_AppletUid");
     const std::string built = designText("Device1_Process0_AppletProperties_BuildTime");
     EXPECT_FALSE(uid.empty());
@@ -212,41 +184,36 @@ TEST_F(IoStatus, IdentityTextsAndNumbers) {
         EXPECT_EQ(uid, board.text(FG_APPLET_ID, port));
         EXPECT_EQ(built, board.text(FG_APPLET_BUILD_TIME, port));
         EXPECT_EQ("Orvindel.hap", board.text(FG_HAP_FILE, port));
-        EXPECT_EQ(3u, board.u32(FG_APPLET_VERSION, port));
-        EXPECT_EQ(0u, board.u32(FG_APPLET_REVISION, port));
     }
-}
-
-TEST_F(IoStatus, DesignFileNameIsCopiedWithItsTerminator) {
+    // The design file name is copied with its terminator and nothing beyond.
     char buf[32];
     std::memset(buf, 'x', sizeof buf);
     ASSERT_EQ(0, Fg_getParameterWithType(board.fg(), FG_HAP_FILE, buf, 1, FG_PARAM_TYPE_CHAR_PTR));
     EXPECT_EQ(0, std::memcmp(buf, "Orvindel.hap", 13));
     EXPECT_EQ('x', buf[13]) << "nothing beyond the terminating zero is written";
-}
-
-TEST_F(IoStatus, IdentityReadFailureIsReported) {
+    // A failing read of one text does not fail the others.
     SimBoard_FailParameter(board.dev(), "Device1_Process0_AppletProperties_BuildTime", 0, -4717);
-    char buf[256] = {0};
-    EXPECT_EQ(-4717, Fg_getParameterWithType(board.fg(), FG_APPLET_BUILD_TIME, buf, 0, FG_PARAM_TYPE_CHAR_PTR));
-    EXPECT_EQ(0, Fg_getParameterWithType(board.fg(), FG_APPLET_ID, buf, 0, FG_PARAM_TYPE_CHAR_PTR));
+    char text[256] = {0};
+    EXPECT_EQ(-4717, Fg_getParameterWithType(board.fg(), FG_APPLET_BUILD_TIME, text, 0, FG_PARAM_TYPE_CHAR_PTR));
+    EXPECT_EQ(0, Fg_getParameterWithType(board.fg(), FG_APPLET_ID, text, 0, FG_PARAM_TYPE_CHAR_PTR));
 }
 
-TEST_F(IoStatus, ReadOnlyParametersRefuseWrites) {
-    const int readOnly[] = {FG_DIGIO_INPUT,
-                            FG_OVERFLOW,
-                            FG_FILLLEVEL,
-                            FG_CAMSTATUS,
-                            FG_CAMSTATUS_EXTENDED,
-                            FG_DMASTATUS,
-                            FG_APPLET_VERSION,
-                            FG_APPLET_REVISION,
-                            FG_SYSTEMMONITOR_FPGA_TEMPERATURE,
-                            FG_SYSTEMMONITOR_FPGA_DNA,
-                            FG_SYSTEMMONITOR_CHANNEL_CURRENT,
-                            FG_SYSTEMMONITOR_CHANNEL_VOLTAGE};
-    for (int port = 0; port < 2; ++port)
+TEST_F(IoStatus, ReadOnlyParametersRefuseWritesAndConstantsKeepTheirValue) {
+    const std::pair<int, uint32_t> constants[] = {{FG_APPLET_VERSION, 3}, {FG_APPLET_REVISION, 0},
+                                                  {FG_PIXELDEPTH, 12},    {FG_LUT_IMPLEMENTATION_TYPE, 0},
+                                                  {FG_LUT_IN_BITS, 12},   {FG_LUT_OUT_BITS, 12}};
+    const int readOnly[] = {FG_DIGIO_INPUT,        FG_OVERFLOW,
+                            FG_FILLLEVEL,          FG_CAMSTATUS,
+                            FG_CAMSTATUS_EXTENDED, FG_DMASTATUS,
+                            FG_SYSTEMMONITOR_FPGA_TEMPERATURE, FG_SYSTEMMONITOR_FPGA_DNA,
+                            FG_SYSTEMMONITOR_CHANNEL_CURRENT,  FG_SYSTEMMONITOR_CHANNEL_VOLTAGE};
+    for (int port = 0; port < 2; ++port) {
+        for (const auto& c : constants) {
+            EXPECT_EQ(c.second, board.u32(c.first, port)) << c.first;
+            expectRejected(board, c.first, c.second + 1, port, FG_ERR_NOT_AVAILABLE);
+        }
         for (int id : readOnly) EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.set(id, 1, port)) << id;
+    }
     EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.setText(FG_APPLET_ID, "x", 0));
     EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.setText(FG_HAP_FILE, "x", 1));
     EXPECT_TRUE(board.log().empty());
@@ -283,9 +250,6 @@ TEST_F(IoStatus, MonitorValuesAreHandedThroughUnscaled) {
                                              FG_PARAM_TYPE_UINT64_T));
         EXPECT_EQ(0x0123456789ABCDEFull, dna);
     }
-}
-
-TEST_F(IoStatus, MonitorReadFailureIsReported) {
     SimBoard_FailParameter(board.dev(), "Device1_Process0_BoardStatus_BoardPower", 0, -4718);
     double d = 0;
     EXPECT_EQ(-4718, board.getD(FG_SYSTEMMONITOR_BOARD_POWER, &d, 1));

@@ -62,9 +62,12 @@ protected:
     // The whole cached table of a port, read through FG_LUT_VALUE.
     std::vector<uint32_t> table(int port) {
         std::vector<uint32_t> t(kLutEntries, 0xDEADBEEF);
-        FieldParameterAccess a = access(FG_PARAM_TYPE_UINT32_T, 0, kLutEntries, t.data());
-        EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS));
+        EXPECT_EQ(0, readRange(port, 0, kLutEntries, t.data()));
         return t;
+    }
+    int readRange(int port, unsigned index, unsigned count, uint32_t* out) {
+        FieldParameterAccess a = access(FG_PARAM_TYPE_UINT32_T, index, count, out);
+        return Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
     }
     // The table as the design holds it.
     std::vector<uint32_t> designTable(int port) {
@@ -121,56 +124,59 @@ protected:
         ASSERT_EQ(0, b.setD(FG_PROCESSING_GAMMA, 1.0, port));
         ASSERT_EQ(0, b.set(FG_PROCESSING_INVERT, 0, port));
     }
-    int flags(int port, int id) {
-        RegisterInfo* r = b.record(port, id);
-        EXPECT_NE(nullptr, r) << "no record for " << id;
-        return r ? r->accessFlags : -1;
-    }
     void expectFlagsOfType(int port, uint32_t type) {
         const int file = type == kUserFile ? 7 : 1;
         const int processing = type == kUserFile ? 1 : 7;
-        EXPECT_EQ(file, flags(port, FG_LUT_CUSTOM_FILE)) << "port " << port << " type " << type;
+        EXPECT_EQ(file, flagsOf(b, FG_LUT_CUSTOM_FILE, port)) << "port " << port << " type " << type;
         for (int id : {FG_PROCESSING_GAIN, FG_PROCESSING_GAMMA, FG_PROCESSING_OFFSET, FG_PROCESSING_INVERT})
-            EXPECT_EQ(processing, flags(port, id)) << "port " << port << " type " << type << " id " << id;
+            EXPECT_EQ(processing, flagsOf(b, id, port)) << "port " << port << " type " << type << " id " << id;
     }
 
     Board b;
 };
 
-// ---- start state and constants ----------------------------------------------------
+// ---- start state and computed tables ------------------------------------------------
 
-TEST_F(Lut, StartsInProcessingModeWithTheIdentityTableOnBothPorts) {
+TEST_F(Lut, StartsWithTheIdentityTableInTheDesignAndTheProcessingRecordsOpen) {
     for (int port = 0; port < 2; ++port) {
-        EXPECT_EQ(kProcessing, b.u32(FG_LUT_TYPE, port));
-        EXPECT_EQ(identity(), table(port)) << "port " << port;
         EXPECT_EQ(identity(), designTable(port)) << "port " << port;
-        EXPECT_EQ(0.0, b.dbl(FG_PROCESSING_OFFSET, port));
-        EXPECT_EQ(1.0, b.dbl(FG_PROCESSING_GAIN, port));
-        EXPECT_EQ(1.0, b.dbl(FG_PROCESSING_GAMMA, port));
-        EXPECT_EQ(0u, b.u32(FG_PROCESSING_INVERT, port));
-        EXPECT_EQ("", b.text(FG_LUT_CUSTOM_FILE, port));
         EXPECT_EQ("", b.text(FG_LUT_SAVE_FILE, port));
         expectFlagsOfType(port, kProcessing);
-
-        EXPECT_EQ(0u, b.u32(FG_LUT_IMPLEMENTATION_TYPE, port));
-        EXPECT_EQ(12u, b.u32(FG_LUT_IN_BITS, port));
-        EXPECT_EQ(12u, b.u32(FG_LUT_OUT_BITS, port));
-        for (int id : {FG_LUT_IMPLEMENTATION_TYPE, FG_LUT_IN_BITS, FG_LUT_OUT_BITS})
-            EXPECT_EQ(FG_ERR_NOT_AVAILABLE, b.set(id, 0, port)) << id;
     }
 }
 
-// ---- computed tables -------------------------------------------------------------
-
-TEST_F(Lut, GainDoublesEveryEntryAndClipsAtTheTop) {
+TEST_F(Lut, GainGammaAndInvertComputeTheTable) {
+    struct Case {
+        const char* what;
+        std::vector<std::pair<int, double>> settings;  // processing parameters, in order
+        uint32_t (*entry)(int i);
+    };
+    const Case cases[] = {
+        {"gain 2 clips at the top", {{FG_PROCESSING_GAIN, 2.0}}, [](int i) { return uint32_t(i < 2048 ? 2 * i : 4095); }},
+        {"invert mirrors", {{FG_PROCESSING_INVERT, 1}}, [](int i) { return uint32_t(4095 - i); }},
+        {"inverted clipped table", {{FG_PROCESSING_INVERT, 1}, {FG_PROCESSING_GAIN, 2.0}},
+         [](int i) { return uint32_t(i < 2048 ? 4095 - 2 * i : 0); }},
+        {"gamma 2 is the rounded square root", {{FG_PROCESSING_GAMMA, 2.0}},
+         [](int i) { return uint32_t(std::llround(std::sqrt(i * 4095.0))); }},
+    };
     processingMode();
     for (int port = 0; port < 2; ++port) {
-        process(FG_PROCESSING_GAIN, 2.0, port);
-        const std::vector<uint32_t> t = table(port);
-        for (int i = 0; i < kLutEntries; ++i)
-            ASSERT_EQ(uint32_t(i < 2048 ? 2 * i : 4095), t[i]) << "input " << i << " port " << port;
-        EXPECT_EQ(t, designTable(port));
-        EXPECT_EQ(2.0, b.dbl(FG_PROCESSING_GAIN, port));
+        for (const Case& c : cases) {
+            SCOPED_TRACE(std::string(c.what) + " port " + std::to_string(port));
+            resetProcessing(port);
+            for (const auto& s : c.settings) {
+                if (s.first == FG_PROCESSING_INVERT) {
+                    invert(1, port);
+                    EXPECT_EQ(1u, b.u32(FG_PROCESSING_INVERT, port));
+                } else {
+                    process(s.first, s.second, port);
+                    EXPECT_EQ(s.second, b.dbl(s.first, port));
+                }
+            }
+            const std::vector<uint32_t> t = table(port);
+            for (int i = 0; i < kLutEntries; ++i) ASSERT_EQ(c.entry(i), t[i]) << "input " << i;
+            EXPECT_EQ(t, designTable(port));
+        }
     }
 }
 
@@ -192,17 +198,6 @@ TEST_F(Lut, NegativeOffsetCutsTheLowerHalf) {
     EXPECT_EQ(2048u, t[4095]);
     EXPECT_EQ(2097492u, sum);
     EXPECT_EQ(identity(), table(0)) << "port 0 changed with port 1";
-}
-
-TEST_F(Lut, GammaTwoIsTheRoundedSquareRoot) {
-    processingMode();
-    process(FG_PROCESSING_GAMMA, 2.0, 0);
-    const std::vector<uint32_t> t = table(0);
-    for (int i = 0; i < kLutEntries; ++i)
-        ASSERT_EQ(uint32_t(std::llround(std::sqrt(i * 4095.0))), t[i]) << "input " << i;
-    EXPECT_EQ(64u, t[1]);
-    EXPECT_EQ(2048u, t[1024]);
-    EXPECT_EQ(2896u, t[2048]);
 }
 
 TEST_F(Lut, InfiniteAndHugePowersSaturate) {
@@ -231,62 +226,30 @@ TEST_F(Lut, InfiniteAndHugePowersSaturate) {
     EXPECT_EQ(4095u, t[4095]);
 }
 
-TEST_F(Lut, InvertMirrorsTheTable) {
-    processingMode();
-    for (int port = 0; port < 2; ++port) {
-        invert(1, port);
-        const std::vector<uint32_t> t = table(port);
-        for (int i = 0; i < kLutEntries; ++i) ASSERT_EQ(uint32_t(4095 - i), t[i]) << "input " << i;
-        EXPECT_EQ(1u, b.u32(FG_PROCESSING_INVERT, port));
-        // Inverting a clipped table: gain 2 then mirrored.
-        process(FG_PROCESSING_GAIN, 2.0, port);
-        const std::vector<uint32_t> g = table(port);
-        for (int i = 0; i < kLutEntries; ++i)
-            ASSERT_EQ(uint32_t(i < 2048 ? 4095 - 2 * i : 0), g[i]) << "input " << i;
-    }
-}
-
 TEST_F(Lut, ProcessingLimitsIncludeTheirEnds) {
     processingMode();
     struct Case {
         int id;
-        double value;
-        int code;
+        double low, high, below, above;
     };
     const Case cases[] = {
-        {FG_PROCESSING_OFFSET, -1.0, 0},     {FG_PROCESSING_OFFSET, 1.0, 0},
-        {FG_PROCESSING_OFFSET, -1.0001, -6000}, {FG_PROCESSING_OFFSET, 1.0001, -6000},
-        {FG_PROCESSING_GAIN, 0.0, 0},        {FG_PROCESSING_GAIN, 4096.0, 0},
-        {FG_PROCESSING_GAIN, -0.001, -6000}, {FG_PROCESSING_GAIN, 4096.001, -6000},
-        {FG_PROCESSING_GAMMA, -1000.0, 0},   {FG_PROCESSING_GAMMA, 1000.0, 0},
-        {FG_PROCESSING_GAMMA, 1000.5, -6000}, {FG_PROCESSING_GAMMA, -1000.5, -6000},
+        {FG_PROCESSING_OFFSET, -1.0, 1.0, -1.0001, 1.0001},
+        {FG_PROCESSING_GAIN, 0.0, 4096.0, -0.001, 4096.001},
+        {FG_PROCESSING_GAMMA, -1000.0, 1000.0, -1000.5, 1000.5},
     };
-    for (const Case& c : cases) {
-        for (int port = 0; port < 2; ++port) {
-            const double before = b.dbl(c.id, port);
-            const std::vector<uint32_t> tableBefore = table(port);
-            b.clearLog();
-            EXPECT_EQ(c.code, b.setD(c.id, c.value, port)) << c.id << " = " << c.value;
-            if (c.code == 0) {
-                EXPECT_EQ(c.value, b.dbl(c.id, port));
-                EXPECT_EQ(1u, b.log().size());
-            } else {
-                EXPECT_EQ(c.code, b.lastError());
-                EXPECT_EQ(before, b.dbl(c.id, port)) << c.id << " = " << c.value;
-                EXPECT_TRUE(b.log().empty());
-                EXPECT_EQ(tableBefore, table(port));
+    for (int port = 0; port < 2; ++port) {
+        for (const Case& c : cases) {
+            for (double v : {c.low, c.high}) {
+                process(c.id, v, port);
+                EXPECT_EQ(v, b.dbl(c.id, port));
             }
+            const std::vector<uint32_t> before = table(port);
+            expectRejectedD(b, c.id, c.below, port);
+            expectRejectedD(b, c.id, c.above, port);
+            EXPECT_EQ(before, table(port));
         }
-    }
-    for (uint32_t v : {2u, 0xFFFFFFFFu}) {
-        b.clearLog();
-        EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, b.set(FG_PROCESSING_INVERT, v, 0));
-        EXPECT_TRUE(b.log().empty());
-        EXPECT_EQ(0u, b.u32(FG_PROCESSING_INVERT, 0));
-    }
-    for (uint32_t v : {1u, 2u, 4u}) {
-        EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, b.set(FG_LUT_TYPE, v, 1));
-        EXPECT_EQ(kProcessing, b.u32(FG_LUT_TYPE, 1));
+        for (uint32_t v : {2u, 0xFFFFFFFFu}) expectRejected(b, FG_PROCESSING_INVERT, v, port);
+        for (uint32_t v : {1u, 2u, 4u}) expectRejected(b, FG_LUT_TYPE, v, port);
     }
 }
 
@@ -497,24 +460,17 @@ TEST_F(Lut, EntryReadsCheckTheirBounds) {
     processingMode();
     ASSERT_EQ(0, b.setD(FG_PROCESSING_GAIN, 2.0, 1));
     uint32_t one[2] = {0, 0};
-    FieldParameterAccess a = access(FG_PARAM_TYPE_UINT32_T, 4095, 1, one);
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS));
+    EXPECT_EQ(0, readRange(1, 4095, 1, one));
     EXPECT_EQ(4095u, one[0]);
-    a = access(FG_PARAM_TYPE_UINT32_T, 10, 2, one);
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS));
+    EXPECT_EQ(0, readRange(1, 10, 2, one));
     EXPECT_EQ(20u, one[0]);
     EXPECT_EQ(22u, one[1]);
-
     std::vector<uint32_t> big(kLutEntries + 2, 0xAAAAAAAA);
     const unsigned bad[][2] = {{4096, 0}, {0, 4097}, {1, 4096}, {4095, 2}, {0xFFFFFFFFu, 2}};
     for (const auto& ic : bad) {
-        a = access(FG_PARAM_TYPE_UINT32_T, ic[0], ic[1], big.data());
-        EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
-                  Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &a, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS))
-            << ic[0] << " " << ic[1];
+        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, readRange(1, ic[0], ic[1], big.data())) << ic[0] << " " << ic[1];
         EXPECT_EQ(0xAAAAAAAAu, big[0]);
     }
-
     // Element records: any other type.
     FieldParameterInt e = {0, 1000};
     EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT));
@@ -541,15 +497,11 @@ TEST_F(Lut, FailingTableWritesKeepValuesAndTable) {
         const std::vector<uint32_t> before = table(port);
         SimBoard_FailParameter(b.dev(), lutName(port).c_str(), 1, kHostFault);
 
-        EXPECT_EQ(kHostFault, b.setD(FG_PROCESSING_GAIN, 3.0, port));
-        EXPECT_EQ(kHostFault, b.lastError());
-        EXPECT_EQ(2.0, b.dbl(FG_PROCESSING_GAIN, port));
-        EXPECT_EQ(kHostFault, b.setD(FG_PROCESSING_OFFSET, 0.25, port));
-        EXPECT_EQ(0.0, b.dbl(FG_PROCESSING_OFFSET, port));
-        EXPECT_EQ(kHostFault, b.setD(FG_PROCESSING_GAMMA, 2.0, port));
-        EXPECT_EQ(1.0, b.dbl(FG_PROCESSING_GAMMA, port));
-        EXPECT_EQ(kHostFault, b.set(FG_PROCESSING_INVERT, 1, port));
-        EXPECT_EQ(0u, b.u32(FG_PROCESSING_INVERT, port));
+        // Every processing parameter writes the whole table: value and table stay.
+        for (const auto& c : {std::make_pair(FG_PROCESSING_GAIN, 3.0), std::make_pair(FG_PROCESSING_OFFSET, 0.25),
+                              std::make_pair(FG_PROCESSING_GAMMA, 2.0)})
+            expectRejectedD(b, c.first, c.second, port, kHostFault);
+        expectRejected(b, FG_PROCESSING_INVERT, 1, port, kHostFault);
         EXPECT_EQ(before, table(port));
 
         std::vector<uint32_t> v(50, 1);
@@ -583,16 +535,6 @@ TEST_F(Lut, FailingTableWritesKeepValuesAndTable) {
         EXPECT_EQ(11u, table(port)[0]);
         SimBoard_ClearFaults(b.dev());
     }
-}
-
-TEST_F(Lut, AHostCallFailureDuringTheTableWriteIsRestored) {
-    processingMode();
-    SimBoard_FailNthHostCall(b.dev(), 1, kHostFault);
-    EXPECT_EQ(kHostFault, b.set(FG_PROCESSING_INVERT, 1, 1));
-    EXPECT_EQ(0u, b.u32(FG_PROCESSING_INVERT, 1));
-    EXPECT_EQ(identity(), table(1));
-    EXPECT_EQ(identity(), designTable(1));
-    invert(1, 1);
 }
 
 }  // namespace
