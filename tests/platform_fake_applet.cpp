@@ -31,7 +31,23 @@ struct FakeMaster {
     Fg_getLastPicNumberEx_t lastPic = nullptr;
 };
 
-FakeMaster* master(Fg_Struct* fg) { return fg ? reinterpret_cast<FakeMaster*>(fg->Master) : nullptr; }
+// Notes the handle of a routed call and returns the stand-in's board, if any.
+FakeMaster* master(Fg_Struct* fg) {
+    g_record.lastFg = fg;
+    return fg ? reinterpret_cast<FakeMaster*>(fg->Master) : nullptr;
+}
+
+// Parameter access is recorded and passed on to the host board.
+FakeMaster* routed(Fg_Struct* fg, int& calls, int id, unsigned int dma, FgParamTypes type) {
+    FakeMaster* m = master(fg);
+    if (m != nullptr) {
+        calls++;
+        g_record.lastId = id;
+        g_record.lastDma = dma;
+        g_record.lastType = type;
+    }
+    return m;
+}
 
 template <typename T>
 T entry(void* lib, const char* name) {
@@ -89,7 +105,6 @@ FG_APPLET_EXPORT int Fg_FreeGrabber(Fg_Struct* fg) {
     FakeMaster* m = master(fg);
     if (m == nullptr) return FG_ERR_INVALID_BOARD;
     g_record.freeCalls++;
-    g_record.lastFg = fg;
     int rc = m->free ? m->free(m->hostFg) : 0;
     HapUnloadHapFile(m->design);
     dlclose(m->host);
@@ -99,46 +114,33 @@ FG_APPLET_EXPORT int Fg_FreeGrabber(Fg_Struct* fg) {
 }
 
 FG_APPLET_EXPORT int Fg_getLastErrorNumber(Fg_Struct* fg) {
-    g_record.lastFg = fg;
     return master(fg) ? FAKE_APPLET_LAST_ERROR : FG_ERR_INVALID_BOARD;
 }
 
 FG_APPLET_EXPORT int Fg_setParameterWithType(Fg_Struct* fg, const int id, const void* value, const unsigned int dma,
                                              const FgParamTypes type) {
-    FakeMaster* m = master(fg);
-    if (m == nullptr) return FG_ERR_INVALID_BOARD;
-    g_record.setCalls++;
-    g_record.lastFg = fg;
-    g_record.lastId = id;
-    g_record.lastDma = dma;
-    g_record.lastType = type;
-    return m->set(m->hostFg, id, value, dma, type);
+    FakeMaster* m = routed(fg, g_record.setCalls, id, dma, type);
+    return m ? m->set(m->hostFg, id, value, dma, type) : FG_ERR_INVALID_BOARD;
 }
 
 FG_APPLET_EXPORT int Fg_getParameterWithType(Fg_Struct* fg, const int id, void* value, const unsigned int dma,
                                              const FgParamTypes type) {
-    FakeMaster* m = master(fg);
-    if (m == nullptr) return FG_ERR_INVALID_BOARD;
-    g_record.getCalls++;
-    g_record.lastFg = fg;
-    g_record.lastId = id;
-    g_record.lastDma = dma;
-    g_record.lastType = type;
-    return m->get(m->hostFg, id, value, dma, type);
+    FakeMaster* m = routed(fg, g_record.getCalls, id, dma, type);
+    return m ? m->get(m->hostFg, id, value, dma, type) : FG_ERR_INVALID_BOARD;
 }
 
 FG_APPLET_EXPORT int Fg_getNrOfParameter(Fg_Struct* fg) {
-    g_record.lastFg = fg;
+    master(fg);
     return 42;
 }
 
 FG_APPLET_EXPORT const char* Fg_getParameterName(Fg_Struct* fg, int index) {
-    g_record.lastFg = fg;
+    master(fg);
     return index == 0 ? "FAKE_PARAMETER" : nullptr;
 }
 
 FG_APPLET_EXPORT uint64_t Fg_getEventMask(Fg_Struct* fg, const char* name) {
-    g_record.lastFg = fg;
+    master(fg);
     return name && std::strcmp(name, "FAKE_EVENT") == 0 ? 0x20 : 0;
 }
 
@@ -146,15 +148,12 @@ FG_APPLET_EXPORT int Fg_AcquireEx(Fg_Struct* fg, int camPort, const frameindex_t
     FakeMaster* m = master(fg);
     if (m == nullptr) return FG_ERR_INVALID_BOARD;
     g_record.acquireCalls++;
-    g_record.lastFg = fg;
     return m->acquire(m->hostFg, camPort, picCount, flag, mem);
 }
 
 FG_APPLET_EXPORT frameindex_t Fg_getLastPicNumberEx(Fg_Struct* fg, int camPort, dma_mem* mem) {
     FakeMaster* m = master(fg);
-    if (m == nullptr) return FG_ERR_INVALID_BOARD;
-    g_record.lastFg = fg;
-    return m->lastPic(m->hostFg, camPort, mem);
+    return m ? m->lastPic(m->hostFg, camPort, mem) : FG_ERR_INVALID_BOARD;
 }
 
 }  // extern "C"

@@ -5,10 +5,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "fg_platform.h"
+#include "sim_board.h"
 
 namespace platformtest {
 
@@ -41,6 +44,14 @@ inline bool writeFile(const std::string& path, const std::string& data) {
 inline fpga_design* loadText(const std::string& text) {
     return HapLoadDesignFromBuffer(text.data(), static_cast<uint32_t>(text.size()), 1);
 }
+inline fpga_design* loadImage() {
+    return HapLoadHapFileWithType(designImagePath().c_str(), HAP_FILE_TYPE_DEFAULT, 1);
+}
+
+struct DesignDeleter {
+    void operator()(fpga_design* d) const { HapUnloadHapFile(d); }
+};
+using Design = std::unique_ptr<fpga_design, DesignDeleter>;
 
 // A small design with every kind of parameter, sparse events and registers.
 inline std::string smallDesign() {
@@ -66,6 +77,80 @@ inline std::string smallDesign() {
            "register 10 Wide 40 2\n"
            "register 11 Readonly 16 0\n"
            "end\n";
+}
+
+// A simulated device with a host board initialised from a design (the design
+// is owned; `fg` is null when the initialisation failed).
+struct Board {
+    explicit Board(fpga_design* d, unsigned index = 0) : dev(SimBoard_CreateDevice(index)), design(d) {
+        if (design != nullptr) fg = Fg_InitHandleSlaveAware("Board.hap", dev, design, 0);
+    }
+    explicit Board(const std::string& designText) : Board(loadText(designText)) {}
+    ~Board() {
+        if (fg != nullptr) Fg_FreeGrabber(fg);
+        SimBoard_DestroyDevice(dev);
+        HapUnloadHapFile(design);
+    }
+    Board(const Board&) = delete;
+    Board& operator=(const Board&) = delete;
+    QORdevice* dev;
+    fpga_design* design;
+    Fg_Struct* fg = nullptr;
+};
+
+// Typed access with the type selector taken from the value's C++ type.
+inline FgParamTypes typeOf(const int32_t*) { return FG_PARAM_TYPE_INT32_T; }
+inline FgParamTypes typeOf(const uint32_t*) { return FG_PARAM_TYPE_UINT32_T; }
+inline FgParamTypes typeOf(const int64_t*) { return FG_PARAM_TYPE_INT64_T; }
+inline FgParamTypes typeOf(const uint64_t*) { return FG_PARAM_TYPE_UINT64_T; }
+inline FgParamTypes typeOf(const double*) { return FG_PARAM_TYPE_DOUBLE; }
+inline FgParamTypes typeOf(const FieldParameterAccess*) { return FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS; }
+inline FgParamTypes typeOf(const FieldParameterInt*) { return FG_PARAM_TYPE_STRUCT_FIELDPARAMINT; }
+inline FgParamTypes typeOf(const FieldParameterDouble*) { return FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE; }
+
+template <typename T>
+int setValue(Fg_Struct* fg, int id, const T& v, unsigned dma = 0) {
+    return Fg_setParameterWithType(fg, id, &v, dma, typeOf(&v));
+}
+template <typename T>
+int getValue(Fg_Struct* fg, int id, T& v, unsigned dma = 0) {
+    return Fg_getParameterWithType(fg, id, &v, dma, typeOf(&v));
+}
+
+inline FieldParameterAccess fieldAccess(FgParamTypes vtype, unsigned index, unsigned count, void* elements) {
+    FieldParameterAccess a{};
+    a.vtype = vtype;
+    a.index = index;
+    a.count = count;
+    a.ptr = elements;
+    return a;
+}
+
+// One entry of the write log as "name dma type value [first element: elements]".
+inline std::string describe(const SimLogEntry& e) {
+    std::ostringstream o;
+    o << (e.name ? e.name : "?") << " dma" << e.dma << " ";
+    switch (e.type) {
+        case FG_PARAM_TYPE_DOUBLE: o << "DOUBLE " << e.d; break;
+        case FG_PARAM_TYPE_CHAR_PTR: o << "TEXT '" << (e.text ? e.text : "?") << "'"; break;
+        case FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS: o << "ACCESS"; break;
+        case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT: o << "ELEMENT " << e.u; break;
+        default: o << "type" << e.type << " " << e.u;
+    }
+    if (e.fieldCount > 0 && e.fieldValues != nullptr) {
+        o << " [" << e.fieldIndex << ":";
+        for (unsigned i = 0; i < e.fieldCount; ++i) o << " " << e.fieldValues[i];
+        o << "]";
+    }
+    return o.str();
+}
+
+// The write log of a device, each entry described.
+inline std::vector<std::string> writeLog(QORdevice* dev) {
+    std::vector<std::string> out;
+    SimLogEntry e;
+    for (int i = 0; SimBoard_LogEntry(dev, i, &e) == 0; ++i) out.push_back(describe(e));
+    return out;
 }
 
 }  // namespace platformtest

@@ -5,10 +5,8 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <future>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -26,24 +24,13 @@ using tervik::templates::platform::CriticalSectionGuard;
 using tervik::templates::platform::RecursiveMutex;
 using tervik::templates::platform::RecursiveMutexGuard;
 
+// Some tests misuse a mutex on purpose (unlocking one that is not held), which
+// the thread checker reports; they are left out under it.
 #if defined(__SANITIZE_THREAD__)
-#define ORV_THREAD_CHECKER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define ORV_THREAD_CHECKER 1
+#define SKIP_UNDER_THREAD_CHECKER() GTEST_SKIP() << "deliberate mutex misuse, reported by the thread checker"
+#else
+#define SKIP_UNDER_THREAD_CHECKER() static_cast<void>(0)
 #endif
-#endif
-#ifndef ORV_THREAD_CHECKER
-#define ORV_THREAD_CHECKER 0
-#endif
-
-// Some tests misuse a mutex on purpose (unlocking one that is not held),
-// which the thread checker reports; they are left out under it.
-#define SKIP_UNDER_THREAD_CHECKER()                                              \
-    do {                                                                         \
-        if (ORV_THREAD_CHECKER)                                                  \
-            GTEST_SKIP() << "deliberate mutex misuse, reported by the thread checker"; \
-    } while (0)
 
 namespace {
 
@@ -53,8 +40,7 @@ const char kDestroyedHeld[] = "GenericLock object destroyed with lock still held
 
 // Runs f and returns the message of the std::logic_error it raised ("" if none).
 template <typename F>
-std::string logicErrorOf(F f)
-{
+std::string logicErrorOf(F f) {
     try {
         f();
     } catch (const std::logic_error& e) {
@@ -67,11 +53,7 @@ std::string logicErrorOf(F f)
 class RecordingLock : public GenericLock {
 public:
     explicit RecordingLock(int* destroyed) : m_destroyed(destroyed) {}
-    ~RecordingLock() noexcept(false) override
-    {
-        if (m_destroyed != nullptr)
-            ++*m_destroyed;
-    }
+    ~RecordingLock() noexcept(false) override { ++*m_destroyed; }
     int acquires = 0;
     int releases = 0;
 
@@ -84,74 +66,26 @@ private:
     int* m_destroyed;
 };
 
-// True when another thread can take the lock at this moment.
-bool freeForOtherThreads(GenericLock& lock)
-{
-    bool got = false;
-    std::thread t([&] {
-        got = lock.try_enter(0);
-        if (got)
-            lock.leave();
-    });
-    t.join();
-    return got;
+template <typename F>
+bool fromOtherThread(F f) {
+    bool result = false;
+    std::thread([&] { result = f(); }).join();
+    return result;
 }
 
-// Holds a mutex in another thread until told to let go (or until a generous
-// safety limit passes, so that a faulty lock cannot hang the test run).
-class Holder {
-public:
-    template <typename Take, typename Give>
-    Holder(Take take, Give give)
-    {
-        m_thread = std::thread([this, take, give] {
-            take();
-            {
-                std::unique_lock<std::mutex> l(m_m);
-                m_holding = true;
-                m_cv.notify_all();
-                m_cv.wait_for(l, std::chrono::seconds(60), [this] { return m_letGo; });
-            }
-            give();
-        });
-        std::unique_lock<std::mutex> l(m_m);
-        m_cv.wait(l, [this] { return m_holding; });
-    }
-    void letGo()
-    {
-        {
-            std::lock_guard<std::mutex> l(m_m);
-            m_letGo = true;
-        }
-        m_cv.notify_all();
-        if (m_thread.joinable())
-            m_thread.join();
-    }
-    ~Holder() { letGo(); }
+// True when another thread can take the lock at this moment.
+bool freeForOtherThreads(GenericLock& lock) {
+    return fromOtherThread([&] { return lock.try_enter(0) && (lock.leave(), true); });
+}
+bool freeForOtherThreads(RecursiveMutex& m) {
+    return fromOtherThread([&] { return m.trylock() && (m.unlock(), true); });
+}
 
-private:
-    std::mutex m_m;
-    std::condition_variable m_cv;
-    bool m_holding = false;
-    bool m_letGo = false;
-    std::thread m_thread;
-};
-
-} // namespace
+}  // namespace
 
 // ------------------------------------------------------- CriticalSection --
 
-TEST(CriticalSection, EnterAndLeaveCanBeRepeated)
-{
-    CriticalSection cs;
-    for (int i = 0; i < 3; ++i) {
-        cs.enter();
-        cs.leave();
-    }
-}
-
-TEST(CriticalSection, SecondEnterBySameThreadIsReportedNotDeadlocked)
-{
+TEST(CriticalSection, SecondEnterBySameThreadIsReportedNotDeadlocked) {
     SKIP_UNDER_THREAD_CHECKER();
     CriticalSection cs;
     cs.enter();
@@ -163,8 +97,7 @@ TEST(CriticalSection, SecondEnterBySameThreadIsReportedNotDeadlocked)
     cs.leave();
 }
 
-TEST(GenericLock, DoubleEnterGivesTheMutexBackBeforeReporting)
-{
+TEST(GenericLock, DoubleEnterGivesTheMutexBackBeforeReporting) {
     int destroyed = 0;
     RecordingLock lock(&destroyed);
     lock.enter();
@@ -175,8 +108,7 @@ TEST(GenericLock, DoubleEnterGivesTheMutexBackBeforeReporting)
     EXPECT_EQ(2, lock.releases);
 }
 
-TEST(CriticalSection, LeaveWithoutEnterIsReportedAndLeavesTheMutexAlone)
-{
+TEST(CriticalSection, LeaveWithoutEnterIsReportedAndLeavesTheMutexAlone) {
     pthread_mutex_t m = PTHREAD_MUTEX_INITIALIZER;
     ASSERT_EQ(0, pthread_mutex_lock(&m));
     {
@@ -189,65 +121,58 @@ TEST(CriticalSection, LeaveWithoutEnterIsReportedAndLeavesTheMutexAlone)
     pthread_mutex_destroy(&m);
 }
 
-TEST(CriticalSection, DestroyingWhileHeldIsReported)
-{
+TEST(CriticalSection, DestroyingWhileHeldIsReportedButDoesNotTerminateDuringUnwinding) {
     CriticalSection* cs = new CriticalSection;
     cs->enter();
     EXPECT_EQ(kDestroyedHeld, logicErrorOf([&] { delete cs; }));
-}
 
-TEST(CriticalSection, DestroyingWhileHeldDuringUnwindingDoesNotTerminate)
-{
-    bool caught = false;
+    std::string caught;
     try {
-        CriticalSection cs;
-        cs.enter();
+        CriticalSection held;
+        held.enter();
         throw std::runtime_error("handler failed");
     } catch (const std::runtime_error& e) {
-        caught = std::string(e.what()) == "handler failed";
+        caught = e.what();
     }
-    EXPECT_TRUE(caught);
+    EXPECT_EQ("handler failed", caught);
 }
 
-TEST(CriticalSection, TryEnterTakesAFreeLock)
-{
+TEST(CriticalSection, TryEnterTakesAFreeLockAndNeverWaits) {
     CriticalSection cs;
     EXPECT_TRUE(freeForOtherThreads(cs));
     EXPECT_TRUE(cs.try_enter(0));
     EXPECT_FALSE(freeForOtherThreads(cs));
-    cs.leave();
-    EXPECT_TRUE(freeForOtherThreads(cs));
-}
-
-TEST(CriticalSection, TryEnterNeverWaitsForTheHoldingThread)
-{
-    CriticalSection cs;
-    cs.enter();
     // The holder is this thread: an error-checking mutex refuses at once.
     EXPECT_FALSE(cs.try_enter(GenericLock::Infinite));
     EXPECT_FALSE(cs.try_enter(5000));
     cs.leave();
+    EXPECT_TRUE(freeForOtherThreads(cs));
     EXPECT_EQ(0xFFFFFFFFu, GenericLock::Infinite);
 }
 
-TEST(CriticalSection, TryEnterNeverWaitsForAnotherThread)
-{
+TEST(CriticalSection, TryEnterNeverWaitsForAnotherThread) {
     pthread_mutex_t m = PTHREAD_MUTEX_INITIALIZER;
     CriticalSection cs(&m);
-    {
-        Holder holder([&] { pthread_mutex_lock(&m); }, [&] { pthread_mutex_unlock(&m); });
-        // Were the attempt to wait, the holder would only let go after its
-        // safety limit and the attempt would then succeed.
-        EXPECT_FALSE(cs.try_enter(GenericLock::Infinite));
-        holder.letGo();
-    }
+    std::promise<void> held, letGo;
+    std::thread holder([&] {
+        pthread_mutex_lock(&m);
+        held.set_value();
+        // a safety limit, so that a faulty lock cannot hang the test run
+        letGo.get_future().wait_for(std::chrono::seconds(60));
+        pthread_mutex_unlock(&m);
+    });
+    held.get_future().wait();
+    // Were the attempt to wait, the holder would only let go after its safety
+    // limit and the attempt would then succeed.
+    EXPECT_FALSE(cs.try_enter(GenericLock::Infinite));
+    letGo.set_value();
+    holder.join();
     EXPECT_TRUE(cs.try_enter(GenericLock::Infinite));
     cs.leave();
     pthread_mutex_destroy(&m);
 }
 
-TEST(CriticalSection, SerialisesThreads)
-{
+TEST(CriticalSection, SerialisesThreads) {
     CriticalSection cs;
     long counter = 0;  // deliberately not atomic
     std::vector<std::thread> threads;
@@ -260,28 +185,19 @@ TEST(CriticalSection, SerialisesThreads)
                 counter = seen + 1;
             }
         });
-    for (auto& t : threads)
-        t.join();
+    for (auto& t : threads) t.join();
     EXPECT_EQ(20000, counter);
 }
 
 // ----------------------------------------------------------------- guards --
 
-TEST(CriticalSectionGuard, HoldsTheLockForItsScope)
-{
+TEST(CriticalSectionGuard, HoldsTheLockForItsScopeUnlessDisabled) {
     CriticalSection cs;
     {
         CriticalSectionGuard guard(&cs);
         EXPECT_FALSE(freeForOtherThreads(cs));
     }
     EXPECT_TRUE(freeForOtherThreads(cs));
-    cs.enter();
-    cs.leave();
-}
-
-TEST(CriticalSectionGuard, DisabledGuardDoesNotLeave)
-{
-    CriticalSection cs;
     {
         CriticalSectionGuard guard(&cs);
         guard.setEnabled(false);
@@ -291,31 +207,24 @@ TEST(CriticalSectionGuard, DisabledGuardDoesNotLeave)
     EXPECT_EQ(kLeaveNotHeld, logicErrorOf([&] { cs.leave(); }));
 }
 
-TEST(CriticalSectionGuard, EndReportsALockLeftBehindItsBack)
-{
+TEST(CriticalSectionGuard, EndReportsALockLeftBehindItsBackButKeepsAnExceptionInFlight) {
     CriticalSection cs;
     EXPECT_EQ(kLeaveNotHeld, logicErrorOf([&] {
                   CriticalSectionGuard guard(&cs);
                   cs.leave();
               }));
-}
-
-TEST(CriticalSectionGuard, EndDuringUnwindingKeepsTheOriginalException)
-{
-    CriticalSection cs;
-    std::string caught;
+    int caught = 0;
     try {
         CriticalSectionGuard guard(&cs);
         cs.leave();
         throw 42;
     } catch (int code) {
-        caught = std::to_string(code);
+        caught = code;
     }
-    EXPECT_EQ("42", caught);
+    EXPECT_EQ(42, caught);
 }
 
-TEST(CriticalSectionGuard, ForeignMutexStaysInitialisedAfterTheGuard)
-{
+TEST(CriticalSectionGuard, ForeignMutexStaysInitialisedAfterTheGuardAndNullMakesAnInertGuard) {
     pthread_mutex_t m = PTHREAD_MUTEX_INITIALIZER;
     {
         CriticalSectionGuard guard(&m);
@@ -325,95 +234,60 @@ TEST(CriticalSectionGuard, ForeignMutexStaysInitialisedAfterTheGuard)
     EXPECT_EQ(0, pthread_mutex_lock(&m));
     EXPECT_EQ(0, pthread_mutex_unlock(&m));
     EXPECT_EQ(0, pthread_mutex_destroy(&m));
+
+    CriticalSectionGuard noMutex(static_cast<pthread_mutex_t*>(nullptr));
+    CriticalSectionGuard noSection(static_cast<CriticalSection*>(nullptr));
 }
 
-TEST(CriticalSectionGuard, NullMutexMakesAnInertGuard)
-{
-    pthread_mutex_t* none = nullptr;
-    CriticalSectionGuard guard(none);
-    CriticalSection* noSection = nullptr;
-    CriticalSectionGuard guard2(noSection);
-}
-
-TEST(GenericLockGuard, DeletesOnlyALockItOwns)
-{
+TEST(GenericLockGuard, DeletesOnlyALockItOwnsEvenWhenDisabled) {
     int destroyed = 0;
-    RecordingLock* owned = new RecordingLock(&destroyed);
-    { GenericLockGuard guard(owned, true); }
+    { GenericLockGuard guard(new RecordingLock(&destroyed), true); }
     EXPECT_EQ(1, destroyed);
-
     RecordingLock kept(&destroyed);
     { GenericLockGuard guard(&kept, false); }
     EXPECT_EQ(1, destroyed);
     EXPECT_EQ(1, kept.acquires);
     EXPECT_EQ(1, kept.releases);
-}
 
-TEST(GenericLockGuard, OwnedLockIsDeletedEvenWhenDisabled)
-{
-    int destroyed = 0;
-    RecordingLock* owned = new RecordingLock(&destroyed);
     // Disabled: not left, so the owned lock dies still held and says so.
+    RecordingLock* owned = new RecordingLock(&destroyed);
     EXPECT_EQ(kDestroyedHeld, logicErrorOf([&] {
                   GenericLockGuard guard(owned, true);
                   guard.setEnabled(false);
               }));
-    EXPECT_EQ(1, destroyed);
+    EXPECT_EQ(2, destroyed);
 }
 
 // --------------------------------------------------------- RecursiveMutex --
 
-TEST(RecursiveMutex, SameThreadMayLockAgain)
-{
+TEST(RecursiveMutex, SameThreadMayLockAgainOtherThreadsWaitUntilFullyUnlocked) {
     RecursiveMutex m;
     EXPECT_FALSE(m.isLocked());
     m.lock();
     m.lock();
     EXPECT_TRUE(m.trylock());
     EXPECT_TRUE(m.isLocked());
+    EXPECT_FALSE(freeForOtherThreads(m));
     m.unlock();
     m.unlock();
     EXPECT_TRUE(m.isLocked());
+    EXPECT_FALSE(freeForOtherThreads(m));
     m.unlock();
     EXPECT_FALSE(m.isLocked());
+    EXPECT_TRUE(freeForOtherThreads(m));
 }
 
-TEST(RecursiveMutex, OtherThreadsAreKeptOutUntilFullyUnlocked)
-{
-    RecursiveMutex m;
-    m.lock();
-    m.lock();
-    auto tryFromOtherThread = [&] {
-        bool got = false;
-        std::thread t([&] {
-            got = m.trylock();
-            if (got)
-                m.unlock();
-        });
-        t.join();
-        return got;
-    };
-    EXPECT_FALSE(tryFromOtherThread());
-    m.unlock();
-    EXPECT_FALSE(tryFromOtherThread());
-    m.unlock();
-    EXPECT_TRUE(tryFromOtherThread());
-}
-
-TEST(RecursiveMutex, UnlockByANonHolderDoesNotDisturbTheHolder)
-{
+TEST(RecursiveMutex, UnlockByANonHolderDoesNotDisturbTheHolder) {
     SKIP_UNDER_THREAD_CHECKER();
     RecursiveMutex m;
     m.lock();
-    std::thread t([&] { m.unlock(); });
-    t.join();
+    std::thread([&] { m.unlock(); }).join();
     EXPECT_TRUE(m.isLocked());
     m.unlock();
     EXPECT_FALSE(m.isLocked());
 }
 
-TEST(RecursiveMutexGuard, LocksForItsScopeAndNests)
-{
+TEST(RecursiveMutexGuard, LocksForItsScopeNestsAndADisabledGuardDoesNotUnlock) {
     RecursiveMutex m;
     {
         RecursiveMutexGuard outer(&m);
@@ -424,10 +298,16 @@ TEST(RecursiveMutexGuard, LocksForItsScopeAndNests)
         EXPECT_TRUE(m.isLocked());
     }
     EXPECT_FALSE(m.isLocked());
+    {
+        RecursiveMutexGuard guard(&m);
+        guard.setEnabled(false);
+    }
+    EXPECT_TRUE(m.isLocked());
+    m.unlock();
+    RecursiveMutexGuard inert(nullptr);
 }
 
-TEST(RecursiveMutexGuard, UnlockAndDisableThenLockAndEnable)
-{
+TEST(RecursiveMutexGuard, UnlockAndDisableThenLockAndEnable) {
     RecursiveMutex m;
     {
         RecursiveMutexGuard guard(&m);
@@ -437,19 +317,7 @@ TEST(RecursiveMutexGuard, UnlockAndDisableThenLockAndEnable)
         EXPECT_FALSE(m.isLocked());
         guard.lockAndEnable();
         EXPECT_TRUE(m.isLocked());
-        guard.lockAndEnable();     // no second lock
+        guard.lockAndEnable();  // no second lock
     }
     EXPECT_FALSE(m.isLocked());
-}
-
-TEST(RecursiveMutexGuard, DisabledGuardDoesNotUnlock)
-{
-    RecursiveMutex m;
-    {
-        RecursiveMutexGuard guard(&m);
-        guard.setEnabled(false);
-    }
-    EXPECT_TRUE(m.isLocked());
-    m.unlock();
-    RecursiveMutexGuard inert(nullptr);
 }

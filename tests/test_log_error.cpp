@@ -4,50 +4,14 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <string>
 
 #include "Fg_Error.h"
-#include "Fg_Log.h"
+#include "support_files.h"
 
-namespace {
+using supporttest::CapturedLog;
 
-// A log directed to an anonymous temporary stream, to see the line formats
-// an open log would write.
-class CapturedLog : public Fg_Log {
-public:
-    CapturedLog() : m_stream(std::tmpfile()) { attachStream(m_stream); }
-    std::string text()
-    {
-        std::fflush(m_stream);
-        std::rewind(m_stream);
-        std::string s;
-        int c;
-        while ((c = std::fgetc(m_stream)) != EOF)
-            s.push_back(static_cast<char>(c));
-        return s;
-    }
-
-private:
-    std::FILE* m_stream;
-};
-
-void writeEverything(Fg_Log& log)
-{
-    log.WriteWelcome();
-    log.Func("Fg_ConfigFileParser::setSaveFile");
-    log.Info("text");
-    log.Info("text", 3);
-    log.Error("text");
-    log.ErrorInt("a", "b", 1);
-    log.ErrorDouble("a", "b", 0.5);
-    log.UsrDbg("%s %d", "x", 2);
-}
-
-} // namespace
-
-TEST(ErrorStore, KeepsTheLastNumber)
-{
+TEST(ErrorStore, KeepsTheLastNumber) {
     Fg_Error store;
     EXPECT_EQ(0, store.getErrorNumberBuffer());
     EXPECT_EQ(-2070, store.setErr(-2070));
@@ -59,26 +23,28 @@ TEST(ErrorStore, KeepsTheLastNumber)
     EXPECT_EQ(0, store.getErrorNumberBuffer());
 }
 
-TEST(DormantLog, NamedLogCreatesNoFileAndWritesNothing)
-{
-    char dir[] = "orvlogXXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(dir));
-    const std::string name = std::string(dir) + "/applet.log";
+class DormantLog : public supporttest::ScratchDir {};
+
+TEST_F(DormantLog, NamedLogCreatesNoFileAndWritesNothing) {
+    const std::string name = path("applet.log");
     {
         Fg_Log log(name.c_str());
         EXPECT_FALSE(log.isOpen());
         log.OpenLogFile(name.c_str());
         EXPECT_FALSE(log.isOpen());
-        writeEverything(log);
+        log.WriteWelcome();
+        log.Func("Fg_ConfigFileParser::setSaveFile");
+        log.Info("text");
+        log.Info("text", 3);
+        log.Error("text");
+        log.ErrorInt("a", "b", 1);
+        log.ErrorDouble("a", "b", 0.5);
+        log.UsrDbg("%s %d", "x", 2);
         log.CloseLogFile();
         log.CloseLogFile();
     }
     EXPECT_NE(0, access(name.c_str(), F_OK));
-    rmdir(dir);
-}
-
-TEST(DormantLog, ClosedLogIgnoresNullTexts)
-{
+    // a closed log ignores null texts
     Fg_Log log;
     log.Error(nullptr);
     log.ErrorInt(nullptr, nullptr, 0);
@@ -87,55 +53,44 @@ TEST(DormantLog, ClosedLogIgnoresNullTexts)
     EXPECT_FALSE(log.isOpen());
 }
 
-TEST(LogFormats, ReportLines)
-{
+TEST(LogFormats, ReportLinesWithDoublesOfTwelveSignificantDigits) {
     CapturedLog log;
     log.Func("Fg_ConfigFileParser::parseKey");
     log.Info("Config File exist");
     log.Info("count", -5);
     log.Error("Config File is Invalid");
     log.ErrorInt("set", "FG_WIDTH", -7080);
+    for (double d : {0.1, 1.0 / 3.0, 10240.0, 1e-05}) log.ErrorDouble("a", "b", d);
     EXPECT_EQ("korvaneIV::Info >> count >> -5;\n"
               "korvaneIV::Error >> Config File is Invalid;\n"
-              "korvaneIV::Error >> set >> FG_WIDTH >> -7080;\n",
-              log.text());
-}
-
-TEST(LogFormats, DoublesUseTwelveSignificantDigits)
-{
-    CapturedLog log;
-    log.ErrorDouble("a", "b", 0.1);
-    log.ErrorDouble("a", "b", 1.0 / 3.0);
-    log.ErrorDouble("a", "b", 10240.0);
-    log.ErrorDouble("a", "b", 1e-05);
-    EXPECT_EQ("korvaneIV::Error >> a >> b >> 0.1;\n"
+              "korvaneIV::Error >> set >> FG_WIDTH >> -7080;\n"
+              "korvaneIV::Error >> a >> b >> 0.1;\n"
               "korvaneIV::Error >> a >> b >> 0.333333333333;\n"
               "korvaneIV::Error >> a >> b >> 10240;\n"
               "korvaneIV::Error >> a >> b >> 1e-05;\n",
               log.text());
 }
 
-TEST(LogFormats, UserDebugTextIsWrittenAsGiven)
-{
+TEST(LogFormats, UserDebugTextIsWrittenAsGiven) {
     CapturedLog log;
     log.UsrDbg("value %d", 7);
     log.UsrDbg("|%s", "next");
     EXPECT_EQ("value 7|next", log.text());
 }
 
-TEST(LogFormats, WelcomeBlock)
-{
+TEST(LogFormats, WelcomeBlock) {
     CapturedLog log;
     log.WriteWelcome();
     const std::string text = log.text();
     const std::string rule(73, '-');
+    const std::string contents = "Contents: Log details for korvane Dll\n";
     // rule, banner, contents, timestamp, rule: five lines.
     ASSERT_EQ(0u, text.find(rule + "\n"));
     const std::size_t banner = rule.size() + 1;
-    const std::size_t contents = text.find('\n', banner) + 1;
-    EXPECT_GT(contents, banner + 1);
-    EXPECT_EQ(contents, text.find("Contents: Log details for korvane Dll\n"));
-    const std::size_t stamp = contents + std::string("Contents: Log details for korvane Dll\n").size();
+    const std::size_t contentsAt = text.find('\n', banner) + 1;
+    EXPECT_GT(contentsAt, banner + 1);
+    EXPECT_EQ(contentsAt, text.find(contents));
+    const std::size_t stamp = contentsAt + contents.size();
     const std::size_t last = text.find('\n', stamp) + 1;
     EXPECT_EQ(last, text.size() - rule.size() - 1);
     EXPECT_EQ(rule + "\n", text.substr(last));

@@ -7,10 +7,10 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "platform_fake_applet.h"
 #include "platform_support.h"
-#include "sim_board.h"
 
 using namespace platformtest;
 
@@ -46,11 +46,16 @@ TEST_F(AppFace, OpensTheAppletAndKeepsWhatItReturns) {
     ASSERT_NE(nullptr, dev);
     EXPECT_EQ(dev, rec_->lastDevice);
     EXPECT_EQ(lib_, SimBoard_AppletLibraryOf(fg));
+    // the device lookups tell the application and host handles apart
     Fg_Struct* hostFg = SimBoard_HostHandleOf(dev);
     ASSERT_NE(nullptr, hostFg) << "the applet initialised its host board on the device";
     EXPECT_NE(fg, hostFg);
+    EXPECT_EQ(dev, SimBoard_DeviceOfHostHandle(hostFg));
+    EXPECT_EQ(nullptr, SimBoard_DeviceOfHostHandle(fg));
     EXPECT_EQ(nullptr, SimBoard_DeviceOf(hostFg));
     EXPECT_EQ(nullptr, SimBoard_AppletLibraryOf(hostFg));
+    EXPECT_EQ(nullptr, SimBoard_DeviceOf(nullptr));
+    EXPECT_EQ(nullptr, SimBoard_AppletLibraryOf(nullptr));
     EXPECT_EQ(0, Fg_FreeGrabber(fg));
     EXPECT_EQ(1, rec_->freeCalls);
     EXPECT_EQ(fg, rec_->lastFg);
@@ -71,11 +76,8 @@ TEST_F(AppFace, CallsOnTheApplicationHandleReachTheApplet) {
     EXPECT_EQ(valueId, rec_->lastId);
     EXPECT_EQ(1u, rec_->lastDma);
     EXPECT_EQ(FG_PARAM_TYPE_UINT32_T, rec_->lastType);
-    ASSERT_EQ(1, SimBoard_LogCount(dev)) << "the applet passed the write on to the host";
-    SimLogEntry e;
-    ASSERT_EQ(0, SimBoard_LogEntry(dev, 0, &e));
-    EXPECT_STREQ("Device1_Process1_Fake_Value", e.name);
-    EXPECT_EQ(99u, e.u);
+    EXPECT_EQ(std::vector<std::string>{"Device1_Process1_Fake_Value dma1 type2 99"}, writeLog(dev))
+        << "the applet passed the write on to the host";
 
     uint32_t back = 0;
     EXPECT_EQ(0, Fg_getParameterWithType(fg, valueId, &back, 1, FG_PARAM_TYPE_UINT32_T));
@@ -110,16 +112,11 @@ TEST_F(AppFace, EntriesTheAppletLacksAnswerNotAvailable) {
     Fg_Struct* fg = Fg_Init("PlatformFake", 0);
     ASSERT_NE(nullptr, fg);
     size_t size = 0;
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_getParameterInfoXML(fg, 0, nullptr, &size));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_saveConfig(fg, "x.mcf"));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_loadConfig(fg, "x.mcf"));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_getParameterId(fg, 0));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_getParameterIdByName(fg, "FG_WIDTH"));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_stopAcquireEx(fg, 0, nullptr, 0));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_getStatusEx(fg, 0, 0, 0, nullptr));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_getAppletId(fg, "x"));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_getLastPicNumberBlockingEx(fg, 1, 0, 1, nullptr));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Shad_GetMaxLine(fg, nullptr));
+    for (int rc : {Fg_getParameterInfoXML(fg, 0, nullptr, &size), Fg_saveConfig(fg, "x.mcf"), Fg_loadConfig(fg, "x.mcf"),
+                   Fg_getParameterId(fg, 0), Fg_getParameterIdByName(fg, "FG_WIDTH"), Fg_stopAcquireEx(fg, 0, nullptr, 0),
+                   Fg_getStatusEx(fg, 0, 0, 0, nullptr), Fg_getAppletId(fg, "x"),
+                   Fg_getLastPicNumberBlockingEx(fg, 1, 0, 1, nullptr), Shad_GetMaxLine(fg, nullptr)})
+        EXPECT_EQ(FG_ERR_NOT_AVAILABLE, rc);
     EXPECT_EQ(nullptr, Fg_AllocShading(fg, 0, 0));
     EXPECT_EQ(nullptr, Fg_getParameterInfo(fg, 0));
     EXPECT_EQ(nullptr, Fg_getEventName(fg, 1));
@@ -186,17 +183,4 @@ TEST_F(AppFace, TheAppletPathIsSearchedBeforeTheLoader) {
     EXPECT_NE(nullptr, fg);
     if (fg) Fg_FreeGrabber(fg);
     setenv("TERVIK_APPLET_PATH", saved.c_str(), 1);
-}
-
-TEST_F(AppFace, DeviceLookupsTellTheHandleKindsApart) {
-    Fg_Struct* fg = Fg_Init("PlatformFake", 0);
-    ASSERT_NE(nullptr, fg);
-    QORdevice* dev = SimBoard_DeviceOf(fg);
-    Fg_Struct* hostFg = SimBoard_HostHandleOf(dev);
-    ASSERT_NE(nullptr, hostFg);
-    EXPECT_EQ(dev, SimBoard_DeviceOfHostHandle(hostFg));
-    EXPECT_EQ(nullptr, SimBoard_DeviceOfHostHandle(fg));
-    EXPECT_EQ(0, Fg_FreeGrabber(fg));
-    EXPECT_EQ(nullptr, SimBoard_DeviceOf(nullptr));
-    EXPECT_EQ(nullptr, SimBoard_AppletLibraryOf(nullptr));
 }

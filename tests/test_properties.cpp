@@ -12,38 +12,25 @@
 using tervik::templates::platform::PropertiesFile;
 using tervik::templates::platform::RecursiveMutexGuard;
 
-TEST(PropertiesKeys, SectionedKeysNeedAnInnerSeparator)
+TEST(PropertiesKeys, SectionedKeysNeedANamedSectionAndAnInnerSeparator)
 {
-    PropertiesFile store(true, true);
-    EXPECT_FALSE(store.setProperty("plain", "On"));
-    EXPECT_FALSE(store.setProperty("::name", "On"));
-    EXPECT_FALSE(store.setProperty("section::", "On"));
-    EXPECT_FALSE(store.setProperty("::", "On"));
-    EXPECT_FALSE(store.setProperty("", "On"));
+    PropertiesFile store(true, false);  // set up as the applet does
+    store.setCaseSensitive(true);
+    // the applet's own section name is empty, so its keys all start with "::"
+    for (const char* key : {"plain", "::name", "section::", "::", "", "::Device1_Process0_Width"})
+        EXPECT_FALSE(store.setProperty(key, "On")) << key;
     EXPECT_TRUE(store.setProperty("section::name", "On"));
     EXPECT_TRUE(store.propertyNames("").empty());
-}
 
-TEST(PropertiesKeys, EmptySectionNameIsRefused)
-{
-    // The applet's own section name is empty, so its keys all start with "::".
-    PropertiesFile store(true, false);
-    store.setCaseSensitive(true);
-    const std::string section;
-    EXPECT_FALSE(store.setProperty(section + "::Device1_Process0_Width", "On"));
-    EXPECT_TRUE(store.propertyNames(section).empty());
-}
-
-TEST(PropertiesKeys, WithoutSectionsAnyKeyIsAccepted)
-{
-    PropertiesFile store(false, true);
-    EXPECT_TRUE(store.setProperty("plain", "1"));
-    EXPECT_TRUE(store.setProperty("::odd", "2"));
+    // without sections any key is accepted
+    PropertiesFile flat(false, true);
+    EXPECT_TRUE(flat.setProperty("plain", "1"));
+    EXPECT_TRUE(flat.setProperty("::odd", "2"));
     std::string value;
-    EXPECT_TRUE(store.getProperty("plain", value));
+    EXPECT_TRUE(flat.getProperty("plain", value));
     EXPECT_EQ("1", value);
-    store.setUseSections(true);
-    EXPECT_FALSE(store.setProperty("other", "3"));
+    flat.setUseSections(true);
+    EXPECT_FALSE(flat.setProperty("other", "3"));
 }
 
 TEST(PropertiesLookup, StoresReplacesAndMisses)

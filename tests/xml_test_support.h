@@ -5,6 +5,8 @@
 #define XML_TEST_SUPPORT_H
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "FgQorWrapper.h"
 #include "parameterInfo.h"
@@ -93,219 +95,94 @@ inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char*
     info.addInfoUInt(dra, "Register 1", "DRA_Register1", 0, 255, 1, 3, 1, 1, "", 1000001, port);
 }
 
+// Expected node texts of the description, for assembling whole documents (the
+// node templates themselves are checked literally in test_xml_builder.cpp).
+inline std::string documentHeader(const std::string& model = "Orvindel")
+{
+    return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<RegisterDescription\nModelName=\"" + model +
+           "\"\nVendorName=\"Tervik\"\nStandardNameSpace=\"None\"\nSchemaMajorVersion=\"1\"\nSchemaMinorVersion=\"0\"\n"
+           "SchemaSubMinorVersion=\"1\"\nMajorVersion=\"1\"\nMinorVersion=\"0\"\nSubMinorVersion=\"0\"\n"
+           "ProductGuid=\"0\"\nVersionGuid=\"0\"\nxmlns=\"http://www.genicam.org/GenApi/Version_1_0\"\n"
+           "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"\n"
+           "xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_0 GenApiSchema_Version_1_0.xsd\">\n";
+}
+const char* const kDocumentEnd = "<Port Name=\"DevicePort\"></Port>\n</RegisterDescription>\n";
+
+inline std::string registerTail(const std::string& access)
+{
+    return "<AccessMode>" + access + "</AccessMode>\n<pPort>DevicePort</pPort>\n";
+}
+inline std::string intNodes(const std::string& name, const std::string& description, int address,
+                            const std::string& access, const std::string& min, const std::string& max,
+                            const std::string& inc)
+{
+    return "<IntReg Name=\"" + name + "_Reg\">\n<Address>" + std::to_string(address) + "</Address>\n<Length>4</Length>\n" +
+           registerTail(access) + "<Sign>Signed</Sign>\n<Endianess>LittleEndian</Endianess>\n</IntReg>\n<Integer Name='" +
+           name + "'>\n<Description>" + description + "</Description>\n<pValue>" + name + "_Reg</pValue>\n<Min>" + min +
+           "</Min>\n<Max>" + max + "</Max>\n" + (inc.empty() ? "" : "<Inc>" + inc + "</Inc>\n") + "</Integer>\n\r";
+}
+inline std::string floatNodes(const std::string& name, const std::string& description, int address,
+                              const std::string& access, const std::string& min, const std::string& max)
+{
+    return "<FloatReg Name=\"" + name + "_Reg\">\n<Address>" + std::to_string(address) +
+           "</Address>\n<Length>8</Length>\n" + registerTail(access) +
+           "<Endianess>LittleEndian</Endianess>\n</FloatReg>\n<Float Name=\"" + name + "\">\n<Description>" + description +
+           "</Description>\n<pValue>" + name + "_Reg</pValue>\n<Min>" + min + "</Min>\n<Max>" + max +
+           "</Max>\n</Float>\n\r";
+}
+inline std::string stringNode(const std::string& name, const std::string& description, int address,
+                              const std::string& access)
+{
+    return "<StringReg Name=\"" + name + "\">\n<Description>" + description + "</Description>\n<Address>" +
+           std::to_string(address) + "</Address>\n<Length>4096</Length>\n" + registerTail(access) + "</StringReg>\n\r";
+}
+// `entries`: pairs of SDK constant name and value, in document order.
+inline std::string enumNodes(const std::string& name, const std::string& description, int address,
+                             const std::string& access, const std::vector<std::pair<std::string, int>>& entries)
+{
+    std::string s = "<Enumeration Name='" + name + "'>\n<Description>" + description + "</Description>\n";
+    for (const auto& e : entries)
+        s += "<EnumEntry Name=\"" + e.first + "\">\n<Value>" + std::to_string(e.second) + "</Value>\n</EnumEntry>\n";
+    return s + "<pValue>" + name + "_Reg</pValue>\n</Enumeration>\n\n<IntReg Name=\"" + name + "_Reg\">\n<Address>" +
+           std::to_string(address) + "</Address>\n<Length>4</Length>\n" + registerTail(access) +
+           "<Sign>Unsigned</Sign>\n<Endianess>LittleEndian</Endianess>\n</IntReg>\n\r";
+}
+// A category node; the root carries the standard name space.
+inline std::string category(const std::string& name, const std::vector<std::string>& features)
+{
+    std::string s =
+        name == "Root" ? "<Category Name='Root' NameSpace='Standard' >\n" : "<Category Name='" + name + "'  >\n";
+    for (const std::string& f : features) s += "<pFeature>" + f + "</pFeature>\n";
+    return s + "</Category>\n";
+}
+
 // The document that buildSyntheticRegistry gives for model "Orvindel" and no
 // display-name suffix.
 inline std::string syntheticDocument()
 {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-           "\n"
-           "<RegisterDescription\n"
-           "ModelName=\"Orvindel\"\n"
-           "VendorName=\"Tervik\"\n"
-           "StandardNameSpace=\"None\"\n"
-           "SchemaMajorVersion=\"1\"\n"
-           "SchemaMinorVersion=\"0\"\n"
-           "SchemaSubMinorVersion=\"1\"\n"
-           "MajorVersion=\"1\"\n"
-           "MinorVersion=\"0\"\n"
-           "SubMinorVersion=\"0\"\n"
-           "ProductGuid=\"0\"\n"
-           "VersionGuid=\"0\"\n"
-           "xmlns=\"http://www.genicam.org/GenApi/Version_1_0\"\n"
-           "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"\n"
-           "xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_0 GenApiSchema_Version_1_0.xsd\">\n"
+    return documentHeader() +
            // Miscellaneous
-           "<StringReg Name=\"FG_APPLET_ID\">\n"
-           "<Description>Applet Id</Description>\n"
-           "<Address>24010</Address>\n"
-           "<Length>4096</Length>\n"
-           "<AccessMode>RO</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "</StringReg>\n\r"
-           "<StringReg Name=\"FG_HAP_FILE\">\n"
-           "<Description>HAP file</Description>\n"
-           "<Address>24108</Address>\n"
-           "<Length>4096</Length>\n"
-           "<AccessMode>RO</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "</StringReg>\n\r"
-           "<IntReg Name=\"FG_APPLET_VERSION_Reg\">\n"
-           "<Address>24020</Address>\n"
-           "<Length>4</Length>\n"
-           "<AccessMode>RO</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Sign>Signed</Sign>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</IntReg>\n"
-           "<Integer Name='FG_APPLET_VERSION'>\n"
-           "<Description>Applet version</Description>\n"
-           "<pValue>FG_APPLET_VERSION_Reg</pValue>\n"
-           "<Min>0</Min>\n"
-           "<Max>0</Max>\n"
-           "</Integer>\n\r"
-           "<FloatReg Name=\"FG_SYSTEMMONITOR_FPGA_TEMPERATURE_Reg\">\n"
-           "<Address>200341</Address>\n"
-           "<Length>8</Length>\n"
-           "<AccessMode>RO</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</FloatReg>\n"
-           "<Float Name=\"FG_SYSTEMMONITOR_FPGA_TEMPERATURE\">\n"
-           "<Description>FGPA Temperature</Description>\n"
-           "<pValue>FG_SYSTEMMONITOR_FPGA_TEMPERATURE_Reg</pValue>\n"
-           "<Min>0.0078125</Min>\n"
-           "<Max>1000</Max>\n"
-           "</Float>\n\r"
-           // Acquisition / Timing
-           "<IntReg Name=\"FG_WIDTH_Reg\">\n"
-           "<Address>100</Address>\n"
-           "<Length>4</Length>\n"
-           "<AccessMode>RW</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Sign>Signed</Sign>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</IntReg>\n"
-           "<Integer Name='FG_WIDTH'>\n"
-           "<Description>Width</Description>\n"
-           "<pValue>FG_WIDTH_Reg</pValue>\n"
-           "<Min>32</Min>\n"
-           "<Max>16384</Max>\n"
-           "<Inc>16</Inc>\n"
-           "</Integer>\n\r"
-           // Downscale (inside Line Trigger Input)
-           "<IntReg Name=\"FG_LINE_DOWNSCALE_Reg\">\n"
-           "<Address>24040</Address>\n"
-           "<Length>4</Length>\n"
-           "<AccessMode>RW</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Sign>Signed</Sign>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</IntReg>\n"
-           "<Integer Name='FG_LINE_DOWNSCALE'>\n"
-           "<Description>Downscale</Description>\n"
-           "<pValue>FG_LINE_DOWNSCALE_Reg</pValue>\n"
-           "<Min>1</Min>\n"
-           "<Max>255</Max>\n"
-           "<Inc>1</Inc>\n"
-           "</Integer>\n\r"
-           // Line Trigger Input
-           "<Enumeration Name='FG_LINETRIGGERMODE'>\n"
-           "<Description>Line Trigger Mode</Description>\n"
-           "<EnumEntry Name=\"GRABBER_CONTROLLED\">\n"
-           "<Value>1</Value>\n"
-           "</EnumEntry>\n"
-           "<EnumEntry Name=\"ASYNC_TRIGGER\">\n"
-           "<Value>2</Value>\n"
-           "</EnumEntry>\n"
-           "<EnumEntry Name=\"ASYNC_GATED\">\n"
-           "<Value>5</Value>\n"
-           "</EnumEntry>\n"
-           "<EnumEntry Name=\"GRABBER_CONTROLLED_GATED\">\n"
-           "<Value>6</Value>\n"
-           "</EnumEntry>\n"
-           "<pValue>FG_LINETRIGGERMODE_Reg</pValue>\n"
-           "</Enumeration>\n"
-           "\n"
-           "<IntReg Name=\"FG_LINETRIGGERMODE_Reg\">\n"
-           "<Address>8102</Address>\n"
-           "<Length>4</Length>\n"
-           "<AccessMode>RW</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Sign>Unsigned</Sign>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</IntReg>\n\r"
-           "<Enumeration Name='FG_IMGTRIGGERINSRC'>\n"
-           "<Description>Source</Description>\n"
-           "<EnumEntry Name=\"TRGINSOFTWARE\">\n"
-           "<Value>-1</Value>\n"
-           "</EnumEntry>\n"
-           "<EnumEntry Name=\"TRGINSRC_0\">\n"
-           "<Value>0</Value>\n"
-           "</EnumEntry>\n"
-           "<EnumEntry Name=\"TRGINSRC_1\">\n"
-           "<Value>1</Value>\n"
-           "</EnumEntry>\n"
-           "<pValue>FG_IMGTRIGGERINSRC_Reg</pValue>\n"
-           "</Enumeration>\n"
-           "\n"
-           "<IntReg Name=\"FG_IMGTRIGGERINSRC_Reg\">\n"
-           "<Address>8113</Address>\n"
-           "<Length>4</Length>\n"
-           "<AccessMode>RW</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Sign>Unsigned</Sign>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</IntReg>\n\r"
-           "<FloatReg Name=\"FG_LINETRIGGERDELAY_Reg\">\n"
-           "<Address>8900</Address>\n"
-           "<Length>8</Length>\n"
-           "<AccessMode>RW</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</FloatReg>\n"
-           "<Float Name=\"FG_LINETRIGGERDELAY\">\n"
-           "<Description>Delay-&gt;ExSync</Description>\n"
-           "<pValue>FG_LINETRIGGERDELAY_Reg</pValue>\n"
-           "<Min>0</Min>\n"
-           "<Max>1048.568</Max>\n"
-           "</Float>\n\r"
-           // Acquisition / Timing again
-           "<IntReg Name=\"FG_GAIN_OFFSET_Reg\">\n"
-           "<Address>500</Address>\n"
-           "<Length>4</Length>\n"
-           "<AccessMode>WO</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Sign>Signed</Sign>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</IntReg>\n"
-           "<Integer Name='FG_GAIN_OFFSET'>\n"
-           "<Description>Gain Offset</Description>\n"
-           "<pValue>FG_GAIN_OFFSET_Reg</pValue>\n"
-           "<Min>-100</Min>\n"
-           "<Max>100</Max>\n"
-           "<Inc>2</Inc>\n"
-           "</Integer>\n\r"
-           "<FloatReg Name=\"FG_CAMERASIMULATOR_LINERATE_Reg\">\n"
-           "<Address>200329</Address>\n"
-           "<Length>8</Length>\n"
-           "<AccessMode>RW</AccessMode>\n"
-           "<pPort>DevicePort</pPort>\n"
-           "<Endianess>LittleEndian</Endianess>\n"
-           "</FloatReg>\n"
-           "<Float Name=\"FG_CAMERASIMULATOR_LINERATE\">\n"
-           "<Description>Line Rate</Description>\n"
-           "<pValue>FG_CAMERASIMULATOR_LINERATE_Reg</pValue>\n"
-           "<Min>0.1</Min>\n"
-           "<Max>10000000</Max>\n"
-           "</Float>\n\r"
+           stringNode("FG_APPLET_ID", "Applet Id", 24010, "RO") + stringNode("FG_HAP_FILE", "HAP file", 24108, "RO") +
+           intNodes("FG_APPLET_VERSION", "Applet version", 24020, "RO", "0", "0", "") +
+           floatNodes("FG_SYSTEMMONITOR_FPGA_TEMPERATURE", "FGPA Temperature", 200341, "RO", "0.0078125", "1000") +
+           // Acquisition / Timing, with Downscale inside Line Trigger Input
+           intNodes("FG_WIDTH", "Width", 100, "RW", "32", "16384", "16") +
+           intNodes("FG_LINE_DOWNSCALE", "Downscale", 24040, "RW", "1", "255", "1") +
+           enumNodes("FG_LINETRIGGERMODE", "Line Trigger Mode", 8102, "RW",
+                     {{"GRABBER_CONTROLLED", 1}, {"ASYNC_TRIGGER", 2}, {"ASYNC_GATED", 5},
+                      {"GRABBER_CONTROLLED_GATED", 6}}) +
+           enumNodes("FG_IMGTRIGGERINSRC", "Source", 8113, "RW",
+                     {{"TRGINSOFTWARE", -1}, {"TRGINSRC_0", 0}, {"TRGINSRC_1", 1}}) +
+           floatNodes("FG_LINETRIGGERDELAY", "Delay-&gt;ExSync", 8900, "RW", "0", "1048.568") +
+           intNodes("FG_GAIN_OFFSET", "Gain Offset", 500, "WO", "-100", "100", "2") +
+           floatNodes("FG_CAMERASIMULATOR_LINERATE", "Line Rate", 200329, "RW", "0.1", "10000000") +
            // the category tree
-           "<Category Name='Root' NameSpace='Standard' >\n"
-           "<pFeature>Miscellaneous</pFeature>\n"
-           "<pFeature>AcquisitionTiming</pFeature>\n"
-           "<pFeature>Downscale</pFeature>\n"
-           "<pFeature>LineTriggerInput</pFeature>\n"
-           "</Category>\n"
-           "<Category Name='Miscellaneous'  >\n"
-           "<pFeature>FG_APPLET_ID</pFeature>\n"
-           "<pFeature>FG_HAP_FILE</pFeature>\n"
-           "<pFeature>FG_APPLET_VERSION</pFeature>\n"
-           "<pFeature>FG_SYSTEMMONITOR_FPGA_TEMPERATURE</pFeature>\n"
-           "</Category>\n"
-           "<Category Name='AcquisitionTiming'  >\n"
-           "<pFeature>FG_WIDTH</pFeature>\n"
-           "<pFeature>FG_GAIN_OFFSET</pFeature>\n"
-           "<pFeature>FG_CAMERASIMULATOR_LINERATE</pFeature>\n"
-           "</Category>\n"
-           "<Category Name='Downscale'  >\n"
-           "<pFeature>FG_LINE_DOWNSCALE</pFeature>\n"
-           "</Category>\n"
-           "<Category Name='LineTriggerInput'  >\n"
-           "<pFeature>FG_LINETRIGGERMODE</pFeature>\n"
-           "<pFeature>FG_IMGTRIGGERINSRC</pFeature>\n"
-           "<pFeature>FG_LINETRIGGERDELAY</pFeature>\n"
-           "</Category>\n"
-           "<Port Name=\"DevicePort\"></Port>\n"
-           "</RegisterDescription>\n";
+           category("Root", {"Miscellaneous", "AcquisitionTiming", "Downscale", "LineTriggerInput"}) +
+           category("Miscellaneous",
+                    {"FG_APPLET_ID", "FG_HAP_FILE", "FG_APPLET_VERSION", "FG_SYSTEMMONITOR_FPGA_TEMPERATURE"}) +
+           category("AcquisitionTiming", {"FG_WIDTH", "FG_GAIN_OFFSET", "FG_CAMERASIMULATOR_LINERATE"}) +
+           category("Downscale", {"FG_LINE_DOWNSCALE"}) +
+           category("LineTriggerInput", {"FG_LINETRIGGERMODE", "FG_IMGTRIGGERINSRC", "FG_LINETRIGGERDELAY"}) + kDocumentEnd;
 }
 
 #endif
