@@ -171,7 +171,12 @@ public:
     void initInternalMaps();
     void retrieveIds();
     void setDefaultValues();
-    int mapDmaToProcess(int dma) const;
+    // The process of a DMA index (map_dma_process); an unknown one raises -2070.
+    int mapDmaToProcess(int dma) const {
+        if (static_cast<unsigned>(dma) < static_cast<unsigned>(kPortCount) && dmaProcess_[dma] >= 0)
+            return dmaProcess_[dma];
+        throw int(FG_ERR_INVALID_PARAMETER);
+    }
 
     // ---- table dispatch (report failure by raising an int code) ----
     void setParameterWithType(int Param, const void* Value, int CamPort, FgParamTypes Type);
@@ -201,8 +206,15 @@ public:
 
     // Typed host access by design identity; a NULL value raises -2070, a host
     // failure its code (both only with throwOnError).
-    void designWrite(int32_t id, const void* value, int dma, FgParamTypes type, bool throwOnError = true);
-    void designRead(int32_t id, void* value, int dma, FgParamTypes type, bool throwOnError = true);
+    // (Inline: this is the road of every design-parameter access.)
+    void designWrite(int32_t id, const void* value, int dma, FgParamTypes type, bool throwOnError = true) {
+        if (value == nullptr) return reject(FG_ERR_INVALID_PARAMETER, throwOnError);
+        if (int result = setUnwrappedParameterWithType(id, value, dma, type)) reject(result, throwOnError);
+    }
+    void designRead(int32_t id, void* value, int dma, FgParamTypes type, bool throwOnError = true) {
+        if (value == nullptr) return reject(FG_ERR_INVALID_PARAMETER, throwOnError);
+        if (int result = getUnwrappedParameterWithType(id, value, dma, type)) reject(result, throwOnError);
+    }
     void writeU32(int port, DesignPort dp, uint32_t v) { designWrite(qorPort(port, dp), &v, port, FG_PARAM_TYPE_UINT32_T); }
     void writeDouble(int port, DesignPort dp, double v) { designWrite(qorPort(port, dp), &v, port, FG_PARAM_TYPE_DOUBLE); }
     uint32_t readU32(int port, DesignPort dp) {
@@ -271,8 +283,35 @@ public:
         if (out == nullptr) throw int(FG_ERR_INVALID_PARAMETER);
         *out = cache;
     }
-    // The registry record of (port, SDK identity), or NULL.
-    RegisterInfo* info(int port, int id) { return registeredInfo(port, id); }
+    // The registry record of (port, SDK identity), or NULL. Handlers name the
+    // identity as a constant, so the SDK position folds at compile time and
+    // the lookup is one load from the index built with the catalogue.
+    [[gnu::always_inline]] RegisterInfo* info(int port, int id) {
+        if (__builtin_constant_p(id)) return infoAt(port, sdkIndex(id), id);
+        return infoOf(port, id);
+    }
+    RegisterInfo* infoAt(int port, int index, int id) {
+        if (index >= 0 && static_cast<unsigned>(port) < static_cast<unsigned>(kPortCount))
+            return sdkInfo_[port][index];
+        return registeredInfo(port, id);
+    }
+    RegisterInfo* infoOf(int port, int id);  // info() for an identity known only at run time
+    // Position of an SDK identity in the SDK table, -1 for any other identity
+    // (always inlined, so that a constant identity folds to its position).
+    [[gnu::always_inline]] static constexpr int sdkIndex(int id) {
+        switch (id) {
+#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
+    case ID:                                                \
+        return SDK_INDEX_##NAME;
+#include "sdk_params.def"
+        default:
+            return -1;
+        }
+    }
+    // Copies the SDK records of register_info_map into the index info() reads;
+    // called once the catalogue is registered (the map is not changed later,
+    // only the records it points to).
+    void indexRegisteredInfo();
     void setAccess(int port, int id, int flags) {
         if (RegisterInfo* r = info(port, id)) r->accessFlags = flags;
     }
@@ -319,6 +358,7 @@ private:
     int32_t qorBoard_[DB_COUNT];
     int32_t qorShared_[DS_COUNT];
     int dmaProcess_[kPortCount];  // map_dma_process, as the typed path reads it
+    RegisterInfo* sdkInfo_[kPortCount][SDK_PARAM_COUNT] = {};  // register_info_map by SDK position
 };
 
 #endif

@@ -97,4 +97,15 @@ void FgQorWrapperImpl::createUserParameters() {
             if (dqora) addDirectQorRecords(port, dqora);
         }
     }
+    indexRegisteredInfo();
+}
+
+RegisterInfo* FgQorWrapperImpl::infoOf(int port, int id) { return infoAt(port, sdkIndex(id), id); }
+
+void FgQorWrapperImpl::indexRegisteredInfo() {
+    for (int port = 0; port < kPortCount; ++port) {
+#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
+    sdkInfo_[port][SDK_INDEX_##NAME] = registeredInfo(port, ID);
+#include "sdk_params.def"
+    }
 }

@@ -33,24 +33,6 @@ bool isPublishableFormat(int format) {
 
 }  // namespace
 
-void FgQorWrapperImpl::designWrite(int32_t id, const void* value, int dma, FgParamTypes type, bool throwOnError) {
-    if (value == nullptr) {
-        reject(FG_ERR_INVALID_PARAMETER, throwOnError);
-        return;
-    }
-    int result = setUnwrappedParameterWithType(id, value, dma, type);
-    if (result != 0) reject(result, throwOnError);
-}
-
-void FgQorWrapperImpl::designRead(int32_t id, void* value, int dma, FgParamTypes type, bool throwOnError) {
-    if (value == nullptr) {
-        reject(FG_ERR_INVALID_PARAMETER, throwOnError);
-        return;
-    }
-    int result = getUnwrappedParameterWithType(id, value, dma, type);
-    if (result != 0) reject(result, throwOnError);
-}
-
 // ---- direct register access ----
 
 int FgQorWrapperImpl::directRegisterWrite(int id, const void* value) {

@@ -148,7 +148,16 @@ void copyText(char* out, const std::string& text) {
     std::memcpy(out, text.c_str(), text.size() + 1);
 }
 
-bool isLutElementType(FgParamTypes t) {
+// The element type a caller's access record names, as the number it is: a C
+// caller may leave any value there, and one the enumeration cannot hold must
+// not be read as an FgParamTypes.
+int32_t elementType(const FieldParameterAccess* record) {
+    int32_t code;
+    std::memcpy(&code, &record->vtype, sizeof code);
+    return code;
+}
+
+bool isLutElementType(int32_t t) {
     return t == FG_PARAM_TYPE_INT32_T || t == FG_PARAM_TYPE_UINT32_T || t == FG_PARAM_TYPE_STRUCT_FIELDPARAMINT;
 }
 
@@ -267,7 +276,7 @@ void FgQorWrapperImpl::set_FG_LUT_VALUE(int port, const FieldParameterAccess* va
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
-    if (!isLutElementType(value->vtype) || (value->count > 0 && value->ptr == nullptr)) {
+    if (!isLutElementType(elementType(value)) || (value->count > 0 && value->ptr == nullptr)) {
         reject(FG_ERR_INVALID_PARAMETER, throwOnError);
         return;
     }
@@ -306,7 +315,7 @@ void FgQorWrapperImpl::get_FG_LUT_VALUE(int port, FieldParameterAccess* value) {
     if (value->ptr == nullptr) throw int(FG_ERR_INVALID_PARAMETER);
     const uint32_t* from = port_[port].cache_FG_LUT_VALUE + value->index;
     const uint32_t n = value->count;
-    switch (value->vtype) {
+    switch (elementType(value)) {
     case FG_PARAM_TYPE_INT32_T:
     case FG_PARAM_TYPE_UINT32_T:
     case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT:

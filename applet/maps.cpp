@@ -112,11 +112,6 @@ void FgQorWrapperImpl::retrieveIds() {
 #include "design_params.def"
 }
 
-int FgQorWrapperImpl::mapDmaToProcess(int dma) const {
-    if (static_cast<unsigned>(dma) < static_cast<unsigned>(kPortCount) && dmaProcess_[dma] >= 0) return dmaProcess_[dma];
-    throw int(FG_ERR_INVALID_PARAMETER);
-}
-
 int FgQorWrapperImpl::Fg_getParameterCount() { return static_cast<int>(map_parameter_index_parameter_name.size()); }
 
 const char* FgQorWrapperImpl::Fg_getParameterName(int index) {

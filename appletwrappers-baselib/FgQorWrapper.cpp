@@ -38,6 +38,7 @@ FgQorWrapper::FgQorWrapper() : draEnabled(false), d(new FgQorWrapperPrivate) {
     std::memset(d->mWrapperFg, 0, sizeof(FgHostEntries));
     d->mParameterInfo = new Fg_ParameterInfo();
     d->mError = new Fg_Error();
+    hot_.error = d->mError;
 }
 
 FgQorWrapper::~FgQorWrapper() noexcept(false) {
@@ -61,6 +62,8 @@ int FgQorWrapper::initializeDllFunctions(const char* dllName) {
 #undef FG_HOST_ENTRY_LOOKUP
     d->DLL_Fg_getParameterIdByName =
         reinterpret_cast<Fg_getParameterIdByName_t>(dlsym(d->dll, "Fg_getParameterIdByName"));
+    hot_.setTyped = e.DLL_Fg_setParameterWithType;
+    hot_.getTyped = e.DLL_Fg_getParameterWithType;
     return 0;
 }
 
@@ -80,6 +83,7 @@ int FgQorWrapper::runFgInit(const char* hapName, QORdevice* hwhandle, fpga_desig
         return FG_ERR_RUNTIME_MISSING;
     }
     d->mTalrunFg = board;
+    hot_.board = board;
     if (board == nullptr) {
         int code = d->DLL_Fg_getLastErrorNumber ? d->DLL_Fg_getLastErrorNumber(nullptr) : FG_ERR_INIT_FAILED;
         // A host that fails without saying why still failed: never go on
@@ -106,7 +110,6 @@ int FgQorWrapper::Fg_getLastErrorNumberQor() {
 }
 
 int FgQorWrapper::Fg_getLastErrorNumber() { return d->mError->getErrorNumberBuffer(); }
-void FgQorWrapper::setError(int error) { d->mError->setErr(error); }
 Fg_Struct* FgQorWrapper::wrapperFg() { return reinterpret_cast<Fg_Struct*>(d->mWrapperFg); }
 const FgHostEntries& FgQorWrapper::hostEntries() const { return *d->mWrapperFg; }
 Fg_Struct* FgQorWrapper::talrunFg() { return d->mTalrunFg; }
@@ -137,16 +140,9 @@ QORdevice* FgQorWrapper::boardHandle() { return d->mBoardHandle; }
 Fg_Error& FgQorWrapper::fgError() { return *d->mError; }
 Fg_ParameterInfo* FgQorWrapper::parameterInfo() { return d->mParameterInfo; }
 
-// The host calls of derived applets. A host runtime without the entry
-// answers -12 (NULL for the description tree) instead of crashing.
-int FgQorWrapper::setUnwrappedParameterWithType(int id, const void* value, int dma, FgParamTypes type) {
-    Fg_setParameterWithType_t f = d->mWrapperFg->DLL_Fg_setParameterWithType;
-    return f ? f(d->mTalrunFg, id, value, dma, type) : FG_ERR_NOT_AVAILABLE;
-}
-int FgQorWrapper::getUnwrappedParameterWithType(int id, void* value, int dma, FgParamTypes type) {
-    Fg_getParameterWithType_t f = d->mWrapperFg->DLL_Fg_getParameterWithType;
-    return f ? f(d->mTalrunFg, id, value, dma, type) : FG_ERR_NOT_AVAILABLE;
-}
+// The untyped host calls of derived applets. A host runtime without the entry
+// answers -12 (NULL for the description tree) instead of crashing. (The typed
+// calls are inline in the header.)
 int FgQorWrapper::setUnwrappedParameter(int id, const void* value, int dma) {
     Fg_setParameter_t f = d->mWrapperFg->DLL_Fg_setParameter;
     return f ? f(d->mTalrunFg, id, value, dma) : FG_ERR_NOT_AVAILABLE;

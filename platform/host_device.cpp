@@ -2,6 +2,7 @@
 // parameter access with its write log and fault injection, and the
 // acquisition counters.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -209,7 +210,12 @@ struct ElemType {
     bool isDouble = false;
 };
 
-ElemType elemTypeOf(FgParamTypes vtype) {
+// The element type an access record names. A caller may leave any number
+// there; it is read as that number, since one the enumeration cannot hold
+// must not be read as an FgParamTypes.
+ElemType elemTypeOf(const FieldParameterAccess& a) {
+    int32_t vtype;
+    std::memcpy(&vtype, &a.vtype, sizeof vtype);
     ElemType e;
     switch (vtype) {
         case FG_PARAM_TYPE_INT32_T:
@@ -285,9 +291,8 @@ Num elemNum(const Param& p, size_t k) {
 // ---- write log ---------------------------------------------------------------
 
 SimLogEntry& appendLog(Device* d, int id, const char* name, unsigned int dma, FgParamTypes type) {
-    d->log.emplace_back();
+    d->log.emplace_back();  // value-initialised: every field zero / NULL
     SimLogEntry& e = d->log.back();
-    std::memset(&e, 0, sizeof e);
     e.id = id;
     e.name = name;
     e.dma = dma;
@@ -298,9 +303,9 @@ SimLogEntry& appendLog(Device* d, int id, const char* name, unsigned int dma, Fg
 // ---- design parameters ---------------------------------------------------------
 
 Param* paramById(Device* d, int id) {
-    if (!d->table || id < kDesignIdBase) return nullptr;
+    if (id < kDesignIdBase) return nullptr;
     size_t pos = static_cast<size_t>(id - kDesignIdBase);
-    return pos < d->table->params.size() ? &d->table->params[pos] : nullptr;
+    return pos < d->paramCount ? &d->params[pos] : nullptr;
 }
 
 Param* paramByName(Device* d, const char* name) {
@@ -361,9 +366,10 @@ void setElem(Param& p, size_t k, uint64_t u, double dv) {
 
 uint64_t elemLogValue(const Param& p, size_t k) { return p.kind == HAP_KIND_UFIELD ? p.uf[k] : bitsOf(p.df[k]); }
 
-// Writes a design parameter (value not NULL, fault and access checks done).
-// `log`: append the write to the log on success.
-int writeDesign(Device* d, Param& p, const void* value, unsigned int dma, FgParamTypes type, bool log) {
+// Writes a design parameter with conversion (value not NULL, fault and
+// access checks done). `log`: append the write to the log on success.
+[[gnu::noinline]] int writeDesignConverted(Device* d, Param& p, const void* value, unsigned int dma,
+                                           FgParamTypes type, bool log) {
     FgParamTypes t = type == FG_PARAM_TYPE_AUTO ? nativeType(p) : type;
     switch (p.kind) {
         case HAP_KIND_U32:
@@ -401,21 +407,27 @@ int writeDesign(Device* d, Param& p, const void* value, unsigned int dma, FgPara
     // field parameters
     if (t == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS) {
         const FieldParameterAccess& a = *static_cast<const FieldParameterAccess*>(value);
-        ElemType et = elemTypeOf(a.vtype);
+        ElemType et = elemTypeOf(a);
         if (et.size == 0) return FG_ERR_INVALID_PARAMETER;
         if (!fieldRange(p.count, a.index, a.count)) return FG_ERR_INVALID_PARAMETER;
         if (a.count > 0 && a.ptr == nullptr) return FG_ERR_INVALID_PARAMETER;
-        // All elements are checked before any is stored.
-        for (size_t k = 0; k < a.count; ++k) {
-            uint64_t u = 0;
-            double dv = 0;
-            if (!elemFits(p, loadElem(a, et, k), u, dv)) return FG_ERR_VALUE_OUT_OF_RANGE;
-        }
-        for (size_t k = 0; k < a.count; ++k) {
-            uint64_t u = 0;
-            double dv = 0;
-            elemFits(p, loadElem(a, et, k), u, dv);
-            setElem(p, a.index + k, u, dv);
+        if (p.kind == HAP_KIND_UFIELD && et.size == 4 && !et.isSigned) {
+            // 32-bit unsigned elements always fit a field of 32-bit values:
+            // copied as they are (a whole table at once is the usual case).
+            std::copy(a.p_uint32_t, a.p_uint32_t + a.count, p.uf.begin() + a.index);
+        } else {
+            // All elements are checked before any is stored.
+            for (size_t k = 0; k < a.count; ++k) {
+                uint64_t u = 0;
+                double dv = 0;
+                if (!elemFits(p, loadElem(a, et, k), u, dv)) return FG_ERR_VALUE_OUT_OF_RANGE;
+            }
+            for (size_t k = 0; k < a.count; ++k) {
+                uint64_t u = 0;
+                double dv = 0;
+                elemFits(p, loadElem(a, et, k), u, dv);
+                setElem(p, a.index + k, u, dv);
+            }
         }
         if (log) {
             SimLogEntry& e = appendLog(d, p.id, p.name.c_str(), dma, type);
@@ -423,7 +435,10 @@ int writeDesign(Device* d, Param& p, const void* value, unsigned int dma, FgPara
             e.fieldCount = a.count;
             d->logFields.emplace_back(a.count);
             std::vector<uint64_t>& vals = d->logFields.back();
-            for (size_t k = 0; k < a.count; ++k) vals[k] = elemLogValue(p, a.index + k);
+            if (p.kind == HAP_KIND_UFIELD)
+                std::copy(p.uf.begin() + a.index, p.uf.begin() + a.index + a.count, vals.begin());
+            else
+                for (size_t k = 0; k < a.count; ++k) vals[k] = elemLogValue(p, a.index + k);
             e.fieldValues = vals.empty() ? nullptr : vals.data();
             if (a.count > 0) {
                 if (p.kind == HAP_KIND_DFIELD)
@@ -466,7 +481,31 @@ int writeDesign(Device* d, Param& p, const void* value, unsigned int dma, FgPara
     return FG_OK;
 }
 
-int readDesign(const Param& p, void* value, FgParamTypes type) {
+// Writes a design parameter (value not NULL, fault and access checks done).
+// The common typed writes, a 32-bit parameter as UINT32_T and a double one as
+// DOUBLE, need no conversion: they are stored and logged here as the general
+// path would, without its detour through Num (this is the path of almost
+// every applet call, so it is kept small and inline).
+inline int writeDesign(Device* d, Param& p, const void* value, unsigned int dma, FgParamTypes type, bool log) {
+    if (p.kind == HAP_KIND_U32 && type == FG_PARAM_TYPE_UINT32_T) {
+        uint32_t v;
+        std::memcpy(&v, value, sizeof v);
+        p.u = v;
+        if (log) appendLog(d, p.id, p.name.c_str(), dma, type).u = v;
+        return FG_OK;
+    }
+    if (p.kind == HAP_KIND_DOUBLE && type == FG_PARAM_TYPE_DOUBLE) {
+        double v;
+        std::memcpy(&v, value, sizeof v);
+        p.d = v;
+        if (log) appendLog(d, p.id, p.name.c_str(), dma, type).d = v;
+        return FG_OK;
+    }
+    return writeDesignConverted(d, p, value, dma, type, log);
+}
+
+// Reads a design parameter with conversion (value not NULL, fault check done).
+[[gnu::noinline]] int readDesignConverted(const Param& p, void* value, FgParamTypes type) {
     FgParamTypes t = type == FG_PARAM_TYPE_AUTO ? nativeType(p) : type;
     switch (p.kind) {
         case HAP_KIND_U32:
@@ -485,7 +524,7 @@ int readDesign(const Param& p, void* value, FgParamTypes type) {
     }
     if (t == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS) {
         const FieldParameterAccess& a = *static_cast<const FieldParameterAccess*>(value);
-        ElemType et = elemTypeOf(a.vtype);
+        ElemType et = elemTypeOf(a);
         if (et.size == 0) return FG_ERR_INVALID_PARAMETER;
         if (!fieldRange(p.count, a.index, a.count)) return FG_ERR_INVALID_PARAMETER;
         if (a.count > 0 && a.ptr == nullptr) return FG_ERR_INVALID_PARAMETER;
@@ -509,6 +548,21 @@ int readDesign(const Param& p, void* value, FgParamTypes type) {
         return FG_OK;
     }
     return FG_ERR_INVALID_PARAMETER;
+}
+
+// Reads a design parameter; the common typed reads (as for writes) inline.
+inline int readDesign(const Param& p, void* value, FgParamTypes type) {
+    if (p.kind == HAP_KIND_U32 && type == FG_PARAM_TYPE_UINT32_T) {
+        if (p.u > UINT32_MAX) return FG_ERR_VALUE_OUT_OF_RANGE;
+        const uint32_t v = static_cast<uint32_t>(p.u);
+        std::memcpy(value, &v, sizeof v);
+        return FG_OK;
+    }
+    if (p.kind == HAP_KIND_DOUBLE && type == FG_PARAM_TYPE_DOUBLE) {
+        std::memcpy(value, &p.d, sizeof p.d);
+        return FG_OK;
+    }
+    return readDesignConverted(p, value, type);
 }
 
 // ---- host-level parameters -------------------------------------------------
@@ -598,27 +652,36 @@ int readHostLevel(Device* d, int id, void* value, unsigned int dma, FgParamTypes
     return storeNum(t, value, numU(v));
 }
 
-int setLocked(Device* d, int id, const void* value, unsigned int dma, FgParamTypes type) {
+// A host-level parameter by identity (the design parameters are handled inline below).
+[[gnu::noinline]] int setHostLevelLocked(Device* d, int id, const void* value, unsigned int dma, FgParamTypes type) {
+    if (hostLevelName(id) == nullptr) return FG_ERR_INVALID_PARAMETER;
+    if (value == nullptr) return FG_ERR_INVALID_PARAMETER;
+    return writeHostLevel(d, id, value, dma, type);
+}
+
+[[gnu::noinline]] int getHostLevelLocked(Device* d, int id, void* value, unsigned int dma, FgParamTypes type) {
+    if (hostLevelName(id) == nullptr) return FG_ERR_INVALID_PARAMETER;
+    if (value == nullptr) return FG_ERR_INVALID_PARAMETER;
+    return readHostLevel(d, id, value, dma, type);
+}
+
+inline int setLocked(Device* d, int id, const void* value, unsigned int dma, FgParamTypes type) {
     if (Param* p = paramById(d, id)) {
         if (p->failWrite != 0) return p->failWrite;
         if (value == nullptr) return FG_ERR_INVALID_PARAMETER;
         if (p->readOnly) return FG_ERR_NOT_AVAILABLE;
         return writeDesign(d, *p, value, dma, type, true);
     }
-    if (hostLevelName(id) == nullptr) return FG_ERR_INVALID_PARAMETER;
-    if (value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    return writeHostLevel(d, id, value, dma, type);
+    return setHostLevelLocked(d, id, value, dma, type);
 }
 
-int getLocked(Device* d, int id, void* value, unsigned int dma, FgParamTypes type) {
+inline int getLocked(Device* d, int id, void* value, unsigned int dma, FgParamTypes type) {
     if (Param* p = paramById(d, id)) {
         if (p->failRead != 0) return p->failRead;
         if (value == nullptr) return FG_ERR_INVALID_PARAMETER;
         return readDesign(*p, value, type);
     }
-    if (hostLevelName(id) == nullptr) return FG_ERR_INVALID_PARAMETER;
-    if (value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    return readHostLevel(d, id, value, dma, type);
+    return getHostLevelLocked(d, id, value, dma, type);
 }
 
 FgParamTypes untypedType(Device* d, int id) {
@@ -770,7 +833,7 @@ void destroyDevice(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
     {
-        std::lock_guard<std::mutex> lk(d->m);
+        std::lock_guard<DeviceLock> lk(d->m);
         for (HostBoard* hb : d->handles) hb->dev = nullptr;
         d->handles.clear();
         d->current = nullptr;
@@ -792,7 +855,7 @@ void freeAttachedHandles(QORdevice* q) {
     if (d == nullptr) return;
     std::vector<HostBoard*> hs;
     {
-        std::lock_guard<std::mutex> lk(d->m);
+        std::lock_guard<DeviceLock> lk(d->m);
         hs.swap(d->handles);
         d->current = nullptr;
     }
@@ -810,7 +873,7 @@ Fg_Struct* initHostBoard(QORdevice* hw, fpga_design* design) {
         return nullptr;
     }
     try {
-        std::lock_guard<std::mutex> lk(d->m);
+        std::lock_guard<DeviceLock> lk(d->m);
         if (d->failInit != 0) {
             g_initError = d->failInit;
             return nullptr;
@@ -823,6 +886,8 @@ Fg_Struct* initHostBoard(QORdevice* hw, fpga_design* design) {
         hb->dev = d;
         if (d->table) d->retired.push_back(std::move(d->table));
         d->table = std::move(table);
+        d->params = d->table->params.data();
+        d->paramCount = d->table->params.size();
         d->design = design;
         applyNamedFaults(d);
         for (int i = 0; i < kNrOfDmas; ++i) {
@@ -1064,7 +1129,7 @@ namespace sim {
 int parameterId(QORdevice* q, const char* name) {
     Device* d = deviceOf(q);
     if (d == nullptr) return 0;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     Param* p = paramByName(d, name);
     return p ? p->id : 0;
 }
@@ -1072,7 +1137,7 @@ int parameterId(QORdevice* q, const char* name) {
 int getValue(QORdevice* q, const char* name, FgParamTypes type, void* value) {
     Device* d = deviceOf(q);
     if (d == nullptr || value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     Param* p = paramByName(d, name);
     if (p == nullptr || p->kind == HAP_KIND_UFIELD || p->kind == HAP_KIND_DFIELD) return FG_ERR_INVALID_PARAMETER;
     return readDesign(*p, value, type) == FG_OK ? FG_OK : FG_ERR_INVALID_PARAMETER;
@@ -1081,7 +1146,7 @@ int getValue(QORdevice* q, const char* name, FgParamTypes type, void* value) {
 int setValue(QORdevice* q, const char* name, FgParamTypes type, const void* value) {
     Device* d = deviceOf(q);
     if (d == nullptr || value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     Param* p = paramByName(d, name);
     if (p == nullptr || p->kind == HAP_KIND_UFIELD || p->kind == HAP_KIND_DFIELD) return FG_ERR_INVALID_PARAMETER;
     return writeDesign(d, *p, value, 0, type, false) == FG_OK ? FG_OK : FG_ERR_INVALID_PARAMETER;
@@ -1090,7 +1155,7 @@ int setValue(QORdevice* q, const char* name, FgParamTypes type, const void* valu
 int getFieldElement(QORdevice* q, const char* name, unsigned int index, double* value) {
     Device* d = deviceOf(q);
     if (d == nullptr || value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     Param* p = paramByName(d, name);
     if (p == nullptr || (p->kind != HAP_KIND_UFIELD && p->kind != HAP_KIND_DFIELD) || index >= p->count)
         return FG_ERR_INVALID_PARAMETER;
@@ -1101,7 +1166,7 @@ int getFieldElement(QORdevice* q, const char* name, unsigned int index, double* 
 int setFieldElement(QORdevice* q, const char* name, unsigned int index, double value) {
     Device* d = deviceOf(q);
     if (d == nullptr) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     Param* p = paramByName(d, name);
     if (p == nullptr || (p->kind != HAP_KIND_UFIELD && p->kind != HAP_KIND_DFIELD) || index >= p->count)
         return FG_ERR_INVALID_PARAMETER;
@@ -1115,14 +1180,14 @@ int setFieldElement(QORdevice* q, const char* name, unsigned int index, double v
 int logCount(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return 0;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     return static_cast<int>(d->log.size());
 }
 
 int logEntry(QORdevice* q, int i, SimLogEntry* out) {
     Device* d = deviceOf(q);
     if (d == nullptr || out == nullptr || i < 0) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     if (static_cast<size_t>(i) >= d->log.size()) return FG_ERR_INVALID_PARAMETER;
     *out = d->log[static_cast<size_t>(i)];
     return FG_OK;
@@ -1131,7 +1196,7 @@ int logEntry(QORdevice* q, int i, SimLogEntry* out) {
 void logClear(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     d->log.clear();
     d->logTexts.clear();
     d->logFields.clear();
@@ -1140,14 +1205,14 @@ void logClear(QORdevice* q) {
 int hostCallCount(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return 0;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     return d->hostCalls;
 }
 
 void failNthHostCall(QORdevice* q, int n, int code) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     d->failNth = n > 0 ? n : 0;
     d->failNthCode = code;
 }
@@ -1155,7 +1220,7 @@ void failNthHostCall(QORdevice* q, int n, int code) {
 void failParameter(QORdevice* q, const char* name, int isWrite, int code) {
     Device* d = deviceOf(q);
     if (d == nullptr || name == nullptr) return;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     NamedFault* f = nullptr;
     for (NamedFault& nf : d->namedFaults)
         if (nf.name == name) f = &nf;
@@ -1170,7 +1235,7 @@ void failParameter(QORdevice* q, const char* name, int isWrite, int code) {
 void failInit(QORdevice* q, int code) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     d->failInit = code;
 }
 
@@ -1178,7 +1243,7 @@ void clearFaults(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
     {
-        std::lock_guard<std::mutex> lk(d->m);
+        std::lock_guard<DeviceLock> lk(d->m);
         d->failNth = 0;
         d->failNthCode = 0;
         d->failInit = 0;
@@ -1193,7 +1258,7 @@ void clearFaults(QORdevice* q) {
 Fg_Struct* hostHandleOf(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return nullptr;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     return d->current ? &d->current->hdr.pub : nullptr;
 }
 
@@ -1207,7 +1272,7 @@ void acquisitionCounters(QORdevice* q, SimAcquisitionCounters* out) {
     std::memset(out, 0, sizeof *out);
     Device* d = deviceOf(q);
     if (d == nullptr) return;
-    std::lock_guard<std::mutex> lk(d->m);
+    std::lock_guard<DeviceLock> lk(d->m);
     *out = d->acq;
 }
 

@@ -15,14 +15,14 @@ GenericLock::~GenericLock() noexcept(false)
         throw std::logic_error("GenericLock object destroyed with lock still held");
 }
 
-void GenericLock::enter()
+void GenericLock::throwAlreadyLocked()
 {
-    acquire();
-    if (m_locked) {
-        release();
-        throw std::logic_error("GenericLock object got lock but is already marked as locked");
-    }
-    m_locked = true;
+    throw std::logic_error("GenericLock object got lock but is already marked as locked");
+}
+
+void GenericLock::throwNotHeld()
+{
+    throw std::logic_error("GenericLock::leave() called with lock not held");
 }
 
 bool GenericLock::try_enter(unsigned int timeout)
@@ -31,18 +31,10 @@ bool GenericLock::try_enter(unsigned int timeout)
         return false;
     if (m_locked) {
         release();
-        throw std::logic_error("GenericLock object got lock but is already marked as locked");
+        throwAlreadyLocked();
     }
     m_locked = true;
     return true;
-}
-
-void GenericLock::leave()
-{
-    if (!m_locked)
-        throw std::logic_error("GenericLock::leave() called with lock not held");
-    m_locked = false;
-    release();
 }
 
 } // namespace patterns

@@ -39,7 +39,15 @@ public:
     virtual ~GenericLock() noexcept(false);
 
     /** Blocks until the lock is held; misuse see above. */
-    void enter();
+    void enter()
+    {
+        acquire();
+        if (m_locked) {
+            release();
+            throwAlreadyLocked();
+        }
+        m_locked = true;
+    }
 
     /**
      * One attempt to take the lock. True when it was obtained and is now
@@ -50,7 +58,13 @@ public:
     bool try_enter(unsigned int timeout);
 
     /** Gives the lock back; misuse see above. */
-    void leave();
+    void leave()
+    {
+        if (!m_locked)
+            throwNotHeld();
+        m_locked = false;
+        release();
+    }
 
 protected:
     virtual void acquire() = 0;
@@ -60,6 +74,11 @@ protected:
     bool m_locked;
 
 private:
+    // The misuse reports (out of line: enter() and leave() sit on the path of
+    // every typed parameter access and are inline).
+    [[noreturn]] static void throwAlreadyLocked();
+    [[noreturn]] static void throwNotHeld();
+
     GenericLock(const GenericLock&);
     GenericLock& operator=(const GenericLock&);
 };

@@ -1,6 +1,8 @@
 #ifndef TERVIK_TEMPLATES_PATTERNS_GUARD_H
 #define TERVIK_TEMPLATES_PATTERNS_GUARD_H
 
+#include <exception>
+
 #include "templates/patterns/GenericLock.h"
 
 namespace tervik {
@@ -48,10 +50,44 @@ private:
  */
 class GenericLockGuard : public Guard<GenericLock*> {
 public:
-    GenericLockGuard(GenericLock* lock, bool ownsLock);
-    virtual ~GenericLockGuard() noexcept(false);
+    GenericLockGuard(GenericLock* lock, bool ownsLock) : Guard<GenericLock*>(lock), m_ownsLock(ownsLock)
+    {
+        if (lock == nullptr)
+            return;
+        if (ownsLock)
+            enterOwned(lock);
+        else
+            lock->enter();
+    }
+
+    virtual ~GenericLockGuard() noexcept(false)
+    {
+        GenericLock* lock = getGuardedObject();
+        if (m_ownsLock || lock == nullptr || !isEnabled()) {
+            const bool enabled = isEnabled();
+            if (m_ownsLock)
+                m_guarded_object = nullptr;
+            endOwnedOrIdle(lock, m_ownsLock, enabled);
+            return;
+        }
+        // The usual end, inline: leave the lock; a misuse report passes on
+        // only when no other exception is in flight.
+        try {
+            lock->leave();
+        } catch (...) {
+            if (std::uncaught_exceptions() == 0)
+                throw;
+        }
+    }
 
 private:
+    // The rarer cases, out of line: entering a lock the guard owns (deleted
+    // again if entering fails), and the end of an owning or disabled guard.
+    // (They take the guard's state as arguments, so that the guard itself
+    // never leaves the registers on the usual path.)
+    static void enterOwned(GenericLock* lock);
+    static void endOwnedOrIdle(GenericLock* lock, bool ownsLock, bool enabled);
+
     const bool m_ownsLock;
 };
 

@@ -31,34 +31,8 @@ CriticalSection::~CriticalSection() noexcept(false)
     }
 }
 
-void CriticalSection::acquire()
-{
-    if (m_lock != nullptr)
-        pthread_mutex_lock(m_lock);
-}
-
-bool CriticalSection::try_acquire(unsigned int /*timeout: a try never waits*/)
-{
-    return m_lock != nullptr && pthread_mutex_trylock(m_lock) == 0;
-}
-
-void CriticalSection::release()
-{
-    if (m_lock != nullptr)
-        pthread_mutex_unlock(m_lock);
-}
-
-CriticalSectionGuard::CriticalSectionGuard(CriticalSection* cs)
-    : patterns::GenericLockGuard(cs, false)
-{
-}
-
 CriticalSectionGuard::CriticalSectionGuard(pthread_mutex_t* mutex)
     : patterns::GenericLockGuard(mutex != nullptr ? new CriticalSection(mutex) : nullptr, true)
-{
-}
-
-CriticalSectionGuard::~CriticalSectionGuard() noexcept(false)
 {
 }
 

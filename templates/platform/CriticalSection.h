@@ -27,9 +27,22 @@ public:
     virtual ~CriticalSection() noexcept(false);
 
 protected:
-    virtual void acquire();
-    virtual bool try_acquire(unsigned int timeout);
-    virtual void release();
+    // Inline, so that where the object's type is known (a CriticalSection
+    // member entered through a guard) the calls resolve at compile time.
+    virtual void acquire()
+    {
+        if (m_lock != nullptr)
+            pthread_mutex_lock(m_lock);
+    }
+    virtual bool try_acquire(unsigned int /*timeout: a try never waits*/)
+    {
+        return m_lock != nullptr && pthread_mutex_trylock(m_lock) == 0;
+    }
+    virtual void release()
+    {
+        if (m_lock != nullptr)
+            pthread_mutex_unlock(m_lock);
+    }
 
 private:
     CriticalSection(const CriticalSection&);
@@ -49,9 +62,9 @@ private:
  */
 class CriticalSectionGuard : public patterns::GenericLockGuard {
 public:
-    explicit CriticalSectionGuard(CriticalSection* cs);
+    explicit CriticalSectionGuard(CriticalSection* cs) : patterns::GenericLockGuard(cs, false) {}
     explicit CriticalSectionGuard(pthread_mutex_t* mutex);
-    virtual ~CriticalSectionGuard() noexcept(false);
+    virtual ~CriticalSectionGuard() noexcept(false) {}
 };
 
 } // namespace platform

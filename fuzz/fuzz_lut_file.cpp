@@ -1,0 +1,126 @@
+// Lookup-table files with arbitrary contents, read as every table kind: the
+// single integer table (with the applet's section "[gray]" and with a section
+// of the input's choosing), the three-channel integer table, the single and
+// three-channel knee tables, and the key and entry lookups on their own.
+//
+// Properties beyond "no crash, no leak, no undefined behaviour":
+//  - a table read successfully has entries exactly when it has a count, and
+//    never more than the reader's limit;
+//  - an integer table read successfully, written back and read again gives
+//    the same descriptor and entries (for tables of a sensible size);
+//  - a key lookup stores at most 255 characters plus the end mark.
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include "Fg_LutFileParser.h"
+#include "fuzz_support.h"
+
+namespace {
+
+const unsigned kRoundTripLimit = 4096;
+const unsigned kKneeLimit = 8192;
+const unsigned char kUntouched = 0xE7;
+
+void checkTable(const LookupTable& t, const char* what) {
+    ORV_FUZZ_CHECK(t.nrOfElements <= Fg_LutFileParser::MaxElements, "%s: %u entries", what, t.nrOfElements);
+    ORV_FUZZ_CHECK((t.lut != nullptr) == (t.nrOfElements > 0), "%s: entries %p for a count of %u", what,
+                   static_cast<void*>(t.lut), t.nrOfElements);
+}
+
+void roundTrip(const LookupTable& t) {
+    if (t.nrOfElements > kRoundTripLimit) return;
+    const std::string copy = orvfuzz::scratchPath("copy.lut");
+    Fg_LutFileParser writer;
+    ORV_FUZZ_CHECK(writer.saveLutToFile(copy.c_str(), &t) == 0, "writing a table read back failed");
+    LookupTable again;
+    std::memset(&again, 0, sizeof again);
+    Fg_LutFileParser reader;
+    ORV_FUZZ_CHECK(reader.getLutFromFile(copy.c_str(), &again, "[gray]") == 0, "reading the written table failed");
+    ORV_FUZZ_CHECK(again.id == t.id && again.nrOfElements == t.nrOfElements && again.format == t.format &&
+                       again.number == t.number,
+                   "descriptor changed in the round trip: id %u/%u count %u/%u format %u/%u number %u/%u", t.id,
+                   again.id, t.nrOfElements, again.nrOfElements, t.format, again.format, t.number, again.number);
+    for (unsigned i = 0; i < t.nrOfElements; ++i)
+        ORV_FUZZ_CHECK(again.lut[i] == t.lut[i], "entry %u changed in the round trip: %u -> %u", i, t.lut[i],
+                       again.lut[i]);
+    Fg_LutFileParser::releaseLut(&again);
+}
+
+void integerTables(const std::string& path, const std::string& section) {
+    Fg_LutFileParser parser;
+    LookupTable gray;
+    std::memset(&gray, 0, sizeof gray);
+    if (parser.getLutFromFile(path.c_str(), &gray, "[gray]") == 0) {
+        checkTable(gray, "[gray]");
+        roundTrip(gray);
+    }
+    Fg_LutFileParser::releaseLut(&gray);
+
+    LookupTable own;
+    std::memset(&own, 0, sizeof own);
+    if (parser.getLutFromFile(path.c_str(), &own, section.c_str()) == 0) checkTable(own, "own section");
+    Fg_LutFileParser::releaseLut(&own);
+
+    LookupTable rgb[3];
+    std::memset(rgb, 0, sizeof rgb);
+    if (parser.getLutFromFile(path.c_str(), &rgb[0], &rgb[1], &rgb[2]) == 0)
+        for (const LookupTable& t : rgb) checkTable(t, "three channels");
+    for (LookupTable& t : rgb) Fg_LutFileParser::releaseLut(&t);
+}
+
+void kneeTables(const std::string& path, const std::string& section, unsigned count) {
+    Fg_LutFileParser parser;
+    KneeLookupTable knee;
+    std::memset(&knee, 0, sizeof knee);
+    knee.nrOfElements = count;
+    if (parser.getLutFromFile(path.c_str(), &knee, section.c_str()) == 0)
+        ORV_FUZZ_CHECK((knee.value != nullptr) == (count > 0), "knee table entries do not match its count");
+    Fg_LutFileParser::releaseLut(&knee);
+
+    KneeLookupTable rgb[3];
+    std::memset(rgb, 0, sizeof rgb);
+    for (KneeLookupTable& t : rgb) t.nrOfElements = count;
+    parser.getLutFromFile(path.c_str(), &rgb[0], &rgb[1], &rgb[2]);
+    for (KneeLookupTable& t : rgb) Fg_LutFileParser::releaseLut(&t);
+}
+
+void lookups(const std::string& path, const std::string& key, const std::string& section, unsigned count) {
+    Fg_LutFileParser parser;
+    if (!parser.setOpenFile(path.c_str(), true)) return;
+    char value[1024];
+    std::memset(value, kUntouched, sizeof value);
+    parser.parseKeyFromLine(key.c_str(), value, "='");
+    ORV_FUZZ_CHECK(std::memchr(value, '\0', 256) != nullptr, "key value without end mark within 256 bytes");
+    for (size_t i = 256; i < sizeof value; ++i)
+        ORV_FUZZ_CHECK(static_cast<unsigned char>(value[i]) == kUntouched, "key lookup wrote past 256 bytes");
+    int i = 0;
+    double d = 0;
+    parser.parseIntKey(key.c_str(), &i, "=");
+    parser.parseDoubleKey(key.c_str(), &d, ",;");
+    std::vector<int> ints(count);
+    std::vector<double> doubles(count);
+    parser.parseIntInt(ints.data(), static_cast<int>(count), ",", section.c_str());
+    parser.parseIntDouble(doubles.data(), static_cast<int>(count), ";", section.c_str());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FuzzedDataProvider in(data, size);
+    const std::string section = in.ConsumeRandomLengthString(40);
+    const std::string key = in.ConsumeRandomLengthString(40);
+    const unsigned count = in.ConsumeIntegralInRange<unsigned>(0, kKneeLimit);
+    // The file is the whole input, so that the section and key chosen above
+    // also occur in it.
+    const std::string path = orvfuzz::scratchPath("input.lut");
+    orvfuzz::writeFile(path, data, size);
+
+    integerTables(path, section);
+    kneeTables(path, section, count);
+    lookups(path, key, section, count);
+    return 0;
+}
