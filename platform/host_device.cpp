@@ -833,7 +833,7 @@ void destroyDevice(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
     {
-        std::lock_guard<DeviceLock> lk(d->m);
+        std::lock_guard<std::mutex> lk(d->m);
         for (HostBoard* hb : d->handles) hb->dev = nullptr;
         d->handles.clear();
         d->current = nullptr;
@@ -855,7 +855,7 @@ void freeAttachedHandles(QORdevice* q) {
     if (d == nullptr) return;
     std::vector<HostBoard*> hs;
     {
-        std::lock_guard<DeviceLock> lk(d->m);
+        std::lock_guard<std::mutex> lk(d->m);
         hs.swap(d->handles);
         d->current = nullptr;
     }
@@ -873,7 +873,7 @@ Fg_Struct* initHostBoard(QORdevice* hw, fpga_design* design) {
         return nullptr;
     }
     try {
-        std::lock_guard<DeviceLock> lk(d->m);
+        std::lock_guard<std::mutex> lk(d->m);
         if (d->failInit != 0) {
             g_initError = d->failInit;
             return nullptr;
@@ -1129,7 +1129,7 @@ namespace sim {
 int parameterId(QORdevice* q, const char* name) {
     Device* d = deviceOf(q);
     if (d == nullptr) return 0;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     Param* p = paramByName(d, name);
     return p ? p->id : 0;
 }
@@ -1137,7 +1137,7 @@ int parameterId(QORdevice* q, const char* name) {
 int getValue(QORdevice* q, const char* name, FgParamTypes type, void* value) {
     Device* d = deviceOf(q);
     if (d == nullptr || value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     Param* p = paramByName(d, name);
     if (p == nullptr || p->kind == HAP_KIND_UFIELD || p->kind == HAP_KIND_DFIELD) return FG_ERR_INVALID_PARAMETER;
     return readDesign(*p, value, type) == FG_OK ? FG_OK : FG_ERR_INVALID_PARAMETER;
@@ -1146,7 +1146,7 @@ int getValue(QORdevice* q, const char* name, FgParamTypes type, void* value) {
 int setValue(QORdevice* q, const char* name, FgParamTypes type, const void* value) {
     Device* d = deviceOf(q);
     if (d == nullptr || value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     Param* p = paramByName(d, name);
     if (p == nullptr || p->kind == HAP_KIND_UFIELD || p->kind == HAP_KIND_DFIELD) return FG_ERR_INVALID_PARAMETER;
     return writeDesign(d, *p, value, 0, type, false) == FG_OK ? FG_OK : FG_ERR_INVALID_PARAMETER;
@@ -1155,7 +1155,7 @@ int setValue(QORdevice* q, const char* name, FgParamTypes type, const void* valu
 int getFieldElement(QORdevice* q, const char* name, unsigned int index, double* value) {
     Device* d = deviceOf(q);
     if (d == nullptr || value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     Param* p = paramByName(d, name);
     if (p == nullptr || (p->kind != HAP_KIND_UFIELD && p->kind != HAP_KIND_DFIELD) || index >= p->count)
         return FG_ERR_INVALID_PARAMETER;
@@ -1166,7 +1166,7 @@ int getFieldElement(QORdevice* q, const char* name, unsigned int index, double* 
 int setFieldElement(QORdevice* q, const char* name, unsigned int index, double value) {
     Device* d = deviceOf(q);
     if (d == nullptr) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     Param* p = paramByName(d, name);
     if (p == nullptr || (p->kind != HAP_KIND_UFIELD && p->kind != HAP_KIND_DFIELD) || index >= p->count)
         return FG_ERR_INVALID_PARAMETER;
@@ -1180,14 +1180,14 @@ int setFieldElement(QORdevice* q, const char* name, unsigned int index, double v
 int logCount(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return 0;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     return static_cast<int>(d->log.size());
 }
 
 int logEntry(QORdevice* q, int i, SimLogEntry* out) {
     Device* d = deviceOf(q);
     if (d == nullptr || out == nullptr || i < 0) return FG_ERR_INVALID_PARAMETER;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     if (static_cast<size_t>(i) >= d->log.size()) return FG_ERR_INVALID_PARAMETER;
     *out = d->log[static_cast<size_t>(i)];
     return FG_OK;
@@ -1196,7 +1196,7 @@ int logEntry(QORdevice* q, int i, SimLogEntry* out) {
 void logClear(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     d->log.clear();
     d->logTexts.clear();
     d->logFields.clear();
@@ -1205,14 +1205,14 @@ void logClear(QORdevice* q) {
 int hostCallCount(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return 0;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     return d->hostCalls;
 }
 
 void failNthHostCall(QORdevice* q, int n, int code) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     d->failNth = n > 0 ? n : 0;
     d->failNthCode = code;
 }
@@ -1220,7 +1220,7 @@ void failNthHostCall(QORdevice* q, int n, int code) {
 void failParameter(QORdevice* q, const char* name, int isWrite, int code) {
     Device* d = deviceOf(q);
     if (d == nullptr || name == nullptr) return;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     NamedFault* f = nullptr;
     for (NamedFault& nf : d->namedFaults)
         if (nf.name == name) f = &nf;
@@ -1235,7 +1235,7 @@ void failParameter(QORdevice* q, const char* name, int isWrite, int code) {
 void failInit(QORdevice* q, int code) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     d->failInit = code;
 }
 
@@ -1243,7 +1243,7 @@ void clearFaults(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
     {
-        std::lock_guard<DeviceLock> lk(d->m);
+        std::lock_guard<std::mutex> lk(d->m);
         d->failNth = 0;
         d->failNthCode = 0;
         d->failInit = 0;
@@ -1258,7 +1258,7 @@ void clearFaults(QORdevice* q) {
 Fg_Struct* hostHandleOf(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return nullptr;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     return d->current ? &d->current->hdr.pub : nullptr;
 }
 
@@ -1272,7 +1272,7 @@ void acquisitionCounters(QORdevice* q, SimAcquisitionCounters* out) {
     std::memset(out, 0, sizeof *out);
     Device* d = deviceOf(q);
     if (d == nullptr) return;
-    std::lock_guard<DeviceLock> lk(d->m);
+    std::lock_guard<std::mutex> lk(d->m);
     *out = d->acq;
 }
 

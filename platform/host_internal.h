@@ -13,7 +13,6 @@
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -78,33 +77,6 @@ struct InfoTree {
     RegisterInfo* root = nullptr;
 };
 
-// The lock of a simulated device. Every host call takes it around a few dozen
-// instructions, so it is a spin lock on one atomic flag rather than a mutex:
-// one exchange to take it and one release store to give it back (a mutex
-// costs two atomic read-modify-writes and two library calls, which would
-// dominate the host call that every applet figure is measured against). A
-// waiter spins briefly, then yields the processor, so a holder that was
-// preempted, or that builds a design table, still gets to finish.
-class DeviceLock {
-public:
-    void lock() {
-        while (held_.exchange(true, std::memory_order_acquire)) {
-            for (unsigned spins = 0; held_.load(std::memory_order_relaxed); ++spins) {
-                if (spins < kSpins)
-                    __builtin_ia32_pause();
-                else
-                    std::this_thread::yield();
-            }
-        }
-    }
-    bool try_lock() { return !held_.load(std::memory_order_relaxed) && !held_.exchange(true, std::memory_order_acquire); }
-    void unlock() { held_.store(false, std::memory_order_release); }
-
-private:
-    static constexpr unsigned kSpins = 100;
-    std::atomic<bool> held_{false};
-};
-
 struct Device;
 
 struct HostBoard {
@@ -122,7 +94,7 @@ struct NamedFault {
 
 struct Device {
     QORdevice* q = nullptr;
-    DeviceLock m;
+    std::mutex m;
 
     std::unique_ptr<DesignTable> table;
     // The current table's parameters by position, for the lookup by identity
