@@ -17,7 +17,7 @@ all: build
 help:
 	@echo "make demo    install what is missing, build, run appletctl on the simulated board"
 	@echo "make test    install what is missing, build x86-64 (plain and ASan+UBSan) and 32-bit x86, run every test"
-	@echo "make bench   build and run the benchmarks (x86-64)"
+	@echo "make bench   build and run the benchmarks (x86-64), print the table of medians and ratios"
 	@echo "make fuzz    build the libFuzzer targets with clang and run each for FUZZ_SECONDS (default 60)"
 	@echo "make clean   remove the build trees"
 
@@ -96,8 +96,10 @@ build-fuzz: deps-fuzz
 fuzz: build-fuzz
 	fuzz/run.sh $(BUILD)/fuzz $(FUZZ_SECONDS)
 
+# Every benchmark in interleaved repetitions, then the table of medians and
+# ratios (BENCH_ARGS adds Google Benchmark flags, e.g. a --benchmark_filter).
 bench: build-x64
-	$(BUILD)/x64/bench/orvindel_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+	$(BUILD)/x64/bench/orvindel_bench $(BENCH_ARGS)
 
 clean:
 	rm -rf $(BUILD)

@@ -205,8 +205,8 @@ public:
     int32_t qorShared(DesignShared ds) const { return qorShared_[ds]; }
 
     // Typed host access by design identity; a NULL value raises -2070, a host
-    // failure its code (both only with throwOnError).
-    // (Inline: this is the road of every design-parameter access.)
+    // failure its code (both only with throwOnError). Inline: every design
+    // write and read of a handler takes this road.
     void designWrite(int32_t id, const void* value, int dma, FgParamTypes type, bool throwOnError = true) {
         if (value == nullptr) return reject(FG_ERR_INVALID_PARAMETER, throwOnError);
         if (int result = setUnwrappedParameterWithType(id, value, dma, type)) reject(result, throwOnError);
@@ -283,9 +283,11 @@ public:
         if (out == nullptr) throw int(FG_ERR_INVALID_PARAMETER);
         *out = cache;
     }
-    // The registry record of (port, SDK identity), or NULL. Handlers name the
-    // identity as a constant, so the SDK position folds at compile time and
-    // the lookup is one load from the index built with the catalogue.
+    // The registry record of (port, SDK identity), or NULL. Handlers call it
+    // on every write that narrows a range or changes an access flag, so it
+    // reads the index built with the catalogue instead of walking
+    // register_info_map: for an identity named as a constant (the usual case)
+    // the SDK position folds at compile time and the lookup is one load.
     [[gnu::always_inline]] RegisterInfo* info(int port, int id) {
         if (__builtin_constant_p(id)) return infoAt(port, sdkIndex(id), id);
         return infoOf(port, id);

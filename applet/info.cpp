@@ -2,6 +2,7 @@
 // runtime asks without an applet object (name, texts, topology, the embedded
 // design image and icon, enumeration constants by name).
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -37,7 +38,9 @@ const DmaDataType datatypes[3] = {DMA_DATATYPE_GRAY8, DMA_DATATYPE_GRAY8, DMA_DA
 
 static_assert(sizeof(AppletInfos) == sizeof(int), "the question code is passed as an int");
 
-typedef std::map<std::string, int> ConstantMap;
+// Ordered by std::less<>, so that a name is looked up as the caller's text,
+// without building a string of it for each query.
+typedef std::map<std::string, int, std::less<>> ConstantMap;
 
 // Every SDK constant name of the enumeration tables with its value. A name
 // that several tables share (the trigger sources, the asynchronous trigger

@@ -271,12 +271,10 @@ void FgQorWrapperImpl::set_FG_LINEEXPOSURE(int port, double value, bool throwOnE
     const double maximum =
         grabberControlled(ps.cache_FG_LINETRIGGERMODE) ? std::min(ps.cache_FG_LINEPERIODE, kExposureMax) : kExposureMax;
     if (!(value <= maximum)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
-    // The write changes neither the mode nor the period: the record's bound
-    // is taken now, not read back after the design write.
-    const double bound = exposureBound(ps.cache_FG_LINETRIGGERMODE, ps.cache_FG_LINEPERIODE);
     commit(ps.cache_FG_LINEEXPOSURE, value, throwOnError, [&] {
         writeDouble(port, DP_Trigger_Trigger_ExsyncExposure, value);
-        if (RegisterInfo* r = info(port, FG_LINEEXPOSURE)) r->u.dReg.to = bound;
+        if (RegisterInfo* r = info(port, FG_LINEEXPOSURE))
+            r->u.dReg.to = exposureBound(ps.cache_FG_LINETRIGGERMODE, ps.cache_FG_LINEPERIODE);
     });
 }
 

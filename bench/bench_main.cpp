@@ -5,8 +5,10 @@
 // Without flags of its own choosing the program runs every benchmark in
 // several repetitions, interleaved in random order (so that a slow phase of a
 // loaded machine does not fall on one side of a ratio only), and prints the
-// aggregates. Ratios are taken on CPU time (the time the benchmark thread was
-// running); real-time ratios are shown beside them.
+// aggregates. A comparison shows, where the pair has one, the paired
+// benchmark's medians and ratio (both calls timed in alternating blocks at the
+// same moments, see measurePaired), on which its goal is judged, and beside it
+// the ratio of the two benchmarks run on their own (CPU time).
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -25,12 +27,16 @@ namespace {
 struct Median {
     double cpuNs = 0;
     double realNs = 0;
-    double ratio = 0;  // paired benchmarks: subject / reference
+    // Paired benchmarks: the per-call medians of both sides and their ratio.
+    double subjectNs = 0;
+    double referenceNs = 0;
+    double ratio = 0;
 };
 
 // The console reporter that also keeps each benchmark's median.
 class SummaryReporter : public benchmark::ConsoleReporter {
 public:
+    explicit SummaryReporter(bool color) : ConsoleReporter(color ? OO_ColorTabular : OO_Tabular) {}
     void ReportRuns(const std::vector<Run>& runs) override {
         benchmark::ConsoleReporter::ReportRuns(runs);
         for (const Run& r : runs) {
@@ -39,9 +45,12 @@ public:
             const bool single = r.run_type == Run::RT_Iteration && r.repetitions <= 1;
             if (!median && !single) continue;
             const double toNs = 1e9 / benchmark::GetTimeUnitMultiplier(r.time_unit);
-            Median m{r.GetAdjustedCPUTime() * toNs, r.GetAdjustedRealTime() * toNs, 0};
-            benchmark::UserCounters::const_iterator ratio = r.counters.find("ratio");
-            if (ratio != r.counters.end()) m.ratio = ratio->second.value;
+            Median m;
+            m.cpuNs = r.GetAdjustedCPUTime() * toNs;
+            m.realNs = r.GetAdjustedRealTime() * toNs;
+            m.subjectNs = counter(r, "subject_ns");
+            m.referenceNs = counter(r, "reference_ns");
+            m.ratio = counter(r, "ratio");
             medians_[r.run_name.function_name] = m;
         }
     }
@@ -51,6 +60,10 @@ public:
     }
 
 private:
+    static double counter(const Run& r, const char* name) {
+        benchmark::UserCounters::const_iterator it = r.counters.find(name);
+        return it == r.counters.end() ? 0 : it->second.value;
+    }
     std::map<std::string, Median> medians_;
 };
 
@@ -97,11 +110,13 @@ void printSummary(const SummaryReporter& reporter) {
     });
     std::printf("\nSummary of this run: %s, %ld CPUs, load average %s\n", cpuModel().c_str(),
                 sysconf(_SC_NPROCESSORS_ONLN), loadAverage().c_str());
-    std::printf("  medians of the separate benchmarks (CPU time) and their ratio; \"paired\": the ratio of the\n"
-                "  two measured in alternating blocks at the same moments, on which the goal is judged\n");
+    std::printf(
+        "  per call, median: both calls measured in alternating blocks at the same moments (paired),\n"
+        "  the goal judged on their ratio; \"alone\": the ratio of the medians of the two benchmarks run\n"
+        "  on their own (CPU time); rows without a paired measurement show those medians\n");
     const char* rule =
         "------------------------------------------------------------------------------------------------"
-        "-------------\n";
+        "------------\n";
     orvbench::Comparison::Kind kind = orvbench::Comparison::kFloor;
     bool first = true;
     for (const orvbench::Comparison& c : list) {
@@ -111,23 +126,28 @@ void printSummary(const SummaryReporter& reporter) {
             first = false;
             std::printf("%s", rule);
             std::printf("%-42s %11s %11s %9s %9s  %s\n", floor ? "applet against its floor" : "applet against the peer",
-                        "applet", floor ? "floor" : "Aravis", floor ? "x floor" : "faster", "paired", "goal");
+                        "applet", floor ? "floor" : "Aravis", floor ? "x floor" : "faster", "(alone)", "goal");
             std::printf("%s", rule);
         }
         const Median* s = reporter.find(c.subject);
         const Median* r = reporter.find(c.reference);
         const Median* p = c.paired.empty() ? nullptr : reporter.find(c.paired);
-        std::string ratio = "-", paired = "-", goal;
+        // A ratio as the row shows it: applet / floor, or peer / applet.
+        auto shown = [floor](double applet, double reference) { return floor ? applet / reference : reference / applet; };
+        std::string applet = "(not run)", reference = "(not run)", ratio = "-", alone = "-", goal;
         double judged = 0;
+        if (s) applet = duration(s->cpuNs);
+        if (r) reference = duration(r->cpuNs);
         if (s && r) {
-            const double x = floor ? s->cpuNs / r->cpuNs : r->cpuNs / s->cpuNs;
-            ratio = times(x);
-            judged = x;
+            judged = shown(s->cpuNs, r->cpuNs);
+            alone = times(judged);
+            ratio = alone;
         }
         if (p && p->ratio > 0) {
-            const double x = floor ? p->ratio : 1 / p->ratio;
-            paired = times(x);
-            judged = x;
+            applet = duration(p->subjectNs);
+            reference = duration(p->referenceNs);
+            judged = floor ? p->ratio : 1 / p->ratio;
+            ratio = times(judged);
         }
         if (c.goal > 0 && judged > 0) {
             const bool met = floor ? judged <= c.goal : judged >= c.goal;
@@ -135,8 +155,8 @@ void printSummary(const SummaryReporter& reporter) {
             std::snprintf(buf, sizeof buf, "%s %.1fx: %s", floor ? "<=" : ">=", c.goal, met ? "met" : "MISSED");
             goal = buf;
         }
-        std::printf("%-42s %11s %11s %9s %9s  %s\n", c.label.c_str(), s ? duration(s->cpuNs).c_str() : "(not run)",
-                    r ? duration(r->cpuNs).c_str() : "(not run)", ratio.c_str(), paired.c_str(), goal.c_str());
+        std::printf("%-42s %11s %11s %9s %9s  %s\n", c.label.c_str(), applet.c_str(), reference.c_str(), ratio.c_str(),
+                    alone.c_str(), goal.c_str());
     }
     std::printf("%s", rule);
 }
@@ -146,6 +166,17 @@ bool hasFlag(int argc, char** argv, const char* name) {
     for (int i = 1; i < argc; ++i)
         if (std::strncmp(argv[i], name, n) == 0) return true;
     return false;
+}
+
+// Colours on a terminal, unless --benchmark_color says otherwise.
+bool wantsColor(int argc, char** argv) {
+    const char kFlag[] = "--benchmark_color=";
+    for (int i = 1; i < argc; ++i) {
+        if (std::strncmp(argv[i], kFlag, sizeof kFlag - 1) != 0) continue;
+        const std::string v(argv[i] + sizeof kFlag - 1);
+        return v == "true" || v == "yes" || v == "1" || (v == "auto" && isatty(STDOUT_FILENO));
+    }
+    return isatty(STDOUT_FILENO) != 0;
 }
 
 }  // namespace
@@ -166,7 +197,7 @@ int main(int argc, char** argv) {
 
     benchmark::Initialize(&n, args.data());
     if (benchmark::ReportUnrecognizedArguments(n, args.data())) return 1;
-    SummaryReporter reporter;
+    SummaryReporter reporter(wantsColor(argc, argv));
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printSummary(reporter);
     benchmark::Shutdown();

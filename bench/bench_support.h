@@ -47,6 +47,7 @@ inline void pointRuntimeAtApplet() {
         std::string dir(info.dli_fname);
         setenv("TERVIK_APPLET_PATH", dir.substr(0, dir.rfind('/')).c_str(), 1);
     }
+    if (hap) dlclose(hap);
 }
 
 // A board with the applet; its exports and the host runtime's entries for the floor.
@@ -80,10 +81,9 @@ public:
     BenchBoard(const BenchBoard&) = delete;
     BenchBoard& operator=(const BenchBoard&) = delete;
 
-    // Typed writes and reads through the applet's export; a failure ends the
-    // benchmark (a figure of a failing call would be meaningless).
+    // A write through the applet's export that a benchmark's set-up needs; a
+    // failure ends the program (a figure taken without it would be meaningless).
     void setU32(int id, uint32_t v, int port = 0) { check(x.set(fg, id, &v, port, FG_PARAM_TYPE_UINT32_T), id); }
-    void setDouble(int id, double v, int port = 0) { check(x.set(fg, id, &v, port, FG_PARAM_TYPE_DOUBLE), id); }
 
     static void check(int rc, int id) {
         if (rc != 0) {
@@ -162,6 +162,14 @@ struct HostWrite {
 // read costs the same for every 32-bit parameter, and the applet's own reads
 // are of 32-bit parameters.
 struct HostWork {
+    HostWork() = default;
+    // Each write's value points into the write itself: a HostWork is moved
+    // (its writes stay where they are), never copied.
+    HostWork(HostWork&&) = default;
+    HostWork& operator=(HostWork&&) = default;
+    HostWork(const HostWork&) = delete;
+    HostWork& operator=(const HostWork&) = delete;
+
     std::vector<HostWrite> writes;
     int reads = 0;
     int readId = 0;  // 0: no 32-bit write to read back
