@@ -28,22 +28,33 @@ namespace orvfuzz {
         }                                                                             \
     } while (0)
 
-// The target's own directory for the files it writes; made on first use.
+inline void cleanScratch(const char* keep = nullptr);
+inline void removeScratch();
+
+// The target's own directory for the files it writes; made on first use and
+// removed when the run ends normally.
 inline const std::string& scratchDir() {
-    static const std::string dir = [] {
+    // Never destroyed: the removal at exit still needs the name.
+    static const std::string* dir = [] {
         const char* base = std::getenv("TMPDIR");
         std::string templ = std::string(base && *base ? base : "/tmp") + "/orv-fuzz-XXXXXX";
         char* made = mkdtemp(&templ[0]);
         if (made == nullptr) std::abort();
-        return std::string(made);
+        std::atexit(removeScratch);
+        return new std::string(made);
     }();
-    return dir;
+    return *dir;
 }
 
 inline std::string scratchPath(const std::string& name) { return scratchDir() + "/" + name; }
 
+inline void removeScratch() {
+    cleanScratch();
+    rmdir(scratchDir().c_str());
+}
+
 // Removes every file of the scratch directory except `keep` (a name).
-inline void cleanScratch(const char* keep = nullptr) {
+inline void cleanScratch(const char* keep) {
     DIR* d = opendir(scratchDir().c_str());
     if (d == nullptr) return;
     while (dirent* e = readdir(d)) {
