@@ -6,24 +6,12 @@
 
 #include "FgQorWrapper.h"
 #include "fg_applet.h"
+#include "fg_param_type.h"
 
 namespace {
 
 inline FgQorWrapper* applet(Fg_Struct* Fg) {
     return Fg ? reinterpret_cast<FgQorWrapper*>(Fg->Master) : nullptr;
-}
-
-// The type selector as the caller passed it. A C caller may pass any number;
-// one beyond the values the enumeration can hold in C++ (-16384 to 16383 for
-// its enumerators -1 to 8192) must not be read as an FgParamTypes, so it goes
-// on as FG_PARAM_TYPE_INVALID: no layer knows such a selector, and for the
-// applet's own parameters the selector is not used to convert anything.
-static_assert(sizeof(FgParamTypes) == sizeof(int32_t), "the selector is passed as a 32-bit number");
-inline FgParamTypes paramType(const FgParamTypes& type) {
-    int32_t code;
-    std::memcpy(&code, &type, sizeof code);
-    if (code < -16384 || code > 16383) return FG_PARAM_TYPE_INVALID;
-    return static_cast<FgParamTypes>(code);
 }
 
 // The forwarding pattern: no board -2001; host entry or host board missing
@@ -85,14 +73,14 @@ FG_APPLET_EXPORT int Fg_setParameterWithType(Fg_Struct* Fg, const int Parameter,
                                              const unsigned int DmaIndex, const FgParamTypes type) {
     FgQorWrapper* w = applet(Fg);
     if (!w) return FG_ERR_INVALID_BOARD;
-    return w->Fg_setParameterWithType(Parameter, Value, DmaIndex, paramType(type));
+    return w->Fg_setParameterWithType(Parameter, Value, DmaIndex, fgParamTypeOf(type));
 }
 
 FG_APPLET_EXPORT int Fg_getParameterWithType(Fg_Struct* Fg, const int Parameter, void* Value,
                                              const unsigned int DmaIndex, const FgParamTypes type) {
     FgQorWrapper* w = applet(Fg);
     if (!w) return FG_ERR_INVALID_BOARD;
-    const FgParamTypes t = paramType(type);
+    const FgParamTypes t = fgParamTypeOf(type);
     if ((t == FG_PARAM_TYPE_INT64_T || t == FG_PARAM_TYPE_UINT64_T) && Value) std::memset(Value, 0, 8);
     return w->Fg_getParameterWithType(Parameter, Value, DmaIndex, t);
 }

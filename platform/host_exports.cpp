@@ -13,6 +13,7 @@
 #include <new>
 #include <string>
 
+#include "fg_param_type.h"
 #include "host_internal.h"
 #include "platform_export.h"
 
@@ -202,14 +203,16 @@ PLATFORM_EXPORT int Fg_getLastErrorNumber(Fg_Struct* fg) {
 }
 
 PLATFORM_EXPORT int Fg_setParameterWithType(Fg_Struct* fg, const int id, const void* value, const unsigned int dma,
-                                            const FgParamTypes type) {
+                                            const FgParamTypes callerType) {
+    const FgParamTypes type = fgParamTypeOf(callerType);
     if (HostBoard* hb = asHost(fg)) return hostSetParameter(hb, id, value, dma, type);
     ROUTE_APP(fg, setParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, type);
     return FG_ERR_INVALID_BOARD;
 }
 
 PLATFORM_EXPORT int Fg_getParameterWithType(Fg_Struct* fg, const int id, void* value, const unsigned int dma,
-                                            const FgParamTypes type) {
+                                            const FgParamTypes callerType) {
+    const FgParamTypes type = fgParamTypeOf(callerType);
     if (HostBoard* hb = asHost(fg)) return hostGetParameter(hb, id, value, dma, type);
     ROUTE_APP(fg, getParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, type);
     return FG_ERR_INVALID_BOARD;
@@ -421,11 +424,11 @@ PLATFORM_EXPORT QORdevice* SimBoard_DeviceOfHostHandle(Fg_Struct* hostFg) { retu
 PLATFORM_EXPORT int SimBoard_ParameterId(QORdevice* dev, const char* name) { return sim::parameterId(dev, name); }
 
 PLATFORM_EXPORT int SimBoard_GetValue(QORdevice* dev, const char* name, FgParamTypes type, void* value) {
-    return sim::getValue(dev, name, type, value);
+    return sim::getValue(dev, name, fgParamTypeOf(type), value);
 }
 
 PLATFORM_EXPORT int SimBoard_SetValue(QORdevice* dev, const char* name, FgParamTypes type, const void* value) {
-    return sim::setValue(dev, name, type, value);
+    return sim::setValue(dev, name, fgParamTypeOf(type), value);
 }
 
 PLATFORM_EXPORT int SimBoard_GetFieldElement(QORdevice* dev, const char* name, unsigned int index, double* value) {

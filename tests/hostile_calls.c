@@ -31,6 +31,21 @@ int hostileGet(Fg_Struct* fg, int id, void* value, unsigned int dma, int32_t typ
     return f ? f(fg, id, value, dma, (FgParamTypes)type) : -1;
 }
 
+int hostileRuntimeSet(Fg_Struct* fg, int id, const void* value, unsigned int dma, int32_t type)
+{
+    return Fg_setParameterWithType(fg, id, value, dma, (FgParamTypes)type);
+}
+
+int hostileRuntimeGet(Fg_Struct* fg, int id, void* value, unsigned int dma, int32_t type)
+{
+    return Fg_getParameterWithType(fg, id, value, dma, (FgParamTypes)type);
+}
+
+int hostileSimSet(QORdevice* dev, const char* name, const void* value, int32_t type)
+{
+    return SimBoard_SetValue(dev, name, (FgParamTypes)type, value);
+}
+
 void hostileElementType(FieldParameterAccess* record, int32_t vtype)
 {
     record->vtype = (FgParamTypes)vtype;

@@ -109,4 +109,27 @@ TEST_F(HostileSelectors, UnknownElementTypesOfTableRecordsAreRefused) {
     }
 }
 
+TEST_F(HostileSelectors, TheSimulatedRuntimeReadsSelectorsAsNumbers) {
+    const std::string name = dp(1, "Buffer_0_DRAM_A_0_XLength");
+    const int hostId = SimBoard_ParameterId(b.dev(), name.c_str());
+    ASSERT_GT(hostId, 0);
+    Fg_Struct* host = SimBoard_HostHandleOf(b.dev());
+    ASSERT_NE(nullptr, host);
+    const uint32_t before = b.designU32(name.c_str());
+    for (int32_t selector : kSelectors) {
+        SCOPED_TRACE(selector);
+        uint32_t v = before + 16;
+        uint64_t back[4] = {0, 0, 0, 0};
+        // The host face refuses the selector, the board keeps its value.
+        EXPECT_NE(0, hostileRuntimeSet(host, hostId, &v, 1, selector));
+        EXPECT_NE(0, hostileRuntimeGet(host, hostId, back, 1, selector));
+        EXPECT_NE(0, hostileSimSet(b.dev(), name.c_str(), &v, selector));
+        EXPECT_EQ(before, b.designU32(name.c_str()));
+        // The application face hands the call on to the applet.
+        uint32_t width = 512;
+        EXPECT_EQ(0, hostileRuntimeSet(b.fg(), FG_WIDTH, &width, 0, selector));
+        EXPECT_EQ(512u, b.u32(FG_WIDTH, 0));
+    }
+}
+
 }  // namespace
