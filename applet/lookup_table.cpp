@@ -9,7 +9,6 @@
 #include <cmath>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "AppletWrapper.h"
 #include "Fg_LutFileParser.h"
@@ -48,10 +47,13 @@ void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, dou
     const double maxIn = static_cast<double>(entries - 1);
     const int64_t maxOut = (int64_t(1) << bits_out) - 1;
     const double maxOutD = static_cast<double>(maxOut);
+    const double exponent = 1.0 / gamma;
+    // pow(x, 1) is x exactly: the usual gamma of 1 needs no power at all.
+    const bool identity = exponent == 1.0;
     for (uint32_t i = 0; i < entries; ++i) {
         const double base = (i / maxIn + offset) * gain;
         int64_t entry = 0;
-        if (!(base < 0)) entry = truncateToInt32(std::pow(base, 1.0 / gamma) * maxOutD + 0.5);
+        if (!(base < 0)) entry = truncateToInt32((identity ? base : std::pow(base, exponent)) * maxOutD + 0.5);
         if (invert == 1) entry = maxOut - entry;
         if (entry < 0) entry = 0;
         if (entry > maxOut) entry = maxOut;
@@ -76,11 +78,12 @@ void writeWholeTable(FgQorWrapperImpl& applet, int port) {
 // passes on.
 template <class Change>
 void keepTableOnFailure(PortState& state, Change&& change) {
-    std::vector<uint32_t> saved(state.cache_FG_LUT_VALUE, state.cache_FG_LUT_VALUE + kLutSize);
+    uint32_t saved[kLutSize];
+    std::memcpy(saved, state.cache_FG_LUT_VALUE, sizeof saved);
     try {
         change();
     } catch (int) {
-        std::memcpy(state.cache_FG_LUT_VALUE, saved.data(), kLutSize * sizeof(uint32_t));
+        std::memcpy(state.cache_FG_LUT_VALUE, saved, sizeof saved);
         throw;
     }
 }
@@ -289,10 +292,10 @@ void FgQorWrapperImpl::set_FG_LUT_VALUE(int port, const FieldParameterAccess* va
 
     // The elements are unsigned 32-bit whatever the record calls them.
     uint32_t* cache = port_[port].cache_FG_LUT_VALUE;
-    std::vector<uint32_t> saved(value->count);
+    uint32_t saved[kLutSize];
     FieldParameterAccess previous = *value;
     previous.vtype = FG_PARAM_TYPE_UINT32_T;
-    previous.p_uint32_t = saved.data();
+    previous.p_uint32_t = saved;
     getFieldCache(cache, &previous);
     FieldParameterAccess incoming = *value;
     incoming.vtype = FG_PARAM_TYPE_UINT32_T;
