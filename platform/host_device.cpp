@@ -433,8 +433,7 @@ uint64_t elemLogValue(const Param& p, size_t k) { return p.kind == HAP_KIND_UFIE
             SimLogEntry& e = appendLog(d, p.id, p.name.c_str(), dma, type);
             e.fieldIndex = a.index;
             e.fieldCount = a.count;
-            d->logFields.emplace_back(a.count);
-            std::vector<uint64_t>& vals = d->logFields.back();
+            std::vector<uint64_t>& vals = d->logFields.next(a.count);
             if (p.kind == HAP_KIND_UFIELD)
                 std::copy(p.uf.begin() + a.index, p.uf.begin() + a.index + a.count, vals.begin());
             else
@@ -475,8 +474,9 @@ uint64_t elemLogValue(const Param& p, size_t k) { return p.kind == HAP_KIND_UFIE
             e.u = n.u;
         e.fieldIndex = index;
         e.fieldCount = 1;
-        d->logFields.emplace_back(1, elemLogValue(p, index));
-        e.fieldValues = d->logFields.back().data();
+        std::vector<uint64_t>& vals = d->logFields.next(1);
+        vals[0] = elemLogValue(p, index);
+        e.fieldValues = vals.data();
     }
     return FG_OK;
 }

@@ -68,6 +68,25 @@ struct DesignTable {
 };
 
 // The description tree of one port; every record and string is owned here.
+// The element values of logged table writes. A cleared log keeps its
+// buffers and hands them out again, so a table write logs without allocating
+// once the log has held as many; a buffer's address stays valid until the
+// next clear.
+class FieldLog {
+public:
+    std::vector<uint64_t>& next(size_t count) {
+        if (used_ == slots_.size()) slots_.emplace_back();
+        std::vector<uint64_t>& v = slots_[used_++];
+        v.resize(count);
+        return v;
+    }
+    void clear() { used_ = 0; }
+
+private:
+    std::deque<std::vector<uint64_t>> slots_;
+    size_t used_ = 0;
+};
+
 struct InfoTree {
     std::deque<RegisterInfo> recs;
     std::deque<std::string> strs;
@@ -114,7 +133,7 @@ struct Device {
     // write log (successful writes only)
     std::vector<SimLogEntry> log;
     std::deque<std::string> logTexts;
-    std::deque<std::vector<uint64_t>> logFields;
+    FieldLog logFields;
 
     // host calls and faults
     int hostCalls = 0;
