@@ -199,22 +199,57 @@ RegisterInfo* Fg_ParameterInfo::newParameter(RegisterInfo* parent, REG_FORMAT fo
     return reg;
 }
 
-RegisterInfo* Fg_ParameterInfo::addInfoInt(RegisterInfo* parent, const char* name, const char* paramName, int from,
-                                           int to, int steps, int accessFlags, int rangeFlags, int visibilityFlags,
-                                           const char* unit, int id, int port)
+template <class Fill>
+RegisterInfo* Fg_ParameterInfo::addParameter(RegisterInfo* parent, REG_FORMAT format, const char* name,
+                                             const char* paramName, int accessFlags, int rangeFlags,
+                                             int visibilityFlags, const char* unit, int id, int port, Fill&& fill)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_INT, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
+    RegisterInfo* reg = newParameter(parent, format, name, paramName, accessFlags, rangeFlags, visibilityFlags,
+                                     unit, id, port);
     if (reg == NULL)
         return NULL;
-    reg->u.iReg.from = from;
-    reg->u.iReg.to = to;
-    reg->u.iReg.steps = steps;
-    if (!attachToParent(parent, reg)) {
+    if (!fill(*reg) || !attachToParent(parent, reg)) {
         discardNewest(port);
         return NULL;
     }
     return reg;
+}
+
+namespace {
+
+// The range of a scalar record's variant.
+template <class Range, class T>
+bool setRange(Range& r, T from, T to, T steps)
+{
+    r.from = from;
+    r.to = to;
+    r.steps = steps;
+    return true;
+}
+
+// The range of a field record's variant; the shown element starts at index 0
+// with the lower bound as its value.
+template <class Field, class T>
+bool setFieldRange(Field& f, int size, T from, T to)
+{
+    f.from = from;
+    f.to = to;
+    f.nrOfElements = size;
+    f.index = 0;
+    f.value = from;
+    return true;
+}
+
+}  // namespace
+
+#define ORV_PARAMETER_ARGS accessFlags, rangeFlags, visibilityFlags, unit, id, port
+
+RegisterInfo* Fg_ParameterInfo::addInfoInt(RegisterInfo* parent, const char* name, const char* paramName, int from,
+                                           int to, int steps, int accessFlags, int rangeFlags, int visibilityFlags,
+                                           const char* unit, int id, int port)
+{
+    return addParameter(parent, REG_FORMAT_INT, name, paramName, ORV_PARAMETER_ARGS,
+                        [&](RegisterInfo& r) { return setRange(r.u.iReg, from, to, steps); });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoUInt(RegisterInfo* parent, const char* name, const char* paramName,
@@ -222,18 +257,8 @@ RegisterInfo* Fg_ParameterInfo::addInfoUInt(RegisterInfo* parent, const char* na
                                             int accessFlags, int rangeFlags, int visibilityFlags,
                                             const char* unit, int id, int port)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_UINT, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
-    reg->u.uiReg.from = from;
-    reg->u.uiReg.to = to;
-    reg->u.uiReg.steps = steps;
-    if (!attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+    return addParameter(parent, REG_FORMAT_UINT, name, paramName, ORV_PARAMETER_ARGS,
+                        [&](RegisterInfo& r) { return setRange(r.u.uiReg, from, to, steps); });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoInt64(RegisterInfo* parent, const char* name, const char* paramName,
@@ -241,19 +266,11 @@ RegisterInfo* Fg_ParameterInfo::addInfoInt64(RegisterInfo* parent, const char* n
                                              int rangeFlags, int visibilityFlags, const char* unit, int id,
                                              int port)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_INT64, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
     // The 64-bit variant holds the bit patterns of the signed bounds.
-    reg->u.iReg64.from = static_cast<uint64_t>(from);
-    reg->u.iReg64.to = static_cast<uint64_t>(to);
-    reg->u.iReg64.steps = static_cast<uint64_t>(steps);
-    if (!attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+    return addParameter(parent, REG_FORMAT_INT64, name, paramName, ORV_PARAMETER_ARGS, [&](RegisterInfo& r) {
+        return setRange(r.u.iReg64, static_cast<uint64_t>(from), static_cast<uint64_t>(to),
+                        static_cast<uint64_t>(steps));
+    });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoUInt64(RegisterInfo* parent, const char* name, const char* paramName,
@@ -261,18 +278,8 @@ RegisterInfo* Fg_ParameterInfo::addInfoUInt64(RegisterInfo* parent, const char* 
                                               int rangeFlags, int visibilityFlags, const char* unit, int id,
                                               int port)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_UINT64, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
-    reg->u.iReg64.from = from;
-    reg->u.iReg64.to = to;
-    reg->u.iReg64.steps = steps;
-    if (!attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+    return addParameter(parent, REG_FORMAT_UINT64, name, paramName, ORV_PARAMETER_ARGS,
+                        [&](RegisterInfo& r) { return setRange(r.u.iReg64, from, to, steps); });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoDouble(RegisterInfo* parent, const char* name, const char* paramName,
@@ -280,18 +287,8 @@ RegisterInfo* Fg_ParameterInfo::addInfoDouble(RegisterInfo* parent, const char* 
                                               int rangeFlags, int visibilityFlags, const char* unit, int id,
                                               int port)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_DOUBLE, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
-    reg->u.dReg.from = from;
-    reg->u.dReg.to = to;
-    reg->u.dReg.steps = steps;
-    if (!attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+    return addParameter(parent, REG_FORMAT_DOUBLE, name, paramName, ORV_PARAMETER_ARGS,
+                        [&](RegisterInfo& r) { return setRange(r.u.dReg, from, to, steps); });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoIntField(RegisterInfo* parent, const char* name, const char* paramName,
@@ -299,20 +296,8 @@ RegisterInfo* Fg_ParameterInfo::addInfoIntField(RegisterInfo* parent, const char
                                                 int rangeFlags, int visibilityFlags, const char* unit, int id,
                                                 int port)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_INTFIELD, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
-    reg->u.ifReg.from = from;
-    reg->u.ifReg.to = to;
-    reg->u.ifReg.nrOfElements = size;
-    reg->u.ifReg.index = 0;
-    reg->u.ifReg.value = from;
-    if (!attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+    return addParameter(parent, REG_FORMAT_INTFIELD, name, paramName, ORV_PARAMETER_ARGS,
+                        [&](RegisterInfo& r) { return setFieldRange(r.u.ifReg, size, from, to); });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoUIntField(RegisterInfo* parent, const char* name, const char* paramName,
@@ -320,20 +305,8 @@ RegisterInfo* Fg_ParameterInfo::addInfoUIntField(RegisterInfo* parent, const cha
                                                  unsigned int /*steps*/, int accessFlags, int rangeFlags,
                                                  int visibilityFlags, const char* unit, int id, int port)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_UINTFIELD, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
-    reg->u.uifReg.from = from;
-    reg->u.uifReg.to = to;
-    reg->u.uifReg.nrOfElements = size;
-    reg->u.uifReg.index = 0;
-    reg->u.uifReg.value = from;
-    if (!attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+    return addParameter(parent, REG_FORMAT_UINTFIELD, name, paramName, ORV_PARAMETER_ARGS,
+                        [&](RegisterInfo& r) { return setFieldRange(r.u.uifReg, size, from, to); });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoDoubleField(RegisterInfo* parent, const char* name, const char* paramName,
@@ -341,20 +314,8 @@ RegisterInfo* Fg_ParameterInfo::addInfoDoubleField(RegisterInfo* parent, const c
                                                    int accessFlags, int rangeFlags, int visibilityFlags,
                                                    const char* unit, int id, int port)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_DOUBLEFIELD, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
-    reg->u.dfReg.from = from;
-    reg->u.dfReg.to = to;
-    reg->u.dfReg.nrOfElements = size;
-    reg->u.dfReg.index = 0;
-    reg->u.dfReg.value = from;
-    if (!attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+    return addParameter(parent, REG_FORMAT_DOUBLEFIELD, name, paramName, ORV_PARAMETER_ARGS,
+                        [&](RegisterInfo& r) { return setFieldRange(r.u.dfReg, size, from, to); });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoEnum(RegisterInfo* parent, const char* name, const char* paramName,
@@ -363,51 +324,39 @@ RegisterInfo* Fg_ParameterInfo::addInfoEnum(RegisterInfo* parent, const char* na
 {
     if (nrOfElements < 0)
         return NULL;
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_ENUM, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
-    EnumReg& e = reg->u.eReg;
-    if (nrOfElements > 0) {
-        const size_t n = static_cast<size_t>(nrOfElements);
-        e.enumNames = static_cast<char**>(calloc(n, sizeof(char*)));
-        e.enumDefName = static_cast<char**>(calloc(n, sizeof(char*)));
-        e.enumValues = static_cast<int*>(calloc(n, sizeof(int)));
-        // The entry count is set only with all three arrays in place, so that
-        // releasing a half-built record never walks a missing array.
-        if (e.enumNames == NULL || e.enumDefName == NULL || e.enumValues == NULL) {
-            discardNewest(port);
-            return NULL;
+    return addParameter(parent, REG_FORMAT_ENUM, name, paramName, ORV_PARAMETER_ARGS, [&](RegisterInfo& r) {
+        EnumReg& e = r.u.eReg;
+        if (nrOfElements > 0) {
+            const size_t n = static_cast<size_t>(nrOfElements);
+            e.enumNames = static_cast<char**>(calloc(n, sizeof(char*)));
+            e.enumDefName = static_cast<char**>(calloc(n, sizeof(char*)));
+            e.enumValues = static_cast<int*>(calloc(n, sizeof(int)));
+            // The entry count is set only with all three arrays in place, so
+            // that releasing a half-built record never walks a missing array.
+            if (e.enumNames == NULL || e.enumDefName == NULL || e.enumValues == NULL)
+                return false;
         }
-    }
-    e.nrOfElements = nrOfElements;
-    e.absValue = 0;
-    e.indexValue = 0;
-    if (!attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+        e.nrOfElements = nrOfElements;
+        e.absValue = 0;
+        e.indexValue = 0;
+        return true;
+    });
 }
 
 RegisterInfo* Fg_ParameterInfo::addInfoString(RegisterInfo* parent, const char* name, const char* paramName,
                                               const char* fileExt, int accessFlags, int rangeFlags,
                                               int visibilityFlags, const char* unit, int id, int port)
 {
-    RegisterInfo* reg = newParameter(parent, REG_FORMAT_STRING, name, paramName, accessFlags, rangeFlags,
-                                     visibilityFlags, unit, id, port);
-    if (reg == NULL)
-        return NULL;
-    bool failed = false;
-    reg->u.sReg.string = NULL;
-    reg->u.sReg.strLen = 0;
-    reg->u.sReg.FileExtension = copyText(fileExt, failed);
-    if (failed || !attachToParent(parent, reg)) {
-        discardNewest(port);
-        return NULL;
-    }
-    return reg;
+    return addParameter(parent, REG_FORMAT_STRING, name, paramName, ORV_PARAMETER_ARGS, [&](RegisterInfo& r) {
+        bool failed = false;
+        r.u.sReg.string = NULL;
+        r.u.sReg.strLen = 0;
+        r.u.sReg.FileExtension = copyText(fileExt, failed);
+        return !failed;
+    });
 }
+
+#undef ORV_PARAMETER_ARGS
 
 int Fg_ParameterInfo::addEnumNameValue(RegisterInfo* reg, int element, const char* name, int value,
                                        const char* defname)

@@ -95,6 +95,13 @@ private:
     RegisterInfo* newParameter(RegisterInfo* parent, REG_FORMAT format, const char* name, const char* paramName,
                                int accessFlags, int rangeFlags, int visibilityFlags, const char* unit, int id,
                                int port);
+    // A parameter record of the given kind whose variant `fill` completes
+    // (false: it could not), attached to its parent; NULL and nothing kept
+    // when any step fails.
+    template <class Fill>
+    RegisterInfo* addParameter(RegisterInfo* parent, REG_FORMAT format, const char* name, const char* paramName,
+                               int accessFlags, int rangeFlags, int visibilityFlags, const char* unit, int id,
+                               int port, Fill&& fill);
     // Drops the newest record of the slot (one that could not be completed).
     void discardNewest(int port);
     static bool attachToParent(RegisterInfo* parent, RegisterInfo* child);
