@@ -448,19 +448,27 @@ void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_SELECT_MODE(int port, uint32_t* va
 
 // ---- geometry ----
 
-void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_WIDTH(int port, uint32_t value, bool throwOnError) {
-    CamSim sim(*this, port);
+// A size from 1 up to the maximum `maximumOf` computes from the design; a
+// failing computation refuses the value with its code.
+template <class Maximum>
+static bool sizeAccepted(uint32_t value, Maximum&& maximumOf, bool throwOnError) {
     uint32_t maximum;
     try {
-        maximum = sim.widthMax();
+        maximum = maximumOf();
     } catch (int code) {
-        reject(code, throwOnError);
-        return;
+        FgQorWrapperImpl::reject(code, throwOnError);
+        return false;
     }
     if (value == 0 || value > maximum) {
-        reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
-        return;
+        FgQorWrapperImpl::reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+        return false;
     }
+    return true;
+}
+
+void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_WIDTH(int port, uint32_t value, bool throwOnError) {
+    CamSim sim(*this, port);
+    if (!sizeAccepted(value, [&] { return sim.widthMax(); }, throwOnError)) return;
     PortState& s = sim.s;
     commit(s.cache_FG_CAMERASIMULATOR_WIDTH, value, throwOnError, [&] {
         sim.setWidth(value, sim.mode() == kPixelFrequencyMode ? s.used_line_gap : 0);
@@ -477,17 +485,7 @@ void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_WIDTH(int port, uint32_t* value) {
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_HEIGHT(int port, uint32_t value, bool throwOnError) {
     CamSim sim(*this, port);
-    uint32_t maximum;
-    try {
-        maximum = sim.heightMax();
-    } catch (int code) {
-        reject(code, throwOnError);
-        return;
-    }
-    if (value == 0 || value > maximum) {
-        reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
-        return;
-    }
+    if (!sizeAccepted(value, [&] { return sim.heightMax(); }, throwOnError)) return;
     PortState& s = sim.s;
     commit(s.cache_FG_CAMERASIMULATOR_HEIGHT, value, throwOnError, [&] {
         const bool frameRateMode = sim.mode() == kFrameRateMode;
