@@ -60,39 +60,29 @@ bool isNumericType(FgParamTypes t) {
     }
 }
 
+// The value of type T at v, which need not be aligned.
+template <class T>
+T loadAs(const void* v) {
+    T x;
+    std::memcpy(&x, v, sizeof x);
+    return x;
+}
+
 // Reads a number of type t at v (t must be numeric).
 Num loadNum(FgParamTypes t, const void* v) {
     switch (t) {
-        case FG_PARAM_TYPE_INT32_T: {
-            int32_t x;
-            std::memcpy(&x, v, sizeof x);
-            return numI(x);
-        }
-        case FG_PARAM_TYPE_UINT32_T: {
-            uint32_t x;
-            std::memcpy(&x, v, sizeof x);
-            return numU(x);
-        }
-        case FG_PARAM_TYPE_INT64_T: {
-            int64_t x;
-            std::memcpy(&x, v, sizeof x);
-            return numI(x);
-        }
-        case FG_PARAM_TYPE_UINT64_T: {
-            uint64_t x;
-            std::memcpy(&x, v, sizeof x);
-            return numU(x);
-        }
-        case FG_PARAM_TYPE_SIZE_T: {
-            size_t x;
-            std::memcpy(&x, v, sizeof x);
-            return numU(x);
-        }
-        default: {
-            double x;
-            std::memcpy(&x, v, sizeof x);
-            return numD(x);
-        }
+        case FG_PARAM_TYPE_INT32_T:
+            return numI(loadAs<int32_t>(v));
+        case FG_PARAM_TYPE_UINT32_T:
+            return numU(loadAs<uint32_t>(v));
+        case FG_PARAM_TYPE_INT64_T:
+            return numI(loadAs<int64_t>(v));
+        case FG_PARAM_TYPE_UINT64_T:
+            return numU(loadAs<uint64_t>(v));
+        case FG_PARAM_TYPE_SIZE_T:
+            return numU(loadAs<size_t>(v));
+        default:
+            return numD(loadAs<double>(v));
     }
 }
 
@@ -150,47 +140,31 @@ double toDouble(const Num& n) {
     }
 }
 
+// Stores x at out, which need not be aligned, as a T.
+template <class T, class V>
+int storeAs(void* out, V x) {
+    const T t = static_cast<T>(x);
+    std::memcpy(out, &t, sizeof t);
+    return FG_OK;
+}
+
 // Stores n at out in type t (numeric). 0, or -6000 when it does not fit.
 int storeNum(FgParamTypes t, void* out, const Num& n) {
+    int64_t i;
+    uint64_t u;
     switch (t) {
-        case FG_PARAM_TYPE_INT32_T: {
-            int64_t v;
-            if (!toSigned(n, INT32_MIN, INT32_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
-            int32_t x = static_cast<int32_t>(v);
-            std::memcpy(out, &x, sizeof x);
-            return FG_OK;
-        }
-        case FG_PARAM_TYPE_UINT32_T: {
-            uint64_t v;
-            if (!toUnsigned(n, UINT32_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
-            uint32_t x = static_cast<uint32_t>(v);
-            std::memcpy(out, &x, sizeof x);
-            return FG_OK;
-        }
-        case FG_PARAM_TYPE_INT64_T: {
-            int64_t v;
-            if (!toSigned(n, INT64_MIN, INT64_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
-            std::memcpy(out, &v, sizeof v);
-            return FG_OK;
-        }
-        case FG_PARAM_TYPE_UINT64_T: {
-            uint64_t v;
-            if (!toUnsigned(n, UINT64_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
-            std::memcpy(out, &v, sizeof v);
-            return FG_OK;
-        }
-        case FG_PARAM_TYPE_SIZE_T: {
-            uint64_t v;
-            if (!toUnsigned(n, SIZE_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
-            size_t x = static_cast<size_t>(v);
-            std::memcpy(out, &x, sizeof x);
-            return FG_OK;
-        }
-        case FG_PARAM_TYPE_DOUBLE: {
-            double x = toDouble(n);
-            std::memcpy(out, &x, sizeof x);
-            return FG_OK;
-        }
+        case FG_PARAM_TYPE_INT32_T:
+            return toSigned(n, INT32_MIN, INT32_MAX, i) ? storeAs<int32_t>(out, i) : FG_ERR_VALUE_OUT_OF_RANGE;
+        case FG_PARAM_TYPE_UINT32_T:
+            return toUnsigned(n, UINT32_MAX, u) ? storeAs<uint32_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
+        case FG_PARAM_TYPE_INT64_T:
+            return toSigned(n, INT64_MIN, INT64_MAX, i) ? storeAs<int64_t>(out, i) : FG_ERR_VALUE_OUT_OF_RANGE;
+        case FG_PARAM_TYPE_UINT64_T:
+            return toUnsigned(n, UINT64_MAX, u) ? storeAs<uint64_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
+        case FG_PARAM_TYPE_SIZE_T:
+            return toUnsigned(n, SIZE_MAX, u) ? storeAs<size_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
+        case FG_PARAM_TYPE_DOUBLE:
+            return storeAs<double>(out, toDouble(n));
         default:
             return FG_ERR_INVALID_PARAMETER;
     }
