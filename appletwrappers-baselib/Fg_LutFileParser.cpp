@@ -227,27 +227,43 @@ int Fg_LutFileParser::saveLutToFile(const char* name, const LookupTable* table)
     writeLutFileHeader(kBlank);
     writeLutFileHeader("[gray]");
     writeLutFileHeader(kBlank);
-    writeKeys(*table);
-    writeEntries(*table);
+    writeBody(*table);
+    return 0;
+}
+
+void Fg_LutFileParser::writeBody(const LookupTable& table)
+{
+    writeKeys(table);
+    writeEntries(table);
+}
+
+void Fg_LutFileParser::writeBody(const KneeLookupTable& table)
+{
+    writeEntries(table);
+}
+
+template <class Table>
+int Fg_LutFileParser::saveChannels(const char* name, const char* heading, const Table* red, const Table* green,
+                                   const Table* blue)
+{
+    if (!writable(red) || !writable(green) || !writable(blue) || !setSaveFile(name))
+        return -1;
+    const char* sections[3] = {"[red]", "[green]", "[blue]"};
+    const Table* tables[3] = {red, green, blue};
+    writeLutFileHeader(heading);
+    for (int c = 0; c < 3; ++c) {
+        writeLutFileHeader(kBlank);
+        writeLutFileHeader(sections[c]);
+        writeLutFileHeader(kBlank);
+        writeBody(*tables[c]);
+    }
     return 0;
 }
 
 int Fg_LutFileParser::saveLutToFile(const char* name, const LookupTable* red,
                                     const LookupTable* green, const LookupTable* blue)
 {
-    if (!writable(red) || !writable(green) || !writable(blue) || !setSaveFile(name))
-        return -1;
-    const char* sections[3] = {"[red]", "[green]", "[blue]"};
-    const LookupTable* tables[3] = {red, green, blue};
-    writeLutFileHeader(kLutHeading);
-    for (int c = 0; c < 3; ++c) {
-        writeLutFileHeader(kBlank);
-        writeLutFileHeader(sections[c]);
-        writeLutFileHeader(kBlank);
-        writeKeys(*tables[c]);
-        writeEntries(*tables[c]);
-    }
-    return 0;
+    return saveChannels(name, kLutHeading, red, green, blue);
 }
 
 int Fg_LutFileParser::saveLutToFile(const char* name, const KneeLookupTable* table,
@@ -265,18 +281,7 @@ int Fg_LutFileParser::saveLutToFile(const char* name, const KneeLookupTable* tab
 int Fg_LutFileParser::saveLutToFile(const char* name, const KneeLookupTable* red,
                                     const KneeLookupTable* green, const KneeLookupTable* blue)
 {
-    if (!writable(red) || !writable(green) || !writable(blue) || !setSaveFile(name))
-        return -1;
-    const char* sections[3] = {"[red]", "[green]", "[blue]"};
-    const KneeLookupTable* tables[3] = {red, green, blue};
-    writeLutFileHeader(kKneeHeadingTriple);
-    for (int c = 0; c < 3; ++c) {
-        writeLutFileHeader(kBlank);
-        writeLutFileHeader(sections[c]);
-        writeLutFileHeader(kBlank);
-        writeEntries(*tables[c]);
-    }
-    return 0;
+    return saveChannels(name, kKneeHeadingTriple, red, green, blue);
 }
 
 int Fg_LutFileParser::saveMatrixToFile(const char* name, const char* header, const int* values, int n)

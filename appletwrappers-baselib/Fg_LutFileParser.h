@@ -108,6 +108,14 @@ private:
     void writeKeys(const LookupTable& table);
     void writeEntries(const LookupTable& table);
     void writeEntries(const KneeLookupTable& table);
+    // A table's part of a file: keys and entries, or entries only for a knee table.
+    void writeBody(const LookupTable& table);
+    void writeBody(const KneeLookupTable& table);
+    // The three-channel files: the heading, then per channel a blank line,
+    // its section line, a blank line and its body.
+    template <class Table>
+    int saveChannels(const char* name, const char* heading, const Table* red, const Table* green,
+                     const Table* blue);
 
     std::FILE* mConfigFile;
 };
