@@ -549,42 +549,36 @@ struct Value {
     int fieldTotal = 0;
 };
 
+// Reads a number as type T and widens it into `out`; the read's code.
+template <class T, class Out>
+int readNumber(Fg_Struct* fg, int id, unsigned port, FgParamTypes type, Out& out) {
+    T x = 0;
+    const int code = Fg_getParameterWithType(fg, id, &x, port, type);
+    out = x;
+    return code;
+}
+
 Value readValue(Board& b, int id, unsigned port, const RegisterInfo* r) {
     Value v;
     v.kind = kindOf(r);
     Fg_Struct* fg = b.fg();
     switch (v.kind) {
     case Kind::UInt32:
-    case Kind::Enum: {
-        uint32_t x = 0;
-        v.code = Fg_getParameterWithType(fg, id, &x, port, FG_PARAM_TYPE_UINT32_T);
-        v.u = x;
+    case Kind::Enum:
+        v.code = readNumber<uint32_t>(fg, id, port, FG_PARAM_TYPE_UINT32_T, v.u);
         break;
-    }
-    case Kind::Int32: {
-        int32_t x = 0;
-        v.code = Fg_getParameterWithType(fg, id, &x, port, FG_PARAM_TYPE_INT32_T);
-        v.i = x;
+    case Kind::Int32:
+        v.code = readNumber<int32_t>(fg, id, port, FG_PARAM_TYPE_INT32_T, v.i);
         break;
-    }
-    case Kind::UInt64: {
-        uint64_t x = 0;
-        v.code = Fg_getParameterWithType(fg, id, &x, port, FG_PARAM_TYPE_UINT64_T);
-        v.u = x;
+    case Kind::UInt64:
+        v.code = readNumber<uint64_t>(fg, id, port, FG_PARAM_TYPE_UINT64_T, v.u);
         break;
-    }
-    case Kind::Int64: {
-        int64_t x = 0;
-        v.code = Fg_getParameterWithType(fg, id, &x, port, FG_PARAM_TYPE_INT64_T);
-        v.i = x;
+    case Kind::Int64:
+        v.code = readNumber<int64_t>(fg, id, port, FG_PARAM_TYPE_INT64_T, v.i);
         break;
-    }
-    case Kind::Double: {
-        double x = 0;
-        v.code = Fg_getParameterWithType(fg, id, &x, port, FG_PARAM_TYPE_DOUBLE);
-        v.d = x;
+    case Kind::Double:
+        v.code = readNumber<double>(fg, id, port, FG_PARAM_TYPE_DOUBLE, v.d);
         break;
-    }
     case Kind::Text: {
         std::vector<char> buf(kTextBuffer, '\0');
         v.code = Fg_getParameterWithType(fg, id, buf.data(), port, FG_PARAM_TYPE_CHAR_PTR);
