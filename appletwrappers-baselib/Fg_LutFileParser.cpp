@@ -217,6 +217,19 @@ bool writable(const KneeLookupTable* t)
     return t != nullptr && (t->value != nullptr || t->nrOfElements == 0);
 }
 
+// The three channels of a colour file, each from its section; stops at the
+// first channel that cannot be read.
+template <class Table>
+int readChannels(Fg_LutFileParser& parser, const char* name, Table* red, Table* green, Table* blue)
+{
+    int result = parser.getLutFromFile(name, red, "[red]");
+    if (result == 0)
+        result = parser.getLutFromFile(name, green, "[green]");
+    if (result == 0)
+        result = parser.getLutFromFile(name, blue, "[blue]");
+    return result;
+}
+
 } // namespace
 
 int Fg_LutFileParser::saveLutToFile(const char* name, const LookupTable* table)
@@ -443,12 +456,7 @@ int Fg_LutFileParser::getLutFromFile(const char* name, LookupTable* table, const
 int Fg_LutFileParser::getLutFromFile(const char* name, LookupTable* red, LookupTable* green,
                                      LookupTable* blue)
 {
-    int result = getLutFromFile(name, red, "[red]");
-    if (result == 0)
-        result = getLutFromFile(name, green, "[green]");
-    if (result == 0)
-        result = getLutFromFile(name, blue, "[blue]");
-    return result;
+    return readChannels(*this, name, red, green, blue);
 }
 
 int Fg_LutFileParser::getLutFromFile(const char* name, KneeLookupTable* table, const char* section)
@@ -473,10 +481,5 @@ int Fg_LutFileParser::getLutFromFile(const char* name, KneeLookupTable* table, c
 int Fg_LutFileParser::getLutFromFile(const char* name, KneeLookupTable* red, KneeLookupTable* green,
                                      KneeLookupTable* blue)
 {
-    int result = getLutFromFile(name, red, "[red]");
-    if (result == 0)
-        result = getLutFromFile(name, green, "[green]");
-    if (result == 0)
-        result = getLutFromFile(name, blue, "[blue]");
-    return result;
+    return readChannels(*this, name, red, green, blue);
 }

@@ -340,6 +340,12 @@ void setElem(Param& p, size_t k, uint64_t u, double dv) {
 
 uint64_t elemLogValue(const Param& p, size_t k) { return p.kind == HAP_KIND_UFIELD ? p.uf[k] : bitsOf(p.df[k]); }
 
+// An access record the field can serve: a known element type, a range
+// inside the field, element memory for a non-empty range.
+bool recordFits(const Param& p, const FieldParameterAccess& a, const ElemType& et) {
+    return et.size != 0 && fieldRange(p.count, a.index, a.count) && (a.count == 0 || a.ptr != nullptr);
+}
+
 // Writes a design parameter with conversion (value not NULL, fault and
 // access checks done). `log`: append the write to the log on success.
 [[gnu::noinline]] int writeDesignConverted(Device* d, Param& p, const void* value, unsigned int dma,
@@ -381,10 +387,8 @@ uint64_t elemLogValue(const Param& p, size_t k) { return p.kind == HAP_KIND_UFIE
     // field parameters
     if (t == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS) {
         const FieldParameterAccess& a = *static_cast<const FieldParameterAccess*>(value);
-        ElemType et = elemTypeOf(a);
-        if (et.size == 0) return FG_ERR_INVALID_PARAMETER;
-        if (!fieldRange(p.count, a.index, a.count)) return FG_ERR_INVALID_PARAMETER;
-        if (a.count > 0 && a.ptr == nullptr) return FG_ERR_INVALID_PARAMETER;
+        const ElemType et = elemTypeOf(a);
+        if (!recordFits(p, a, et)) return FG_ERR_INVALID_PARAMETER;
         if (p.kind == HAP_KIND_UFIELD && et.size == 4 && !et.isSigned) {
             // 32-bit unsigned elements always fit a field of 32-bit values:
             // copied as they are (a whole table at once is the usual case).
@@ -498,10 +502,8 @@ inline int writeDesign(Device* d, Param& p, const void* value, unsigned int dma,
     }
     if (t == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS) {
         const FieldParameterAccess& a = *static_cast<const FieldParameterAccess*>(value);
-        ElemType et = elemTypeOf(a);
-        if (et.size == 0) return FG_ERR_INVALID_PARAMETER;
-        if (!fieldRange(p.count, a.index, a.count)) return FG_ERR_INVALID_PARAMETER;
-        if (a.count > 0 && a.ptr == nullptr) return FG_ERR_INVALID_PARAMETER;
+        const ElemType et = elemTypeOf(a);
+        if (!recordFits(p, a, et)) return FG_ERR_INVALID_PARAMETER;
         for (size_t k = 0; k < a.count; ++k) {
             if (!storeElem(a, et, k, elemNum(p, a.index + k))) return FG_ERR_VALUE_OUT_OF_RANGE;
         }
