@@ -100,7 +100,7 @@ orv_add_test(test_applet_xml BOARD SOURCES ${CMAKE_CURRENT_LIST_DIR}/test_applet
 # Both ports' documents of real boards written to files for the external tools.
 add_executable(xml_dump_applet ${CMAKE_CURRENT_LIST_DIR}/xml_dump_applet.cpp)
 target_link_libraries(xml_dump_applet PRIVATE talrun5 ${CMAKE_DL_LIBS} pthread)
-target_include_directories(xml_dump_applet PRIVATE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/applet)
+target_include_directories(xml_dump_applet PRIVATE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/applet ${CMAKE_CURRENT_LIST_DIR})
 add_dependencies(xml_dump_applet Orvindel)
 set(ORV_APPLET_DOCS
   ${ORV_GENAPI_DIR}/applet_port0.xml

@@ -17,6 +17,7 @@
 #include "fg_types.h"
 #include "sdk_ids.h"
 #include "sim_board.h"
+#include "xml_dump_file.h"
 
 namespace {
 
@@ -28,31 +29,8 @@ const uint32_t kLutTypeCustom = 0;            // LUT_TYPE_CUSTOM
 
 bool dump(Fg_Struct* fg, int port, const std::string& path)
 {
-    size_t size = 0;
-    int rc = Fg_getParameterInfoXML(fg, port, NULL, &size);
-    if (rc != 0 || size == 0) {
-        std::fprintf(stderr, "%s: size query answered %d\n", path.c_str(), rc);
-        return false;
-    }
-    std::vector<char> buffer(size);
-    rc = Fg_getParameterInfoXML(fg, port, buffer.data(), &size);
-    if (rc != 0 || size != buffer.size()) {
-        std::fprintf(stderr, "%s: copy answered %d\n", path.c_str(), rc);
-        return false;
-    }
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (f == NULL) {
-        std::perror(path.c_str());
-        return false;
-    }
-    const size_t length = size - 1;  // without the terminating zero
-    const bool ok = std::fwrite(buffer.data(), 1, length, f) == length;
-    if (std::fclose(f) != 0 || !ok) {
-        std::fprintf(stderr, "%s: write failed\n", path.c_str());
-        return false;
-    }
-    std::printf("wrote %s (%zu bytes)\n", path.c_str(), length);
-    return true;
+    auto query = [&](char* buffer, size_t* size) { return Fg_getParameterInfoXML(fg, port, buffer, size); };
+    return dumpXmlFile(query, path);
 }
 
 bool setU32(Fg_Struct* fg, int id, uint32_t value, int port)

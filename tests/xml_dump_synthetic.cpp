@@ -10,36 +10,14 @@
 #include <vector>
 
 #include "xml_test_support.h"
+#include "xml_dump_file.h"
 
 namespace {
 
 bool dump(XmlTestWrapper& wrapper, int port, const std::string& path)
 {
-    size_t size = 0;
-    int rc = wrapper.Fg_getParameterInfoXML(NULL, port, NULL, &size);
-    if (rc != 0) {
-        std::fprintf(stderr, "%s: size query answered %d\n", path.c_str(), rc);
-        return false;
-    }
-    std::vector<char> buffer(size);
-    rc = wrapper.Fg_getParameterInfoXML(NULL, port, buffer.data(), &size);
-    if (rc != 0 || size != buffer.size()) {
-        std::fprintf(stderr, "%s: copy answered %d\n", path.c_str(), rc);
-        return false;
-    }
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (f == NULL) {
-        std::perror(path.c_str());
-        return false;
-    }
-    const size_t length = size - 1;  // without the terminating zero
-    const bool ok = std::fwrite(buffer.data(), 1, length, f) == length;
-    if (std::fclose(f) != 0 || !ok) {
-        std::fprintf(stderr, "%s: write failed\n", path.c_str());
-        return false;
-    }
-    std::printf("wrote %s (%zu bytes)\n", path.c_str(), length);
-    return true;
+    auto query = [&](char* buffer, size_t* size) { return wrapper.Fg_getParameterInfoXML(NULL, port, buffer, size); };
+    return dumpXmlFile(query, path);
 }
 
 }  // namespace
