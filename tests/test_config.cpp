@@ -12,11 +12,15 @@
 #include <vector>
 
 #include "board_fixture.h"
+#include "board_snapshot.h"
 
 namespace {
 
 using orvtest::Board;
 using orvtest::dp;
+using orvtest::Snapshot;
+using orvtest::boardSnapshot;
+using orvtest::differences;
 
 const int kFileNotFound = -2076;
 const int kLoadFailed = -5000;
@@ -175,76 +179,7 @@ std::string startStateFile() {
     return text;
 }
 
-// ---- the readable state of a board ------------------------------------------------
-
-enum class Kind { U32, DOUBLE, TEXT, U64, UFIELD, DFIELD, HOSTTYPE };
-
-struct SdkParam {
-    const char* name;
-    int id;
-    Kind kind;
-};
-
-const SdkParam kSdkParams[] = {
-#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) {#NAME, ID, Kind::TYPE},
-#include "sdk_params.def"
-};
-
-// Every SDK parameter of both ports as read through the exports (result code
-// and value), and the access flags and upper bounds of their records.
-std::map<std::string, std::string> readableState(Board& b) {
-    std::map<std::string, std::string> state;
-    for (int port = 0; port < 2; ++port) {
-        for (const SdkParam& p : kSdkParams) {
-            std::ostringstream v;
-            v.precision(17);
-            int rc = 0;
-            if (p.kind == Kind::U32 || p.kind == Kind::HOSTTYPE) {
-                uint32_t x = 0xA5A5A5A5u;
-                rc = b.get(p.id, &x, port);
-                v << x;
-            } else if (p.kind == Kind::DOUBLE) {
-                double x = -1.25;
-                rc = b.getD(p.id, &x, port);
-                v << x;
-            } else if (p.kind == Kind::TEXT) {
-                char buf[1024] = {0};
-                rc = Fg_getParameterWithType(b.fg(), p.id, buf, port, FG_PARAM_TYPE_CHAR_PTR);
-                v << "'" << buf << "'";
-            } else if (p.kind == Kind::U64) {
-                uint64_t x = 0;
-                rc = Fg_getParameterWithType(b.fg(), p.id, &x, port, FG_PARAM_TYPE_UINT64_T);
-                v << x;
-            } else {  // the lookup table (4096 integers) and the monitor channels (4 doubles)
-                const bool ints = p.kind == Kind::UFIELD;
-                std::vector<uint32_t> u(4096, 0xA5A5A5A5u);
-                std::vector<double> d(4, -1.0);
-                FieldParameterAccess a;
-                std::memset(&a, 0, sizeof a);
-                a.vtype = ints ? FG_PARAM_TYPE_UINT32_T : FG_PARAM_TYPE_DOUBLE;
-                a.count = ints ? 4096 : 4;
-                a.ptr = ints ? static_cast<void*>(u.data()) : static_cast<void*>(d.data());
-                rc = Fg_getParameterWithType(b.fg(), p.id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
-                if (ints) {
-                    for (uint32_t x : u) v << x << ",";
-                } else {
-                    for (double x : d) v << x << ",";
-                }
-            }
-            std::string where = std::to_string(port) + ":" + p.name;
-            state[where] = "rc " + std::to_string(rc) + " value " + v.str();
-            if (RegisterInfo* r = b.record(port, p.id)) {
-                std::ostringstream rec;
-                rec.precision(17);
-                rec << "access " << r->accessFlags;
-                if (r->format == REG_FORMAT_UINT) rec << " to " << r->u.uiReg.to;
-                if (r->format == REG_FORMAT_DOUBLE) rec << " to " << r->u.dReg.to;
-                state[where + " record"] = rec.str();
-            }
-        }
-    }
-    return state;
-}
+// ---- the state of a board ----
 
 // The values of the design parameters the applet uses, as the simulated board holds them.
 std::map<std::string, std::string> designState(Board& b) {
@@ -281,20 +216,6 @@ std::map<std::string, std::string> designState(Board& b) {
 #define DESIGN_PARAM_SHARED(NAME, KIND, COUNT, ACCESS) add("Device1_Process2_" #NAME, #KIND, COUNT);
 #include "design_params.def"
     return state;
-}
-
-// Lists the entries that differ between two states (long values shortened).
-std::string differences(const std::map<std::string, std::string>& a, const std::map<std::string, std::string>& b) {
-    auto shown = [](const std::string& v) { return v.size() > 80 ? v.substr(0, 80) + "..." : v; };
-    std::string out;
-    for (const auto& kv : a) {
-        auto it = b.find(kv.first);
-        const std::string other = it == b.end() ? "<missing>" : it->second;
-        if (other != kv.second) out += kv.first + ": " + shown(kv.second) + " / " + shown(other) + "\n";
-    }
-    for (const auto& kv : b)
-        if (a.find(kv.first) == a.end()) out += kv.first + ": <missing> / " + shown(kv.second) + "\n";
-    return out;
 }
 
 // Saves the start state of a fresh board to `path`.
@@ -520,13 +441,13 @@ void setDistinctiveValues(Board& b, const std::string& customLut) {
 
 TEST(ConfigRoundTrip, LoadOnAFreshBoardRestoresEveryReadableParameterOfBothPorts) {
     const std::string lut = "custom_port_b.lut";
-    std::map<std::string, std::string> savedParams, savedDesign;
+    Snapshot savedParams, savedDesign;
     {
         Board b;
         ASSERT_TRUE(b.ok());
         setDistinctiveValues(b, lut);
         if (HasFatalFailure()) return;
-        savedParams = readableState(b);
+        savedParams = boardSnapshot(b);
         savedDesign = designState(b);
         ASSERT_EQ(0, Fg_saveConfig(b.fg(), "roundtrip.mcf"));
     }
@@ -537,15 +458,15 @@ TEST(ConfigRoundTrip, LoadOnAFreshBoardRestoresEveryReadableParameterOfBothPorts
     Board fresh;
     ASSERT_TRUE(fresh.ok());
     // The fresh board starts elsewhere on every changed parameter.
-    const std::map<std::string, std::string> before = readableState(fresh);
-    EXPECT_NE(savedParams["0:FG_TIMEOUT"], before.at("0:FG_TIMEOUT"));
-    EXPECT_NE(savedParams["1:FG_LUT_VALUE"], before.at("1:FG_LUT_VALUE"));
+    const Snapshot before = boardSnapshot(fresh);
+    EXPECT_NE(savedParams["0/FG_TIMEOUT"], before.at("0/FG_TIMEOUT"));
+    EXPECT_NE(savedParams["1/FG_LUT_VALUE"], before.at("1/FG_LUT_VALUE"));
 
     EXPECT_NE(0, fresh.set(FG_WIDTH, 7, 0));  // an error in the store, cleared by the load
     ASSERT_EQ(0, Fg_loadConfig(fresh.fg(), "roundtrip.mcf"));
     EXPECT_EQ(0, fresh.lastError());
 
-    std::map<std::string, std::string> loadedParams = readableState(fresh);
+    Snapshot loadedParams = boardSnapshot(fresh);
     std::map<std::string, std::string> loadedDesign = designState(fresh);
     // Not restored, by design of the simulator handlers: the bound of the
     // read-only frame-rate record is narrowed by the simulator geometry
@@ -554,8 +475,8 @@ TEST(ConfigRoundTrip, LoadOnAFreshBoardRestoresEveryReadableParameterOfBothPorts
     // pixel-frequency mode before line-rate mode, whose divisor the design
     // keeps but no longer uses.
     for (auto* state : {&savedParams, &loadedParams}) {
-        state->erase("0:FG_CAMERASIMULATOR_FRAMERATE record");
-        state->erase("1:FG_CAMERASIMULATOR_FRAMERATE record");
+        state->erase("0/FG_CAMERASIMULATOR_FRAMERATE.range");
+        state->erase("1/FG_CAMERASIMULATOR_FRAMERATE.range");
     }
     for (auto* state : {&savedDesign, &loadedDesign})
         state->erase(dp(1, "CameraSimulator_PixelFrequency_RepeatPat_Divisor"));
@@ -613,13 +534,13 @@ TEST(ConfigLoad, FileOfAnotherAppletLoadsNothing) {
 
     Board b;
     ASSERT_TRUE(b.ok());
-    const std::map<std::string, std::string> params = readableState(b);
+    const std::map<std::string, std::string> params = boardSnapshot(b);
     const std::map<std::string, std::string> design = designState(b);
     b.clearLog();
     EXPECT_EQ(kLoadFailed, Fg_loadConfig(b.fg(), "other.mcf"));
     EXPECT_EQ(kLoadFailed, b.lastError());
     EXPECT_EQ(0, SimBoard_LogCount(b.dev()));
-    EXPECT_EQ("", differences(params, readableState(b)));
+    EXPECT_EQ("", differences(params, boardSnapshot(b)));
     EXPECT_EQ("", differences(design, designState(b)));
 
     // Each header key it checks must be there.

@@ -1,0 +1,221 @@
+// What an application can see of a board, as comparable snapshots: every
+// exported parameter of both ports read in the form its record describes,
+// and every field of every registry record.
+#ifndef ORV_TESTS_BOARD_SNAPSHOT_H
+#define ORV_TESTS_BOARD_SNAPSHOT_H
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "board_fixture.h"
+
+namespace orvtest {
+
+const int kTextBuffer = 4096;
+
+struct Parameter {
+    std::string name;
+    int id;
+};
+
+// The exported parameters of the board.
+inline std::vector<Parameter> exportedParameters(Board& b) {
+    std::vector<Parameter> out;
+    const int n = Fg_getNrOfParameter(b.fg());
+    for (int i = 0; i < n; ++i) {
+        const char* name = Fg_getParameterName(b.fg(), i);
+        out.push_back({name ? name : "", Fg_getParameterId(b.fg(), i)});
+    }
+    return out;
+}
+
+// One typed read of a parameter in the form its record describes, as bytes.
+inline std::string readBack(Board& b, int id, int port) {
+    const RegisterInfo* r = b.record(port, id);
+    const int format = r ? int(r->format) : int(REG_FORMAT_UINT);
+    std::vector<unsigned char> buf;
+    int rc;
+    switch (format) {
+    case REG_FORMAT_DOUBLE: {
+        double v = -1.25;
+        rc = Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_DOUBLE);
+        buf.assign(reinterpret_cast<unsigned char*>(&v), reinterpret_cast<unsigned char*>(&v) + sizeof v);
+        break;
+    }
+    case REG_FORMAT_UINT64: {
+        uint64_t v = 0x5A5A5A5A5A5A5A5Aull;
+        rc = Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_UINT64_T);
+        buf.assign(reinterpret_cast<unsigned char*>(&v), reinterpret_cast<unsigned char*>(&v) + sizeof v);
+        break;
+    }
+    case REG_FORMAT_STRING: {
+        std::vector<char> text(kTextBuffer, 0);
+        rc = Fg_getParameterWithType(b.fg(), id, text.data(), port, FG_PARAM_TYPE_CHAR_PTR);
+        text.back() = 0;
+        buf.assign(text.data(), text.data() + std::strlen(text.data()));
+        break;
+    }
+    case REG_FORMAT_UINTFIELD: {
+        std::vector<uint32_t> t(static_cast<size_t>(r->u.uifReg.nrOfElements), 0xA5A5A5A5u);
+        FieldParameterAccess a;
+        std::memset(&a, 0, sizeof a);
+        a.vtype = FG_PARAM_TYPE_UINT32_T;
+        a.count = static_cast<unsigned>(t.size());
+        a.p_uint32_t = t.data();
+        rc = Fg_getParameterWithType(b.fg(), id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
+        buf.assign(reinterpret_cast<unsigned char*>(t.data()), reinterpret_cast<unsigned char*>(t.data() + t.size()));
+        break;
+    }
+    case REG_FORMAT_DOUBLEFIELD: {
+        std::vector<double> t(static_cast<size_t>(r->u.dfReg.nrOfElements), -1.5);
+        FieldParameterAccess a;
+        std::memset(&a, 0, sizeof a);
+        a.vtype = FG_PARAM_TYPE_DOUBLE;
+        a.count = static_cast<unsigned>(t.size());
+        a.p_double = t.data();
+        rc = Fg_getParameterWithType(b.fg(), id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
+        buf.assign(reinterpret_cast<unsigned char*>(t.data()), reinterpret_cast<unsigned char*>(t.data() + t.size()));
+        break;
+    }
+    default: {
+        uint32_t v = 0xA5A5A5A5u;
+        rc = Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_UINT32_T);
+        buf.assign(reinterpret_cast<unsigned char*>(&v), reinterpret_cast<unsigned char*>(&v) + sizeof v);
+        break;
+    }
+    }
+    return std::to_string(rc) + ":" + std::string(buf.begin(), buf.end());
+}
+
+// A readable form of a read-back for messages.
+inline std::string show(const std::string& raw) {
+    std::string out;
+    const size_t n = raw.size() < 40 ? raw.size() : 40;
+    char hex[4];
+    for (size_t i = 0; i < n; ++i) {
+        unsigned char c = static_cast<unsigned char>(raw[i]);
+        if (c >= 32 && c < 127) {
+            out += static_cast<char>(c);
+        } else {
+            std::snprintf(hex, sizeof hex, "%02x", c);
+            out += "\\";
+            out += hex;
+        }
+    }
+    if (raw.size() > n) out += "...";
+    return out;
+}
+
+typedef std::map<std::string, std::string> Snapshot;  // "port/NAME" -> value
+
+// The keys in which two snapshots differ, with both values (at most a few).
+inline std::string differences(const Snapshot& want, const Snapshot& got) {
+    std::string out;
+    int shown = 0;
+    std::set<std::string> keys;
+    for (const auto& kv : want) keys.insert(kv.first);
+    for (const auto& kv : got) keys.insert(kv.first);
+    for (const std::string& k : keys) {
+        const auto w = want.find(k), g = got.find(k);
+        const std::string wv = w == want.end() ? "<none>" : show(w->second);
+        const std::string gv = g == got.end() ? "<none>" : show(g->second);
+        if (wv == gv) continue;
+        if (++shown > 8) {
+            out += "\n  ...";
+            break;
+        }
+        out += "\n  " + k + ": want " + wv + ", got " + gv;
+    }
+    return out;
+}
+
+inline Snapshot readAll(Board& b, const std::vector<Parameter>& params) {
+    Snapshot s;
+    for (int port = 0; port < 2; ++port)
+        for (const Parameter& p : params) s[std::to_string(port) + "/" + p.name] = readBack(b, p.id, port);
+    return s;
+}
+
+// Registry records, field by field: "port/NAME.field" -> value.
+inline void recordFields(const RegisterInfo* r, int port, Snapshot& out, const std::string& path) {
+    if (r == nullptr) return;
+    char buf[96];
+    if (r->format == REG_FORMAT_GROUP) {
+        const std::string here = path + "/" + (r->name ? r->name : "");
+        out[std::to_string(port) + here + ".elements"] = std::to_string(r->u.gReg.nrOfElements);
+        for (int i = 0; i < r->u.gReg.nrOfElements; ++i) recordFields(r->u.gReg.elements[i], port, out, here);
+        return;
+    }
+    const std::string key = std::to_string(port) + "/" + (r->parameterName ? r->parameterName : "?");
+    out[key + ".format"] = std::to_string(r->format);
+    out[key + ".access"] = std::to_string(r->accessFlags);
+    out[key + ".rangeFlags"] = std::to_string(r->rangeFlags);
+    out[key + ".visibility"] = std::to_string(r->visibilityFlags);
+    out[key + ".group"] = path;
+    switch (r->format) {
+    case REG_FORMAT_UINT:
+        std::snprintf(buf, sizeof buf, "%u %u %u", r->u.uiReg.from, r->u.uiReg.to, r->u.uiReg.steps);
+        out[key + ".range"] = buf;
+        break;
+    case REG_FORMAT_INT:
+        std::snprintf(buf, sizeof buf, "%d %d %d", r->u.iReg.from, r->u.iReg.to, r->u.iReg.steps);
+        out[key + ".range"] = buf;
+        break;
+    case REG_FORMAT_UINT64:
+    case REG_FORMAT_INT64:
+        std::snprintf(buf, sizeof buf, "%" PRIu64 " %" PRIu64 " %" PRIu64, r->u.iReg64.from, r->u.iReg64.to,
+                      r->u.iReg64.steps);
+        out[key + ".range"] = buf;
+        break;
+    case REG_FORMAT_DOUBLE:
+        std::snprintf(buf, sizeof buf, "%a %a %a", r->u.dReg.from, r->u.dReg.to, r->u.dReg.steps);
+        out[key + ".range"] = buf;
+        break;
+    case REG_FORMAT_ENUM: {
+        std::string entries;
+        for (int i = 0; i < r->u.eReg.nrOfElements; ++i) {
+            entries += std::to_string(r->u.eReg.enumValues ? r->u.eReg.enumValues[i] : 0) + "=";
+            entries += (r->u.eReg.enumNames && r->u.eReg.enumNames[i]) ? r->u.eReg.enumNames[i] : "";
+            entries += ";";
+        }
+        out[key + ".entries"] = entries;
+        break;
+    }
+    case REG_FORMAT_STRING:
+        out[key + ".extension"] = r->u.sReg.FileExtension ? r->u.sReg.FileExtension : "";
+        break;
+    case REG_FORMAT_UINTFIELD:
+        std::snprintf(buf, sizeof buf, "%u %u %d", r->u.uifReg.from, r->u.uifReg.to, r->u.uifReg.nrOfElements);
+        out[key + ".range"] = buf;
+        break;
+    case REG_FORMAT_DOUBLEFIELD:
+        std::snprintf(buf, sizeof buf, "%a %a %d", r->u.dfReg.from, r->u.dfReg.to, r->u.dfReg.nrOfElements);
+        out[key + ".range"] = buf;
+        break;
+    default:
+        break;
+    }
+}
+
+inline Snapshot registry(Board& b) {
+    Snapshot s;
+    for (int port = 0; port < 2; ++port)
+        for (RegisterInfo* g = Fg_getParameterInfo(b.fg(), port); g; g = g->next) recordFields(g, port, s, "");
+    return s;
+}
+
+// Every exported parameter of both ports and every registry record.
+inline Snapshot boardSnapshot(Board& b) {
+    Snapshot s = readAll(b, exportedParameters(b));
+    for (const auto& kv : registry(b)) s[kv.first] = kv.second;
+    return s;
+}
+
+}  // namespace orvtest
+
+#endif
