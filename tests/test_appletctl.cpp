@@ -15,27 +15,20 @@
 #include <string>
 #include <vector>
 
+#include "test_files.h"
+
 extern char** environ;
 
 namespace {
+
+using orvtest::readFile;
+using orvtest::writeFile;
 
 struct Outcome {
     bool exited = false;  // false: killed by a signal (or not started)
     int status = -1;      // exit status when exited
     std::string out, err;
 };
-
-std::string readFile(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    std::stringstream ss;
-    ss << f.rdbuf();
-    return ss.str();
-}
-
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream f(path, std::ios::binary | std::ios::trunc);
-    f << text;
-}
 
 bool fileExists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 

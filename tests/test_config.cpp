@@ -12,9 +12,13 @@
 #include <vector>
 
 #include "board_fixture.h"
+#include "test_files.h"
 #include "board_snapshot.h"
 
 namespace {
+
+using orvtest::readFile;
+using orvtest::writeFile;
 
 using orvtest::Board;
 using orvtest::dp;
@@ -29,18 +33,6 @@ const int kSaveFailed = -5001;
 const uint32_t kSoftwareTrigger = 0xFFFFFFFFu;
 
 // ---- files ----------------------------------------------------------------------
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
 
 // The line "KEY=...;\n" of a key in a section ("[Port A]" / "[Port B]"): its
 // offset and length, or npos. Only a line that begins with the key and '=' counts.

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "board_fixture.h"
+#include "test_files.h"
 
 using namespace orvtest;
 
@@ -26,23 +27,6 @@ std::vector<uint32_t> identity() {
     std::vector<uint32_t> t(kLutEntries);
     for (int i = 0; i < kLutEntries; ++i) t[i] = i;
     return t;
-}
-
-std::string readFile(const std::string& name) {
-    std::string s;
-    std::FILE* f = std::fopen(name.c_str(), "rb");
-    if (f == nullptr) return "<missing>";
-    int c;
-    while ((c = std::fgetc(f)) != EOF) s.push_back(static_cast<char>(c));
-    std::fclose(f);
-    return s;
-}
-
-void writeFile(const std::string& name, const std::string& content) {
-    std::FILE* f = std::fopen(name.c_str(), "wb");
-    ASSERT_NE(nullptr, f) << name;
-    std::fwrite(content.data(), 1, content.size(), f);
-    std::fclose(f);
 }
 
 class Lut : public ::testing::Test {
