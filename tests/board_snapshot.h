@@ -34,62 +34,48 @@ inline std::vector<Parameter> exportedParameters(Board& b) {
     return out;
 }
 
+// A typed read of a number: "rc:bytes".
+template <class T>
+std::string readNumberBytes(Board& b, int id, int port, FgParamTypes type, T fill) {
+    T v = fill;
+    const int rc = Fg_getParameterWithType(b.fg(), id, &v, port, type);
+    return std::to_string(rc) + ":" + std::string(reinterpret_cast<const char*>(&v), sizeof v);
+}
+
+// A read of a whole field through an access record: "rc:bytes".
+template <class T>
+std::string readFieldBytes(Board& b, int id, int port, FgParamTypes vtype, int count, T fill) {
+    std::vector<T> t(static_cast<size_t>(count > 0 ? count : 0), fill);
+    FieldParameterAccess a;
+    std::memset(&a, 0, sizeof a);
+    a.vtype = vtype;
+    a.count = static_cast<unsigned>(t.size());
+    a.ptr = t.data();
+    const int rc = Fg_getParameterWithType(b.fg(), id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
+    return std::to_string(rc) + ":" + std::string(reinterpret_cast<const char*>(t.data()), t.size() * sizeof(T));
+}
+
 // One typed read of a parameter in the form its record describes, as bytes.
 inline std::string readBack(Board& b, int id, int port) {
     const RegisterInfo* r = b.record(port, id);
-    const int format = r ? int(r->format) : int(REG_FORMAT_UINT);
-    std::vector<unsigned char> buf;
-    int rc;
-    switch (format) {
-    case REG_FORMAT_DOUBLE: {
-        double v = -1.25;
-        rc = Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_DOUBLE);
-        buf.assign(reinterpret_cast<unsigned char*>(&v), reinterpret_cast<unsigned char*>(&v) + sizeof v);
-        break;
-    }
-    case REG_FORMAT_UINT64: {
-        uint64_t v = 0x5A5A5A5A5A5A5A5Aull;
-        rc = Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_UINT64_T);
-        buf.assign(reinterpret_cast<unsigned char*>(&v), reinterpret_cast<unsigned char*>(&v) + sizeof v);
-        break;
-    }
+    switch (r ? int(r->format) : int(REG_FORMAT_UINT)) {
+    case REG_FORMAT_DOUBLE:
+        return readNumberBytes<double>(b, id, port, FG_PARAM_TYPE_DOUBLE, -1.25);
+    case REG_FORMAT_UINT64:
+        return readNumberBytes<uint64_t>(b, id, port, FG_PARAM_TYPE_UINT64_T, 0x5A5A5A5A5A5A5A5Aull);
     case REG_FORMAT_STRING: {
         std::vector<char> text(kTextBuffer, 0);
-        rc = Fg_getParameterWithType(b.fg(), id, text.data(), port, FG_PARAM_TYPE_CHAR_PTR);
+        const int rc = Fg_getParameterWithType(b.fg(), id, text.data(), port, FG_PARAM_TYPE_CHAR_PTR);
         text.back() = 0;
-        buf.assign(text.data(), text.data() + std::strlen(text.data()));
-        break;
+        return std::to_string(rc) + ":" + text.data();
     }
-    case REG_FORMAT_UINTFIELD: {
-        std::vector<uint32_t> t(static_cast<size_t>(r->u.uifReg.nrOfElements), 0xA5A5A5A5u);
-        FieldParameterAccess a;
-        std::memset(&a, 0, sizeof a);
-        a.vtype = FG_PARAM_TYPE_UINT32_T;
-        a.count = static_cast<unsigned>(t.size());
-        a.p_uint32_t = t.data();
-        rc = Fg_getParameterWithType(b.fg(), id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
-        buf.assign(reinterpret_cast<unsigned char*>(t.data()), reinterpret_cast<unsigned char*>(t.data() + t.size()));
-        break;
+    case REG_FORMAT_UINTFIELD:
+        return readFieldBytes<uint32_t>(b, id, port, FG_PARAM_TYPE_UINT32_T, r->u.uifReg.nrOfElements, 0xA5A5A5A5u);
+    case REG_FORMAT_DOUBLEFIELD:
+        return readFieldBytes<double>(b, id, port, FG_PARAM_TYPE_DOUBLE, r->u.dfReg.nrOfElements, -1.5);
+    default:
+        return readNumberBytes<uint32_t>(b, id, port, FG_PARAM_TYPE_UINT32_T, 0xA5A5A5A5u);
     }
-    case REG_FORMAT_DOUBLEFIELD: {
-        std::vector<double> t(static_cast<size_t>(r->u.dfReg.nrOfElements), -1.5);
-        FieldParameterAccess a;
-        std::memset(&a, 0, sizeof a);
-        a.vtype = FG_PARAM_TYPE_DOUBLE;
-        a.count = static_cast<unsigned>(t.size());
-        a.p_double = t.data();
-        rc = Fg_getParameterWithType(b.fg(), id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
-        buf.assign(reinterpret_cast<unsigned char*>(t.data()), reinterpret_cast<unsigned char*>(t.data() + t.size()));
-        break;
-    }
-    default: {
-        uint32_t v = 0xA5A5A5A5u;
-        rc = Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_UINT32_T);
-        buf.assign(reinterpret_cast<unsigned char*>(&v), reinterpret_cast<unsigned char*>(&v) + sizeof v);
-        break;
-    }
-    }
-    return std::to_string(rc) + ":" + std::string(buf.begin(), buf.end());
 }
 
 // A readable form of a read-back for messages.

@@ -8,44 +8,26 @@
 #include <memory>
 #include <string>
 
-#include "AppletHap.h"
-#include "AppletWrapper.h"
-#include "sim_board.h"
+#include "applet_object.h"
 
 namespace {
 
-class AppletObject : public ::testing::Test {
+class AppletObject : public orvtest::AppletObjectTest {
 protected:
-    void SetUp() override {
-        dev = SimBoard_CreateDevice(0);
-        ASSERT_NE(nullptr, dev);
-        w.reset(new FgQorWrapperImpl());
-        ASSERT_EQ(0, w->initializeDllFunctions("libtalrun5.so"));
-        fpga_design* design = HapLoadDesignFromBuffer(rawHap, rawHapSize, 1);
-        ASSERT_NE(nullptr, design);
-        ASSERT_EQ(0, w->runFgInit("Orvindel.hap", dev, design, 1));
-        w->initHandles(dev, design);
-    }
+    void SetUp() override { open(); }
     void TearDown() override {
-        if (w && w->talrunFg()) w->hostEntries().DLL_Fg_FreeGrabber(w->talrunFg());
-        w.reset();
+        close();
         unsetenv("TERVIK_ENABLE_DQORA");
-        SimBoard_DestroyDevice(dev);
     }
     void startUp(const char* section) {
         w->dllBaseName = section;
-        w->initInternalMaps();
-        w->retrieveIds();
-        w->createUserParameters();
+        AppletObjectTest::startUp();
     }
     static RegisterInfo* topGroup(RegisterInfo* first, const char* name) {
         for (RegisterInfo* g = first; g; g = g->next)
             if (std::strcmp(g->name, name) == 0) return g;
         return nullptr;
     }
-
-    QORdevice* dev = nullptr;
-    std::unique_ptr<FgQorWrapperImpl> w;
 };
 
 }  // namespace

@@ -11,9 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "AppletHap.h"
-#include "AppletWrapper.h"
-#include "sim_board.h"
+#include "applet_object.h"
 
 namespace {
 
@@ -23,29 +21,18 @@ const int kSdkIds[] = {
 };
 
 // An applet object started up on a simulated device, without default values.
-class StartedApplet : public ::testing::Test {
+class StartedApplet : public orvtest::AppletObjectTest {
 protected:
     void start(bool directRegisterAccess) {
         if (directRegisterAccess) setenv("TERVIK_ENABLE_DRA", "1", 1);
-        dev = SimBoard_CreateDevice(0);
-        ASSERT_NE(nullptr, dev);
-        w.reset(new FgQorWrapperImpl());
-        ASSERT_EQ(0, w->initializeDllFunctions("libtalrun5.so"));
-        fpga_design* design = HapLoadDesignFromBuffer(rawHap, rawHapSize, 1);
-        ASSERT_NE(nullptr, design);
-        ASSERT_EQ(0, w->runFgInit("Orvindel.hap", dev, design, 1));
-        w->initHandles(dev, design);
-        w->initInternalMaps();
-        w->retrieveIds();
-        w->createUserParameters();
+        open();
+        if (HasFatalFailure()) return;
+        startUp();
         host = w->talrunFg();
     }
     void TearDown() override {
-        if (w && w->talrunFg()) w->hostEntries().DLL_Fg_FreeGrabber(w->talrunFg());
-        w.reset();
+        close();
         unsetenv("TERVIK_ENABLE_DRA");
-        if (dev) SimBoard_DestroyDevice(dev);
-        dev = nullptr;
         host = nullptr;
     }
 
@@ -63,9 +50,7 @@ protected:
         return e;
     }
 
-    QORdevice* dev = nullptr;
     Fg_Struct* host = nullptr;
-    std::unique_ptr<FgQorWrapperImpl> w;
 };
 
 const char kPulse[] = "Device1_Process0_Trigger_Trigger_SoftwareTrgPulse";    // 32-bit
