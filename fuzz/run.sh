@@ -12,8 +12,22 @@
 
 set -u
 
-build=${1:?usage: fuzz/run.sh BUILD_DIR SECONDS}
+usage() {
+    echo "usage: fuzz/run.sh BUILD_DIR [SECONDS]   run every fuzz target of BUILD_DIR (built by make build-fuzz) for SECONDS each (default 60)"
+}
+case ${1:-} in
+    -h|--help) usage; exit 0 ;;
+    '') usage >&2; exit 2 ;;
+esac
+build=$1
 seconds=${2:-60}
+case $seconds in
+    ''|*[!0-9]*|0) echo "fuzz: SECONDS must be a positive whole number, not '$seconds'" >&2; exit 2 ;;
+esac
+if [ ! -d "$build" ]; then
+    echo "fuzz: build directory '$build' does not exist; build the targets first (make build-fuzz)" >&2
+    exit 2
+fi
 here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "$build" && pwd) || exit 1
 

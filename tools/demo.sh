@@ -8,6 +8,14 @@
 
 set -u
 
+case ${1:-} in
+    -h|--help)
+        echo "usage: tools/demo.sh [BUILD_DIR]   a short appletctl session on the simulated board (default build/x64)"
+        exit 0 ;;
+    -*)
+        echo "demo: unknown option '$1' (see tools/demo.sh --help)" >&2
+        exit 2 ;;
+esac
 build=${1:-build/x64}
 tool="$build/bin/appletctl"
 if [ ! -x "$tool" ]; then
