@@ -122,12 +122,10 @@ if(ORV_GRESOURCE AND ORV_XMLLINT AND ORV_ARV_TEST)
 endif()
 
 if(ORV_HAVE_ARAVIS)
-  # The documents as node maps, against their own text ...
+  # The documents as node maps, against their own text (test_applet_xml holds
+  # the text against the registry records).
   add_test(NAME xml_genapi_nodemap_applet COMMAND genapi_check --quiet ${ORV_APPLET_DOCS})
   set_tests_properties(xml_genapi_nodemap_applet PROPERTIES
     FIXTURES_REQUIRED orv_genapi_applet_docs
     ENVIRONMENT "${ORV_GENAPI_ENV}")
-  # ... and against the registry records of the board that produced them.
-  orv_add_test(test_applet_nodemap BOARD SOURCES ${CMAKE_CURRENT_LIST_DIR}/test_applet_nodemap.cpp
-               LIBS PkgConfig::ORV_ARAVIS ENV ${ORV_GENAPI_ENV})
 endif()

@@ -16,69 +16,25 @@ namespace {
 
 // The applet's own exports, taken from its library (the test process also has
 // the host runtime's same-named application entry points).
-struct Exports {
-    explicit Exports(const AppletLibrary& lib)
-        : std_entry(lib.fn<decltype(&::Std_entry)>("Std_entry")),
-          free_grabber(lib.fn<decltype(&::Fg_FreeGrabber)>("Fg_FreeGrabber")),
-          last_error(lib.fn<decltype(&::Fg_getLastErrorNumber)>("Fg_getLastErrorNumber")),
-          set(lib.fn<decltype(&::Fg_setParameterWithType)>("Fg_setParameterWithType")),
-          get(lib.fn<decltype(&::Fg_getParameterWithType)>("Fg_getParameterWithType")),
-          acquire(lib.fn<decltype(&::Fg_AcquireEx)>("Fg_AcquireEx")),
-          stop(lib.fn<decltype(&::Fg_stopAcquireEx)>("Fg_stopAcquireEx")),
-          last_pic(lib.fn<decltype(&::Fg_getLastPicNumberEx)>("Fg_getLastPicNumberEx")),
-          last_pic_blocking(lib.fn<decltype(&::Fg_getLastPicNumberBlockingEx)>("Fg_getLastPicNumberBlockingEx")),
-          status(lib.fn<decltype(&::Fg_getStatusEx)>("Fg_getStatusEx")),
-          applet_id(lib.fn<decltype(&::Fg_getAppletId)>("Fg_getAppletId")),
-          nr_params(lib.fn<decltype(&::Fg_getNrOfParameter)>("Fg_getNrOfParameter")),
-          param_name(lib.fn<decltype(&::Fg_getParameterName)>("Fg_getParameterName")),
-          param_id(lib.fn<decltype(&::Fg_getParameterId)>("Fg_getParameterId")),
-          id_by_name(lib.fn<decltype(&::Fg_getParameterIdByName)>("Fg_getParameterIdByName")),
-          info(lib.fn<decltype(&::Fg_getParameterInfo)>("Fg_getParameterInfo")),
-          info_xml(lib.fn<decltype(&::Fg_getParameterInfoXML)>("Fg_getParameterInfoXML")),
-          save(lib.fn<decltype(&::Fg_saveConfig)>("Fg_saveConfig")),
-          load(lib.fn<decltype(&::Fg_loadConfig)>("Fg_loadConfig")),
-          event_mask(lib.fn<decltype(&::Fg_getEventMask)>("Fg_getEventMask")),
-          event_name(lib.fn<decltype(&::Fg_getEventName)>("Fg_getEventName")),
-          alloc_shading(lib.fn<decltype(&::Fg_AllocShading)>("Fg_AllocShading")),
-          free_shading(lib.fn<decltype(&::Fg_FreeShading)>("Fg_FreeShading")),
-          shad_sub(lib.fn<decltype(&::Shad_SetSubValueLine)>("Shad_SetSubValueLine")),
-          shad_mult(lib.fn<decltype(&::Shad_SetMultValueLine)>("Shad_SetMultValueLine")),
-          shad_fpn(lib.fn<decltype(&::Shad_SetFixedPatternNoiseLine)>("Shad_SetFixedPatternNoiseLine")),
-          shad_max(lib.fn<decltype(&::Shad_GetMaxLine)>("Shad_GetMaxLine")),
-          shad_get(lib.fn<decltype(&::Shad_GetAccess)>("Shad_GetAccess")),
-          shad_free(lib.fn<decltype(&::Shad_FreeAccess)>("Shad_FreeAccess")),
-          shad_write(lib.fn<decltype(&::Shad_WriteActLine)>("Shad_WriteActLine")) {}
+#define APPLET_EXPORTS(X)                                                                                   \
+    X(std_entry, Std_entry) X(free_grabber, Fg_FreeGrabber) X(last_error, Fg_getLastErrorNumber)            \
+    X(set, Fg_setParameterWithType) X(get, Fg_getParameterWithType) X(acquire, Fg_AcquireEx)                \
+    X(stop, Fg_stopAcquireEx) X(last_pic, Fg_getLastPicNumberEx)                                            \
+    X(last_pic_blocking, Fg_getLastPicNumberBlockingEx) X(status, Fg_getStatusEx)                           \
+    X(applet_id, Fg_getAppletId) X(nr_params, Fg_getNrOfParameter) X(param_name, Fg_getParameterName)       \
+    X(param_id, Fg_getParameterId) X(id_by_name, Fg_getParameterIdByName) X(info, Fg_getParameterInfo)      \
+    X(info_xml, Fg_getParameterInfoXML) X(save, Fg_saveConfig) X(load, Fg_loadConfig)                       \
+    X(event_mask, Fg_getEventMask) X(event_name, Fg_getEventName) X(alloc_shading, Fg_AllocShading)         \
+    X(free_shading, Fg_FreeShading) X(shad_sub, Shad_SetSubValueLine) X(shad_mult, Shad_SetMultValueLine)   \
+    X(shad_fpn, Shad_SetFixedPatternNoiseLine) X(shad_max, Shad_GetMaxLine) X(shad_get, Shad_GetAccess)     \
+    X(shad_free, Shad_FreeAccess) X(shad_write, Shad_WriteActLine)
 
-    decltype(&::Std_entry) std_entry;
-    decltype(&::Fg_FreeGrabber) free_grabber;
-    decltype(&::Fg_getLastErrorNumber) last_error;
-    decltype(&::Fg_setParameterWithType) set;
-    decltype(&::Fg_getParameterWithType) get;
-    decltype(&::Fg_AcquireEx) acquire;
-    decltype(&::Fg_stopAcquireEx) stop;
-    decltype(&::Fg_getLastPicNumberEx) last_pic;
-    decltype(&::Fg_getLastPicNumberBlockingEx) last_pic_blocking;
-    decltype(&::Fg_getStatusEx) status;
-    decltype(&::Fg_getAppletId) applet_id;
-    decltype(&::Fg_getNrOfParameter) nr_params;
-    decltype(&::Fg_getParameterName) param_name;
-    decltype(&::Fg_getParameterId) param_id;
-    decltype(&::Fg_getParameterIdByName) id_by_name;
-    decltype(&::Fg_getParameterInfo) info;
-    decltype(&::Fg_getParameterInfoXML) info_xml;
-    decltype(&::Fg_saveConfig) save;
-    decltype(&::Fg_loadConfig) load;
-    decltype(&::Fg_getEventMask) event_mask;
-    decltype(&::Fg_getEventName) event_name;
-    decltype(&::Fg_AllocShading) alloc_shading;
-    decltype(&::Fg_FreeShading) free_shading;
-    decltype(&::Shad_SetSubValueLine) shad_sub;
-    decltype(&::Shad_SetMultValueLine) shad_mult;
-    decltype(&::Shad_SetFixedPatternNoiseLine) shad_fpn;
-    decltype(&::Shad_GetMaxLine) shad_max;
-    decltype(&::Shad_GetAccess) shad_get;
-    decltype(&::Shad_FreeAccess) shad_free;
-    decltype(&::Shad_WriteActLine) shad_write;
+struct Exports {
+    explicit Exports(const AppletLibrary& l) : lib(l) {}
+    const AppletLibrary& lib;
+#define EXPORT_FIELD(field, name) decltype(&::name) field = lib.fn<decltype(&::name)>(#name);
+    APPLET_EXPORTS(EXPORT_FIELD)
+#undef EXPORT_FIELD
 };
 
 // A board opened by calling the applet's Std_entry directly on a device of our own.

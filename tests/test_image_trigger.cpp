@@ -202,27 +202,6 @@ TEST_F(ImageTrigger, BusyFlagIsReadFromTheDesignAndCannotBeWritten) {
 
 // ---- failing design writes ------------------------------------------------------------
 
-TEST_F(ImageTrigger, FailingDesignWriteKeepsTheOldValue) {
-    expectFailedChanges(b, {
-        {FG_IMGTRIGGERON, 1, 0},
-        {FG_FLASHON, 1, 0},
-        {FG_IMGTRIGGERINSRC, 0, kSoftwareSource},
-        {FG_IMGTRIGGERINPOLARITY, 0, 1},
-        {FG_IMGTRIGGERGATEDELAY, 0, 100},
-        {FG_FLASH_POLARITY, 1, 0},
-        {FG_STROBEPULSEDELAY, 0, 100},
-        {FG_SETSOFTWARETRIGGER, 0, 1},
-        {FG_SENDSOFTWARETRIGGER, 1, 1},
-    }, kHostFault);
-    for (int port : {0, 1}) {
-        ASSERT_EQ(0, b.setD(FG_IMGTRIGGERDEBOUNCING, 0.112, port));
-        SimBoard_FailParameter(b.dev(), trig(port, "ImgTrgDebouncingTime").c_str(), 1, kHostFault);
-        EXPECT_EQ(kHostFault, b.setD(FG_IMGTRIGGERDEBOUNCING, 4.0, port));
-        EXPECT_EQ(0.112, b.dbl(FG_IMGTRIGGERDEBOUNCING, port));
-        SimBoard_ClearFaults(b.dev());
-    }
-}
-
 TEST_F(ImageTrigger, FailingModeWriteKeepsTheModeButNotTheAccess) {
     for (int port : {0, 1}) {
         SCOPED_TRACE("port " + std::to_string(port));

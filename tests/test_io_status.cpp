@@ -82,19 +82,6 @@ TEST_F(IoStatus, DigitalOutputAboveThreeIsRejectedWithoutAnyChange) {
         for (int port = 0; port < 2; ++port) expectRejected(board, FG_DIGIO_OUTPUT, bad, port);
 }
 
-TEST_F(IoStatus, FailingOutputWriteRestoresTheCachedValue) {
-    // The setter's first host call writes output 3, the second output 7; a
-    // failure of the first skips the second.
-    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 2, 1));
-    expectFailingCall(board, 1, FG_DIGIO_OUTPUT, 1, 1, -4712);
-    expectFailingCall(board, 2, FG_DIGIO_OUTPUT, 1, 1, -4711);
-    EXPECT_EQ(std::vector<Write>{u32w(kOut3, 1, 1)}, writes(board.log()));
-    EXPECT_EQ(1u, board.designU32(kOut3)) << "the first output keeps its new value";
-    EXPECT_EQ(3u, board.u32(FG_DIGIO_OUTPUT, 0));
-    ASSERT_EQ(0, board.set(FG_DIGIO_OUTPUT, 1, 1));
-    EXPECT_EQ(1u, board.u32(FG_DIGIO_OUTPUT, 1));
-}
-
 // ---- digital input ----------------------------------------------------------------
 
 TEST_F(IoStatus, DigitalInputIsReadLiveOnBothPorts) {

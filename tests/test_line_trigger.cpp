@@ -293,53 +293,6 @@ TEST_F(LineTrigger, CompensationCountIsReadFromTheDesign) {
 
 // ---- failing design writes ------------------------------------------------------------
 
-TEST_F(LineTrigger, FailingDesignWriteKeepsTheOldValue) {
-    expectFailedChanges(b, {
-        {FG_EXSYNCON, 1, 0},
-        {FG_EXSYNCPOLARITY, 1, 0},
-        {FG_LINETRIGGERINSRC, 1, 7},
-        {FG_LINETRIGGERINPOLARITY, 0, 1},
-        {FG_LINE_DOWNSCALE, 1, 200},
-        {FG_LINE_DOWNSCALEINIT, 1, 100},
-        {FG_SHAFTENCODERINSRC, 2, 4},
-        {FG_SHAFTENCODERLEADING, 0, 1},
-        {FG_SHAFTENCODER_COMPENSATION_ENABLE, 1, 0},
-        {FG_SHAFTENCODER_COMPENSATION_COUNT, 10, 20},  // reads the design, which kept 10
-        {FG_LINETRIGGERMODE, 1, 2},
-    }, kHostFault);
-}
-
-TEST_F(LineTrigger, FailingTimeWriteKeepsTheOldValueAndBound) {
-    struct Case {
-        int id;
-        double before, attempted;
-        const char* design;
-    };
-    const Case cases[] = {
-        {FG_LINETRIGGERDEBOUNCING, 0.112, 5.0, "LineTrgDebouncingTime"},
-        {FG_LINETRIGGERDELAY, 0.0, 3.0, "Exsync2Delay"},
-        {FG_LINEPERIODE, 200.0, 50.0, "ExsyncPeriod"},
-        {FG_LINEEXPOSURE, 19.0, 20.0, "ExsyncExposure"},
-    };
-    for (int port : {0, 1}) {
-        ASSERT_EQ(0, b.set(FG_LINETRIGGERMODE, 1, port));
-        for (const Case& c : cases) {
-            SCOPED_TRACE("parameter " + std::to_string(c.id) + " port " + std::to_string(port));
-            ASSERT_EQ(0, b.setD(c.id, c.before, port));
-            const double bound = exposureBound(port);
-            SimBoard_FailParameter(b.dev(), trig(port, c.design).c_str(), 1, kHostFault);
-            EXPECT_EQ(kHostFault, b.setD(c.id, c.attempted, port));
-            EXPECT_EQ(c.before, b.dbl(c.id, port));
-            EXPECT_EQ(bound, exposureBound(port));
-            SimBoard_ClearFaults(b.dev());
-        }
-        // The failed period left the exposure limited by the old one.
-        EXPECT_EQ(200.0, exposureBound(port));
-        EXPECT_EQ(0, b.setD(FG_LINEEXPOSURE, 150.0, port));
-        ASSERT_EQ(0, b.setD(FG_LINEEXPOSURE, 19.0, port));
-    }
-}
-
 TEST_F(LineTrigger, FailingModeWriteKeepsTheModeButNotTheAccess) {
     for (int port : {0, 1}) {
         SCOPED_TRACE("port " + std::to_string(port));

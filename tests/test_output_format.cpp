@@ -108,30 +108,4 @@ TEST_F(OutputFormat, ImageSelectorPhaseStaysBelowThePeriod)
     }
 }
 
-TEST_F(OutputFormat, AFailingWriteKeepsTheOldValue)
-{
-    // The period changes are ordered so that the phase always fits.
-    expectFailedChanges(b, {
-        {FG_PIXELFORMAT, 257, 259},
-        {FG_CXP_TRIGGER_PACKET_MODE, 0, 1},
-        {FG_FORMAT, 3, 22},
-        {FG_BITALIGNMENT, 1, 0},
-        {FG_TIMEOUT, 1000000, 42},
-        {FG_IMG_SELECT_PERIOD, 1, 16},
-        {FG_IMG_SELECT_PERIOD, 16, 2},
-        {FG_IMG_SELECT, 0, 1},
-    }, kHostFault);
-    // A refused design parameter on one port does not affect the other.
-    for (int port = 0; port < 2; ++port) {
-        const int other = 1 - port;
-        SimBoard_FailParameter(b.dev(), dp(port, "OutputFormat_FG_FORMAT_SelectSource").c_str(), 1, kHostFault);
-        EXPECT_EQ(kHostFault, b.set(FG_FORMAT, 1, port));
-        EXPECT_EQ(3u, b.u32(FG_FORMAT, port));
-        EXPECT_EQ(0, b.set(FG_FORMAT, 21, other));
-        EXPECT_EQ(21u, b.u32(FG_FORMAT, other));
-        SimBoard_ClearFaults(b.dev());
-        put(FG_FORMAT, 3, other);
-    }
-}
-
 }  // namespace

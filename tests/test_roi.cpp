@@ -156,37 +156,6 @@ TEST_F(Roi, WidthAndXOffsetNarrowEachOthersMaximumOnTheirPortOnly)
 
 // ---- failing design writes ---------------------------------------------------------
 
-// For every position k of a setter's design writes: the k-th write fails, the
-// earlier ones stay done, the error comes back, the cached value and the
-// registry ranges are the old ones.
-TEST_F(Roi, AFailingKthWriteKeepsTheOldValue)
-{
-    struct Case {
-        int id;
-        uint32_t newValue;
-        int writeCount;
-    };
-    const Case cases[] = {
-        {FG_WIDTH, 2048, 7}, {FG_XOFFSET, 512, 2}, {FG_HEIGHT, 100, 6}, {FG_YOFFSET, 9, 4}, {FG_REVERSE_X, 1, 1},
-    };
-    for (int port = 0; port < 2; ++port) {
-        for (const Case& c : cases) {
-            for (int k = 1; k <= c.writeCount; ++k) {
-                SCOPED_TRACE("parameter " + std::to_string(c.id) + " port " + std::to_string(port));
-                put(FG_WIDTH, 1024, port);
-                put(FG_XOFFSET, 0, port);
-                put(FG_HEIGHT, 1024, port);
-                put(FG_YOFFSET, 0, port);
-                put(FG_REVERSE_X, 0, port);
-                const unsigned xoffMax = uintMax(b, FG_XOFFSET, port), widthMax = uintMax(b, FG_WIDTH, port);
-                expectFailingCall(b, k, c.id, c.newValue, port, kHostFault);
-                EXPECT_EQ(xoffMax, uintMax(b, FG_XOFFSET, port));
-                EXPECT_EQ(widthMax, uintMax(b, FG_WIDTH, port));
-            }
-        }
-    }
-}
-
 // ---- frame cutting per image trigger mode ---------------------------------------------
 
 // The height sizes the buffers, then cuts the frame with the cached y-offset;
