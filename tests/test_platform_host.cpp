@@ -322,30 +322,6 @@ TEST_F(HostFace, FieldBoundsAndRecordsAreChecked) {
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, get(kWidth0, all));
 }
 
-TEST_F(HostFace, DoubleFieldsReadByElementAndRange) {
-    FieldParameterDouble e{0.0, 3};
-    EXPECT_EQ(0, get(kCurrents, e));
-    EXPECT_EQ(1.5, e.value);
-    e.index = 4;
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, get(kCurrents, e));
-    double out[3] = {0, 0, 0};
-    FieldParameterAccess a = fieldAccess(FG_PARAM_TYPE_DOUBLE, 2, 2, out);
-    EXPECT_EQ(0, get(kCurrents, a));
-    EXPECT_EQ(0.125, out[0]);
-    EXPECT_EQ(1.5, out[1]);
-    a.count = 3;
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, get(kCurrents, a));
-    EXPECT_EQ(0, SimBoard_SetFieldElement(dev_, kCurrents, 0, 2.75));
-    e.index = 0;
-    EXPECT_EQ(0, get(kCurrents, e));
-    EXPECT_EQ(2.75, e.value);
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_SetFieldElement(dev_, kCurrents, 4, 1.0));
-    double v = 0;
-    EXPECT_EQ(0, SimBoard_GetFieldElement(dev_, kValues, 1, &v));
-    EXPECT_EQ(2.0, v);
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_GetFieldElement(dev_, kWidth0, 0, &v));
-}
-
 // ---- refusals ------------------------------------------------------------------------
 
 TEST_F(HostFace, ReadOnlyDesignParametersRefuseWritesButTheBoardCanSetThem) {
@@ -446,14 +422,6 @@ TEST_F(HostFace, SuccessfulWritesAreLoggedInOrder) {
     EXPECT_EQ(0, SimBoard_LogCount(dev_));
     EXPECT_EQ(0, set(kOut, 1u, 1));
     EXPECT_EQ(1, SimBoard_LogCount(dev_));
-}
-
-TEST_F(HostFace, ManyWritesAreAllKept) {
-    for (uint32_t i = 0; i < 40000; ++i) ASSERT_EQ(0, set(kWidth0, i));
-    const std::vector<std::string> l = writeLog(dev_);
-    ASSERT_EQ(40000u, l.size());
-    EXPECT_EQ("Device1_Process0_Block_Width dma0 type2 0", l.front());
-    EXPECT_EQ("Device1_Process0_Block_Width dma0 type2 39999", l.back());
 }
 
 // ---- host-level parameters ---------------------------------------------------------------
@@ -631,15 +599,6 @@ TEST_F(HostFace, DescriptionTreeOfAPort) {
     EXPECT_EQ(nullptr, Fg_getParameterInfo(fg_, 2));
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastErrorNumber(fg_));
     EXPECT_EQ(nullptr, Fg_getParameterInfo(fg_, -1));
-}
-
-TEST(HostDescription, GeneratedDesignShowsTheUsualFormats) {
-    Board b(loadImage());
-    ASSERT_NE(nullptr, b.fg);
-    std::set<int> formats;
-    for (RegisterInfo* r : leavesOf(Fg_getParameterInfo(b.fg, 0))) formats.insert(r->format);
-    for (int f : {REG_FORMAT_UINT, REG_FORMAT_ENUM, REG_FORMAT_DOUBLE, REG_FORMAT_UINT64})
-        EXPECT_TRUE(formats.count(f)) << f;
 }
 
 // ---- events, acquisition and shading --------------------------------------------------------
