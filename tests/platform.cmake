@@ -23,13 +23,11 @@ orv_add_test(test_platform_regio SOURCES test_platform_regio.cpp LIBS talrun5 te
 orv_add_test(test_platform_app SOURCES test_platform_app.cpp LIBS talrun5 tervikhap
              ENV TERVIK_APPLET_PATH=${ORV_PLATFORM_TESTLIB_DIR}
                  ORV_FAKE_APPLET=${ORV_PLATFORM_TESTLIB_DIR}/libPlatformFake.so)
-orv_add_test(test_platform_variants SOURCES test_platform_variants.cpp)
 orv_add_test(test_platform_icon SOURCES test_platform_icon.cpp ENV ORV_MKICON=$<TARGET_FILE:mkicon>)
 
 foreach(t test_platform_design test_platform_host test_platform_regio test_platform_app
-          test_platform_variants test_platform_icon)
+          test_platform_icon)
   target_include_directories(${t} PRIVATE ${CMAKE_SOURCE_DIR}/platform)
   add_dependencies(${t} orvindel_design)
 endforeach()
 add_dependencies(test_platform_app PlatformFake PlatformNoEntry)
-add_dependencies(test_platform_variants talrun5_variants talrun5)

@@ -104,29 +104,6 @@ TEST_F(RegistryTest, TopLevelGroupsComeNewestFirstAndAreDoublyLinked)
     EXPECT_STREQ("B", b->name);
 }
 
-TEST_F(RegistryTest, SlotsAreIndependent)
-{
-    RegisterInfo* g0 = info.addGroupInfo(0, NULL, "ROI");
-    RegisterInfo* g1 = info.addGroupInfo(1, NULL, "ROI");
-    RegisterInfo* w0 = info.addInfoUInt(g0, "Width", "FG_WIDTH", 32, 16384, 16, 3, 2, 1, "pixel", 100, 0);
-    RegisterInfo* w1 = info.addInfoUInt(g1, "Width", "FG_WIDTH", 32, 16384, 16, 3, 2, 1, "pixel", 100, 1);
-    ASSERT_TRUE(w0 && w1);
-    EXPECT_NE(w0, w1);
-    EXPECT_EQ(g0, info.getRegisterInfo(0));
-    EXPECT_EQ(g1, info.getRegisterInfo(1));
-    EXPECT_EQ(nullptr, info.getRegisterInfo(2));
-    EXPECT_EQ(nullptr, g0->next);
-
-    // A handler narrowing one port's range leaves the other port alone.
-    w0->u.uiReg.to = 14336;
-    w0->accessFlags = 1;
-    EXPECT_EQ("'Width' 'FG_WIDTH' unit 'pixel' flags 3/2/1 id 100 port 1: UINT 32..16384 step 16", describe(w1));
-
-    EXPECT_EQ((std::vector<RegisterInfo*>{g0, w0}), info.records(0));
-    EXPECT_EQ(2u, info.records(1).size());
-    EXPECT_TRUE(info.records(2).empty());
-}
-
 TEST_F(RegistryTest, ChildrenSitInElementsAtTheirIndexAndAreNotLinked)
 {
     RegisterInfo* top = info.addGroupInfo(0, NULL, "Line Trigger / ExSync");
@@ -151,27 +128,6 @@ TEST_F(RegistryTest, ChildrenSitInElementsAtTheirIndexAndAreNotLinked)
     EXPECT_EQ(nullptr, g1->previous);
     EXPECT_EQ(nullptr, info.getNextRegisterInfo(p0, 0));
     EXPECT_EQ(top, info.getRegisterInfo(0));
-    EXPECT_EQ(nullptr, top->next);
-}
-
-TEST_F(RegistryTest, NestedGroupsKnowTheirDepthAndParentName)
-{
-    RegisterInfo* top = info.addGroupInfo(1, NULL, "Image Trigger / Flash");
-    RegisterInfo* input = info.addGroupInfo(1, top, "Image Trigger Input");
-    RegisterInfo* flash = info.addGroupInfo(1, input, "Flash");
-    ASSERT_TRUE(top && input && flash);
-
-    EXPECT_EQ(1, input->depth);
-    EXPECT_EQ(2, flash->depth);
-    ASSERT_NE(nullptr, input->parentName);
-    EXPECT_STREQ("Image Trigger / Flash", input->parentName);
-    EXPECT_NE(top->name, input->parentName);  // a copy of its own
-    EXPECT_STREQ("Image Trigger Input", flash->parentName);
-    EXPECT_EQ(1, flash->port);
-    EXPECT_EQ(input, top->u.gReg.elements[0]);
-    EXPECT_EQ(flash, input->u.gReg.elements[0]);
-    // Only the outer group is at the top level.
-    EXPECT_EQ(top, info.getRegisterInfo(1));
     EXPECT_EQ(nullptr, top->next);
 }
 
@@ -247,20 +203,6 @@ TEST_F(RegistryTest, PortsOutsideTheFourSlotsAreHarmless)
     // The last slot works like the others.
     EXPECT_NE(nullptr, param(top, "FG_WIDTH", 100, 3));
     EXPECT_EQ(top, info.getRegisterInfo(3));
-}
-
-TEST_F(RegistryTest, ManyChildrenGrowTheElementArrayInOrder)
-{
-    RegisterInfo* top = info.addGroupInfo(2, NULL, "Direct Register Access");
-    std::vector<RegisterInfo*> made;
-    for (int i = 0; i < 300; ++i) {
-        const std::string n = "DRA_Reg" + std::to_string(i);
-        made.push_back(info.addInfoUInt(top, n.c_str(), n.c_str(), 0, 255, 1, 3, 1, 1, "", 1000001 + i, 2));
-        ASSERT_EQ(i, made.back()->index);
-    }
-    ASSERT_EQ(300, top->u.gReg.nrOfElements);
-    EXPECT_EQ(made, std::vector<RegisterInfo*>(top->u.gReg.elements, top->u.gReg.elements + 300));
-    EXPECT_EQ(301u, info.records(2).size());
 }
 
 // ---- value descriptions ----------------------------------------------------
