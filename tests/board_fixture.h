@@ -92,11 +92,6 @@ public:
         EXPECT_EQ(0, SimBoard_GetValue(dev_, name, FG_PARAM_TYPE_UINT32_T, &v)) << name;
         return v;
     }
-    double designDouble(const char* name) {
-        double v = -12345.678;
-        EXPECT_EQ(0, SimBoard_GetValue(dev_, name, FG_PARAM_TYPE_DOUBLE, &v)) << name;
-        return v;
-    }
     void setDesignU32(const char* name, uint32_t v) {
         EXPECT_EQ(0, SimBoard_SetValue(dev_, name, FG_PARAM_TYPE_UINT32_T, &v)) << name;
     }
@@ -242,23 +237,6 @@ inline void expectRejects(Board& b, std::initializer_list<Rejects> cases) {
             ASSERT_EQ(0, b.set(c.id, c.accepted, port)) << "parameter " << c.id << " port " << port;
             EXPECT_EQ(c.accepted, b.u32(c.id, port)) << "parameter " << c.id << " port " << port;
             for (uint32_t bad : c.rejected) expectRejected(b, c.id, bad, port);
-        }
-}
-
-// Changes whose first host call, their design write, fails; without the fault
-// the same change goes through.
-struct Change {
-    int id;
-    uint32_t before, attempted;
-};
-inline void expectFailedChanges(Board& b, std::initializer_list<Change> cases, int fault) {
-    for (int port = 0; port < 2; ++port)
-        for (const Change& c : cases) {
-            ASSERT_EQ(0, b.set(c.id, c.before, port)) << "parameter " << c.id << " port " << port;
-            expectFailingCall(b, 1, c.id, c.attempted, port, fault);
-            EXPECT_EQ(1u, writesOf(b, c.id, c.attempted, port).size());
-            EXPECT_EQ(c.attempted, b.u32(c.id, port)) << "parameter " << c.id << " port " << port;
-            ASSERT_EQ(0, b.set(c.id, c.before, port));
         }
 }
 

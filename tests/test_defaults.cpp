@@ -1,7 +1,8 @@
 // The default values written when a board is opened: the dependent state both
 // ports are in afterwards, the order of the writes, and opening without
 // defaults. The values themselves read back in the configuration file saved
-// right after start-up (test_config).
+// right after start-up (test_config), the lookup table of start-up in
+// test_lookup_table.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -43,23 +44,13 @@ PortWrite portWrite(const SimLogEntry& e) {
 
 }  // namespace
 
-TEST(Defaults, DependentRangesTablesAndSpeedModeFollowTheList) {
+TEST(Defaults, DependentRangesAndSpeedModeFollowTheList) {
     Board board;
     ASSERT_TRUE(board.ok());
     for (int port = 0; port < 2; ++port) {
         SCOPED_TRACE(::testing::Message() << "port " << port);
         EXPECT_EQ(15360u, uintMax(board, FG_XOFFSET, port));
         EXPECT_EQ(16384u, uintMax(board, FG_WIDTH, port));
-
-        std::vector<uint32_t> lut(4096, 0xFFFFFFFFu);
-        FieldParameterAccess a;
-        std::memset(&a, 0, sizeof a);
-        a.vtype = FG_PARAM_TYPE_UINT32_T;
-        a.count = 4096;
-        a.p_uint32_t = lut.data();
-        ASSERT_EQ(0, Fg_getParameterWithType(board.fg(), FG_LUT_VALUE, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS));
-        for (uint32_t i = 0; i < 4096; ++i) ASSERT_EQ(i, lut[i]) << "LUT entry " << i;
-        EXPECT_EQ(1, flagsOf(board, FG_LUT_CUSTOM_FILE, port));
 
         // Line-rate mode at 10240 lines per second: 12207 clocks of 8 ns per line,
         // which reads back as the rate those clocks give.

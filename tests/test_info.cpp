@@ -6,12 +6,12 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "board_fixture.h"
+#include "test_files.h"
 
 using namespace orvtest;
 
@@ -150,41 +150,30 @@ TEST_F(InfoQuery, PointerQuestionsWithoutOutputsAnswerZero) {
 
 // ---- embedded images ------------------------------------------------------------------
 
-TEST_F(InfoQuery, IconIsA32x32RgbaPng) {
-    uint32_t size = 0;
-    const void* p = nullptr;
-    // Size and pointer can be asked for one at a time.
-    ASSERT_EQ(0, info(GET_PNG_ICON, 0, 0, &size, nullptr));
-    ASSERT_EQ(3087u, size);
-    ASSERT_EQ(0, info(GET_PNG_ICON, 0, 0, nullptr, &p));
-    ASSERT_NE(nullptr, p);
-    const unsigned char* png = static_cast<const unsigned char*>(p);
-    const unsigned char signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    EXPECT_EQ(0, std::memcmp(png, signature, 8));
-    // The first chunk is the header: width, height, bit depth 8, colour type 6 (RGBA).
-    EXPECT_EQ(0, std::memcmp(png + 12, "IHDR", 4));
-    const unsigned char dims[10] = {0, 0, 0, 32, 0, 0, 0, 32, 8, 6};
-    EXPECT_EQ(0, std::memcmp(png + 16, dims, sizeof dims));
-    // The file ends with the image trailer chunk.
-    EXPECT_EQ(0, std::memcmp(png + size - 8, "IEND", 4));
-}
-
-TEST_F(InfoQuery, EmbeddedDesignImageIsHandedOverWhole) {
-    uint32_t size = 0;
-    const void* p = nullptr;
-    ASSERT_EQ(0, info(GET_EMBEDDED_HAP, 0, 0, &size, &p));
-    EXPECT_EQ(7866434u, size);
-    ASSERT_NE(nullptr, p);
-    // The same image on every question, also when only the pointer is wanted.
-    const void* again = nullptr;
-    ASSERT_EQ(0, info(GET_EMBEDDED_HAP, 0, 0, nullptr, &again));
-    EXPECT_EQ(p, again);
-    // Every byte of it is readable (the sum only makes the reads happen).
-    const unsigned char* bytes = static_cast<const unsigned char*>(p);
-    uint64_t sum = 0;
-    for (uint32_t i = 0; i < size; i += 4096) sum += bytes[i];
-    sum += bytes[size - 1];
-    (void)sum;
+// The embedded icon and design image are the generated files byte for byte
+// (test_platform_icon and test_platform_design check those files).
+TEST_F(InfoQuery, EmbeddedIconAndDesignImageAreTheGeneratedFiles) {
+    const char* dir = std::getenv("ORV_DESIGN_DIR");
+    ASSERT_NE(nullptr, dir);
+    const std::pair<int, const char*> images[] = {{GET_PNG_ICON, "/OrvindelIcon.png"},
+                                                  {GET_EMBEDDED_HAP, "/Orvindel.hap"}};
+    for (const auto& image : images) {
+        SCOPED_TRACE(image.second);
+        const std::string expected = readFile(dir + std::string(image.second));
+        ASSERT_NE("<missing>", expected);
+        // Size and pointer can be asked for one at a time or together.
+        uint32_t size = 0, sizeAgain = 0;
+        const void* p = nullptr;
+        const void* again = nullptr;
+        ASSERT_EQ(0, info(image.first, 0, 0, &size, nullptr));
+        ASSERT_EQ(0, info(image.first, 0, 0, nullptr, &p));
+        ASSERT_EQ(0, info(image.first, 0, 0, &sizeAgain, &again));
+        EXPECT_EQ(size, sizeAgain);
+        EXPECT_EQ(p, again);
+        ASSERT_NE(nullptr, p);
+        ASSERT_EQ(expected.size(), size);
+        EXPECT_TRUE(expected == std::string(static_cast<const char*>(p), size)) << "contents differ";
+    }
 }
 
 // ---- enumeration constants ----------------------------------------------------------------

@@ -192,14 +192,20 @@ TEST_F(IoStatus, ReadOnlyParametersRefuseWritesAndConstantsKeepTheirValue) {
     const int readOnly[] = {FG_DIGIO_INPUT,        FG_OVERFLOW,
                             FG_FILLLEVEL,          FG_CAMSTATUS,
                             FG_CAMSTATUS_EXTENDED, FG_DMASTATUS,
-                            FG_SYSTEMMONITOR_FPGA_TEMPERATURE, FG_SYSTEMMONITOR_FPGA_DNA,
-                            FG_SYSTEMMONITOR_CHANNEL_CURRENT,  FG_SYSTEMMONITOR_CHANNEL_VOLTAGE};
+                            FG_TRANSFER_LEN,       FG_NR_OF_DMAS,
+                            FG_APPLET_ID,          FG_SYSTEMMONITOR_FPGA_TEMPERATURE,
+                            FG_SYSTEMMONITOR_FPGA_DNA, FG_SYSTEMMONITOR_CHANNEL_CURRENT,
+                            FG_SYSTEMMONITOR_CHANNEL_VOLTAGE};
     for (int port = 0; port < 2; ++port) {
         for (const auto& c : constants) {
-            EXPECT_EQ(c.second, board.u32(c.first, port)) << c.first;
             expectRejected(board, c.first, c.second + 1, port, FG_ERR_NOT_AVAILABLE);
+            EXPECT_EQ(c.second, board.u32(c.first, port)) << c.first;
+            EXPECT_EQ(0, board.lastError()) << "a successful read clears the error store";
         }
-        for (int id : readOnly) EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.set(id, 1, port)) << id;
+        for (int id : readOnly) {
+            EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.set(id, 1, port)) << id;
+            EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.lastError()) << id;
+        }
     }
     EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.setText(FG_APPLET_ID, "x", 0));
     EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.setText(FG_HAP_FILE, "x", 1));
