@@ -64,10 +64,9 @@ bool parseInteger(const std::string& text, long long& value)
 {
     if (text.empty())
         return false;
-    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     char* end = NULL;
     errno = 0;
-    value = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
+    value = std::strtoll(text.c_str(), &end, 10);
     return errno == 0 && end != NULL && *end == '\0';
 }
 

@@ -106,7 +106,6 @@ inline FgParamTypes typeOf(const uint64_t*) { return FG_PARAM_TYPE_UINT64_T; }
 inline FgParamTypes typeOf(const double*) { return FG_PARAM_TYPE_DOUBLE; }
 inline FgParamTypes typeOf(const FieldParameterAccess*) { return FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS; }
 inline FgParamTypes typeOf(const FieldParameterInt*) { return FG_PARAM_TYPE_STRUCT_FIELDPARAMINT; }
-inline FgParamTypes typeOf(const FieldParameterDouble*) { return FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE; }
 
 template <typename T>
 int setValue(Fg_Struct* fg, int id, const T& v, unsigned dma = 0) {

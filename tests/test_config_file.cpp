@@ -84,33 +84,26 @@ const char kSavedFile[] =
 
 // ----------------------------------------------------------- file rules --
 
-TEST_F(ConfigFile, TypeRuleLooksForTheExtensionAnywhere) {
+TEST_F(ConfigFile, OpensOnlyExistingFilesWithTheExtensionAnywhereInTheName) {
     Fg_ConfigFileParser parser(nullptr, nullptr, true);
     for (const char* name : {"camera.mcf", "camera.mcf.txt", "dir.mcf/camera"}) EXPECT_TRUE(parser.checkFileType(name));
     for (const char* name : {"camera.MCF", "camera_mcf", "", static_cast<const char*>(nullptr)})
         EXPECT_FALSE(parser.checkFileType(name)) << (name ? name : "NULL");
-}
 
-TEST_F(ConfigFile, OpensOnlyExistingFilesOfTheRightType) {
-    const std::string good = write("a.mcf.txt", kSavedFile);
     const std::string upper = write("a.MCF", kSavedFile);
-    {
-        Fg_ConfigFileParser parser(nullptr, good.c_str(), true);
-        EXPECT_TRUE(parser.isOpen());
-        EXPECT_EQ("0", headerInt(parser, "AktivePort"));
-    }
-    {
-        Fg_ConfigFileParser parser(nullptr, upper.c_str(), true);
-        EXPECT_FALSE(parser.isOpen());
-        EXPECT_TRUE(parser.checkFileExist(upper.c_str()));
-        EXPECT_EQ("rc -8000 Error", text(parser, -1, "Typ"));
-        EXPECT_EQ("rc -1 4242", value(parser, 0, "FG_WIDTH"));
-    }
+    Fg_ConfigFileParser wrongType(nullptr, upper.c_str(), true);
+    EXPECT_FALSE(wrongType.isOpen());
+    EXPECT_TRUE(wrongType.checkFileExist(upper.c_str()));
+    // without a file every lookup fails and leaves its target
+    EXPECT_EQ("rc -8000 Error", text(wrongType, -1, "Typ"));
+    EXPECT_EQ("rc -1 4242", value(wrongType, 0, "FG_WIDTH"));
+
+    // opening a missing file for writing does not create it
     const std::string missing = path("missing.mcf");
-    Fg_ConfigFileParser parser(nullptr, missing.c_str(), false);
-    EXPECT_FALSE(parser.isOpen());
-    EXPECT_FALSE(parser.checkFileExist(missing.c_str()));
-    EXPECT_FALSE(parser.checkFileExist(nullptr));
+    Fg_ConfigFileParser notThere(nullptr, missing.c_str(), false);
+    EXPECT_FALSE(notThere.isOpen());
+    EXPECT_FALSE(notThere.checkFileExist(missing.c_str()));
+    EXPECT_FALSE(notThere.checkFileExist(nullptr));
 }
 
 TEST_F(ConfigFile, ReadWriteOpeningKeepsTheContent) {
@@ -186,39 +179,6 @@ TEST_F(ConfigFile, WritingWithoutAFileDoesNothing) {
     parser.writeConfigFileUInt64Key("K", 1);
     parser.writeConfigFilePortA();
     EXPECT_FALSE(parser.isOpen());
-    EXPECT_EQ("[Port A]", parser.getPortString(0));
-    EXPECT_EQ("[Port B]", parser.getPortString(1));
-}
-
-TEST_F(ConfigFile, WrittenValuesReadBack) {
-    const std::string p = path("round.mcf");
-    {
-        Fg_ConfigFileParser parser(nullptr, nullptr, false);
-        ASSERT_TRUE(parser.setSaveFile(p.c_str()));
-        parser.writeConfigFileHeader();
-        parser.writeConfigFile("Typ", "Orvindel");
-        parser.writeConfigFileIntKey("AktivePort", 0);
-        for (int port = 0; port < 2; ++port) {
-            parser.writeConfigFileByPort(port);
-            parser.writeConfigFileIntKey("FG_WIDTH", 1024 + port);
-            parser.writeConfigFileIntKey("FG_IMGTRIGGERINSRC", static_cast<int>(4294967295u));
-            parser.writeConfigFileDoubleKey("FG_LINEPERIODE", port == 0 ? 0.1 : 1.0 / 3.0);
-            parser.writeConfigFileUInt64Key("FG_COUNT", UINT64_C(12345678901234567890));
-            parser.writeConfigFile("FG_LUT_CUSTOM_FILE", port == 0 ? "" : "/tmp/table.lut");
-        }
-    }
-    Fg_ConfigFileParser parser(nullptr, p.c_str(), true);
-    ASSERT_TRUE(parser.isOpen());
-    EXPECT_EQ("Orvindel", text(parser, -1, "Typ"));
-    EXPECT_EQ("0", headerInt(parser, "AktivePort"));
-    for (int port = 0; port < 2; ++port) {
-        SCOPED_TRACE(port);
-        EXPECT_EQ(std::to_string(1024 + port), value(parser, port, "FG_WIDTH"));
-        EXPECT_EQ("-1", value(parser, port, "FG_IMGTRIGGERINSRC"));  // the pattern 4294967295
-        EXPECT_EQ(port == 0 ? "0.1" : "0.333333333333", value<double>(parser, port, "FG_LINEPERIODE"));
-        EXPECT_EQ("12345678901234567890", value<std::uint64_t>(parser, port, "FG_COUNT"));
-        EXPECT_EQ(port == 0 ? "" : "/tmp/table.lut", text(parser, port, "FG_LUT_CUSTOM_FILE"));
-    }
 }
 
 // --------------------------------------------------------------- lookups --
@@ -235,6 +195,7 @@ TEST_F(ConfigFile, SectionIsFoundAnywhereInALineAndTheLookupRunsOnPastTheNextSec
                        "FG_WIDTH=2048;\nFG_HEIGHT=77;\n");
     EXPECT_EQ("77", value(*parser, 0, "FG_HEIGHT")) << "Port A lacks the key: Port B's value is found";
     EXPECT_EQ("2048", value(*parser, 1, "FG_WIDTH")) << "the search starts after the section line";
+    EXPECT_EQ("2048", value<std::uint64_t>(*parser, 1, "FG_WIDTH"));
     EXPECT_EQ("rc -1 4242", value(*parser, 0, "FG_ONLY_HEADER"));
     EXPECT_EQ("rc -1 4242", value(*parser, 2, "FG_WIDTH")) << "a section that is not in the file";
     char buf[256];
@@ -282,20 +243,6 @@ TEST_F(ConfigFile, HeaderLookupIsBySubstringAndTheHeaderIntegerNeedsTheHeaderSec
     EXPECT_EQ("rc -8000 Error", text(*parser, -1, "Seriennummer"));
     auto noHeader = open("[Port A]\nAktivePort=1;\n");
     EXPECT_EQ("rc -1 4242", headerInt(*noHeader, "AktivePort"));
-}
-
-TEST_F(ConfigFile, CarriageReturnLineEnds) {
-    std::string crlf;
-    for (const char* c = kSavedFile; *c != '\0'; ++c) crlf += *c == '\n' ? std::string("\r\n") : std::string(1, *c);
-    auto parser = open(crlf);
-    // "[Kamerasektion]\r\n" does not contain "[Kamerasektion]\n".
-    EXPECT_EQ("rc -1 4242", headerInt(*parser, "AktivePort"));
-    EXPECT_EQ("Orvindel", text(*parser, -1, "Typ"));
-    EXPECT_EQ("1024", value(*parser, 0, "FG_WIDTH"));
-    EXPECT_EQ("2048", value(*parser, 1, "FG_WIDTH"));
-    EXPECT_EQ("0.333333333333", value<double>(*parser, 1, "FG_LINEPERIODE"));
-    EXPECT_EQ("/tmp/table.lut", text(*parser, 1, "FG_LUT_CUSTOM_FILE"));
-    EXPECT_EQ("", text(*parser, 0, "FG_LUT_CUSTOM_FILE"));
 }
 
 TEST_F(ConfigFile, LongLinesAreReadIn255CharacterPieces) {

@@ -80,19 +80,6 @@ TEST_F(LutFile, SingleTableForm) {
               read(path("keys.lut")));
 }
 
-TEST_F(LutFile, IdentityTableBeginsAndEndsAsDocumented) {
-    Entries identity(4096);
-    for (unsigned int i = 0; i < 4096; ++i) identity[i] = i;
-    Table table(identity);
-    ASSERT_EQ(0, parser.saveLutToFile(path("identity.lut").c_str(), &table.t));
-    const std::string text = read(path("identity.lut"));
-    const std::string head =
-        "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n0,0;\n1,1;\n";
-    EXPECT_EQ(head, text.substr(0, head.size()));
-    const std::string tail = "4094,4094;\n4095,4095;\n";
-    EXPECT_EQ(tail, text.substr(text.size() - tail.size()));
-}
-
 TEST_F(LutFile, ThreeChannelForm) {
     Table red({1, 2}, 3), green({3}, 4), blue({}, 5, 1, 9);
     ASSERT_EQ(0, parser.saveLutToFile(path("rgb.lut").c_str(), &red.t, &green.t, &blue.t));

@@ -33,23 +33,7 @@ TEST_F(Registers, ValuesAreStoredAsWrittenWithoutMaskingAlsoInReadOnlyRegisters)
     uint64_t v = 0;
     EXPECT_EQ(0, SimBoard_GetRegister(dev_, 3, &v));
     EXPECT_EQ(0x1FFFu, v);
-}
-
-TEST_F(Registers, TheLastWriteIsRecorded) {
-    int reg = 0;
-    uint64_t v = 0;
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_LastRegisterWrite(dev_, &reg, &v));
-    EXPECT_EQ(0, SimBoard_RegisterWriteCount(dev_));
-    EXPECT_EQ(0, TervikRegisterWrite(dev_, 10, 0x123456789Aull));
-    EXPECT_EQ(0, TervikRegisterWrite(dev_, 3, 0x1FFF));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, TervikRegisterWrite(dev_, 4, 1));  // unknown: not recorded
-    EXPECT_EQ(2, SimBoard_RegisterWriteCount(dev_));
-    EXPECT_EQ(0, SimBoard_LastRegisterWrite(dev_, &reg, &v));
-    EXPECT_EQ(3, reg);
-    EXPECT_EQ(0x1FFFu, v);
-    // a board-side change is not a write of the applet
-    EXPECT_EQ(0, SimBoard_SetRegister(dev_, 10, 7));
-    EXPECT_EQ(2, SimBoard_RegisterWriteCount(dev_));
+    EXPECT_EQ(0, SimBoard_SetRegister(dev_, 10, 7));  // a board-side change
     EXPECT_EQ(7u, read(10));
 }
 
@@ -79,7 +63,6 @@ TEST_F(Registers, InjectedFailuresAffectReadsAndWritesUntilCleared) {
     uint64_t v = 99;
     EXPECT_EQ(-901, TervikRegisterRead(dev_, 3, &v));
     EXPECT_EQ(99u, v);
-    EXPECT_EQ(1, SimBoard_RegisterWriteCount(dev_));
     SimBoard_FailRegisters(dev_, 0);
     EXPECT_EQ(1u, read(3)) << "the failed write changed nothing";
     SimBoard_FailRegisters(dev_, -902);

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "templates/platform/PropertiesFile.h"
@@ -85,20 +84,4 @@ TEST(PropertiesLock, HolderMayUseTheStoreWhileLocked)
     std::string value;
     EXPECT_TRUE(store.getProperty("a::b", value));
     EXPECT_EQ(1u, store.propertyNames("a").size());
-}
-
-TEST(PropertiesLock, ConcurrentWritersLoseNothing)
-{
-    PropertiesFile store(true, true);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&store, t] {
-            for (int i = 0; i < 200; ++i) {
-                RecursiveMutexGuard guard(&store.m_mutex);
-                store.setProperty("s::" + std::to_string(t) + "_" + std::to_string(i), "On");
-            }
-        });
-    for (auto& th : threads)
-        th.join();
-    EXPECT_EQ(800u, store.propertyNames("s").size());
 }

@@ -95,8 +95,8 @@ inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char*
     info.addInfoUInt(dra, "Register 1", "DRA_Register1", 0, 255, 1, 3, 1, 1, "", 1000001, port);
 }
 
-// Expected node texts of the description, for assembling whole documents (the
-// node templates themselves are checked literally in test_xml_builder.cpp).
+// Expected node texts of the description, spelled out per kind, for
+// assembling whole documents.
 inline std::string documentHeader(const std::string& model = "Orvindel")
 {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<RegisterDescription\nModelName=\"" + model +
