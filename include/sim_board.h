@@ -194,11 +194,6 @@ int SimBoard_GetRegister(QORdevice* dev, int reg, uint64_t* value);
 int SimBoard_SetRegister(QORdevice* dev, int reg, uint64_t value);
 /* Makes register reads and writes fail with `code` (0 clears). */
 void SimBoard_FailRegisters(QORdevice* dev, int code);
-/* Successful register writes through the register I/O runtime so far. */
-int SimBoard_RegisterWriteCount(QORdevice* dev);
-/* The last successful register write (number and value as written); 0, or
- * -2070 when there was none. */
-int SimBoard_LastRegisterWrite(QORdevice* dev, int* reg, uint64_t* value);
 
 /* ---- acquisition counters ------------------------------------------------- */
 

@@ -498,24 +498,4 @@ PLATFORM_EXPORT void SimBoard_FailRegisters(QORdevice* dev, int code) {
     pthread_mutex_unlock(&dev->regLock);
 }
 
-PLATFORM_EXPORT int SimBoard_RegisterWriteCount(QORdevice* dev) {
-    if (deviceOf(dev) == nullptr) return 0;
-    pthread_mutex_lock(&dev->regLock);
-    int n = dev->regWriteCount;
-    pthread_mutex_unlock(&dev->regLock);
-    return n;
-}
-
-PLATFORM_EXPORT int SimBoard_LastRegisterWrite(QORdevice* dev, int* reg, uint64_t* value) {
-    if (deviceOf(dev) == nullptr) return FG_ERR_INVALID_PARAMETER;
-    pthread_mutex_lock(&dev->regLock);
-    int n = dev->regWriteCount;
-    if (n > 0) {
-        if (reg != nullptr) *reg = dev->lastWriteReg;
-        if (value != nullptr) *value = dev->lastWriteValue;
-    }
-    pthread_mutex_unlock(&dev->regLock);
-    return n > 0 ? FG_OK : FG_ERR_INVALID_PARAMETER;
-}
-
 }  // extern "C"

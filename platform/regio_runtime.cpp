@@ -38,9 +38,6 @@ PLATFORM_EXPORT int TervikRegisterWrite(QORdevice* board, int reg, uint64_t valu
     SimRegister* r = findRegister(board, reg);
     if (r == nullptr) return FG_ERR_INVALID_PARAMETER;
     r->value = value;
-    board->regWriteCount++;
-    board->lastWriteReg = reg;
-    board->lastWriteValue = value;
     return FG_OK;
 }
 
@@ -52,7 +49,6 @@ PLATFORM_EXPORT int TervikRegisterRead(QORdevice* board, int reg, uint64_t* valu
     SimRegister* r = findRegister(board, reg);
     if (r == nullptr) return FG_ERR_INVALID_PARAMETER;
     *value = r->value;
-    board->regReadCount++;
     return FG_OK;
 }
 

@@ -34,10 +34,6 @@ struct QORdevice {
     SimRegister* regs;        /* owned by the host runtime (malloc) */
     int nrOfRegs;
     int regFailCode;          /* non-zero: register reads and writes fail with it */
-    int regWriteCount;        /* successful writes */
-    int regReadCount;         /* successful reads */
-    int lastWriteReg;         /* register number of the last successful write */
-    uint64_t lastWriteValue;
     void* host;               /* the host runtime's private device state */
 };
 
