@@ -290,16 +290,15 @@ void FgQorWrapperImpl::set_FG_LUT_VALUE(int port, const FieldParameterAccess* va
         }
     }
 
-    // The elements are unsigned 32-bit whatever the record calls them.
+    // The field-cache helpers copy by the record's element type: the 32-bit
+    // types copy, an element-record type (FIELDPARAMINT) copies nothing, so
+    // the cache then keeps its entries while the design gets the record.
     uint32_t* cache = port_[port].cache_FG_LUT_VALUE;
     uint32_t saved[kLutSize];
     FieldParameterAccess previous = *value;
-    previous.vtype = FG_PARAM_TYPE_UINT32_T;
     previous.p_uint32_t = saved;
     getFieldCache(cache, &previous);
-    FieldParameterAccess incoming = *value;
-    incoming.vtype = FG_PARAM_TYPE_UINT32_T;
-    setFieldCache(cache, &incoming);
+    setFieldCache(cache, value);
     try {
         designWrite(qorPort(port, DP_LookupTable_LookupTable_LUTcontent), value, port,
                     FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);

@@ -432,8 +432,50 @@ TEST_F(Lut, RangeWriteLimits) {
     EXPECT_EQ(before, table(0));
     // The whole table at once is a valid range.
     std::vector<uint32_t> all(kLutEntries, 4095);
-    EXPECT_EQ(0, writeRange(0, access(FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, 0, kLutEntries, all.data())));
+    EXPECT_EQ(0, writeRange(0, access(FG_PARAM_TYPE_UINT32_T, 0, kLutEntries, all.data())));
     EXPECT_EQ(all, table(0));
+}
+
+// The cache follows the element type of the record: 32-bit elements are
+// copied into it, element records (FIELDPARAMINT) are not, although they are
+// checked and sent to the design all the same. A failing design write leaves
+// the entries as they were with either type.
+TEST_F(Lut, RangeWriteCachesByElementType) {
+    processingMode();
+    const unsigned kIndex = 100, kCount = 8;
+    struct Case {
+        FgParamTypes vtype;
+        bool cached;
+    };
+    const Case cases[] = {{FG_PARAM_TYPE_UINT32_T, true}, {FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, false}};
+    for (int port = 0; port < 2; ++port) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(testing::Message() << "port " << port << " vtype " << c.vtype);
+            ASSERT_EQ(0, b.set(FG_LUT_TYPE, kProcessing, port));  // back to the identity
+            std::vector<uint32_t> v(kCount);
+            for (unsigned k = 0; k < kCount; ++k) v[k] = 4000 + k;
+
+            // A failing design write: nothing cached, whatever the type.
+            SimBoard_FailParameter(b.dev(), lutName(port).c_str(), 1, -77);
+            EXPECT_EQ(-77, writeRange(port, access(c.vtype, kIndex, kCount, v.data())));
+            SimBoard_ClearFaults(b.dev());
+            EXPECT_EQ(identity(), table(port));
+
+            b.clearLog();
+            ASSERT_EQ(0, writeRange(port, access(c.vtype, kIndex, kCount, v.data())));
+            const std::vector<SimLogEntry> log = b.log();
+            ASSERT_EQ(1u, log.size());
+            EXPECT_EQ(lutName(port), log[0].name);
+            EXPECT_EQ(kIndex, log[0].fieldIndex);
+            ASSERT_EQ(kCount, log[0].fieldCount);
+            for (unsigned k = 0; k < kCount; ++k) EXPECT_EQ(v[k], log[0].fieldValues[k]) << k;
+
+            std::vector<uint32_t> expected = identity();
+            if (c.cached)
+                for (unsigned k = 0; k < kCount; ++k) expected[kIndex + k] = v[k];
+            EXPECT_EQ(expected, table(port));
+        }
+    }
 }
 
 TEST_F(Lut, EntryReadsCheckTheirBounds) {
