@@ -12,7 +12,9 @@
 #include <string>
 
 #include "FgQorWrapper.h"
+#include "catalogue_ranges.h"
 #include "fg_types.h"
+#include "sdk_enums.h"
 #include "sdk_ids.h"
 #include "templates/platform/CriticalSection.h"
 #include "templates/platform/PropertiesFile.h"
@@ -43,7 +45,7 @@ enum DesignShared {
     DS_COUNT
 };
 
-enum { kPortCount = 2, kLutSize = 4096 };
+enum { kPortCount = 2, kLutSize = catalogue::FG_LUT_VALUE::size };
 
 // ---- enumeration tables ---------------------------------------------------------
 
