@@ -270,8 +270,9 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_ROLL(int port, uint32_t value, boo
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
+    const uint32_t frameDivisor = value == sdk::value(sdk::OnOff::FG_ON) ? 256u : 1u;
     commit(sim.s.cache_FG_CAMERASIMULATOR_ROLL, value, throwOnError,
-           [&] { writeU32(port, DP_CameraSimulator_Frame_Divisor, value == sdk::value(sdk::OnOff::FG_ON) ? 256u : 1u); });
+           [&] { writeU32(port, DP_CameraSimulator_Frame_Divisor, frameDivisor); });
 }
 
 void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_ROLL(int port, uint32_t* value) {
@@ -287,7 +288,8 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_TRIGGER_MODE(int port, uint32_t va
     // Free run: the valve passes everything, in frame mode. Line trigger: one
     // line per rising edge. Frame trigger: one frame per rising edge.
     const uint32_t freeRun = value == sdk::value(sdk::CameraSimulatorTriggerMode::SIMULATION_FREE_RUN) ? 1 : 0;
-    const uint32_t valveMode = value == sdk::value(sdk::CameraSimulatorTriggerMode::RISING_EDGE_TRIGGERS_LINE) ? 1 : 2;
+    const uint32_t valveMode =
+        value == sdk::value(sdk::CameraSimulatorTriggerMode::RISING_EDGE_TRIGGERS_LINE) ? 1 : 2;
     commit(sim.s.cache_FG_CAMERASIMULATOR_TRIGGER_MODE, value, throwOnError, [&] {
         writeU32(port, DP_CameraSimulator_TriggerValve_FreeRun_Select, freeRun);
         writeU32(port, DP_CameraSimulator_TriggerValve_TriggerValve_Mode, valveMode);
@@ -379,11 +381,12 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_SELECT_MODE(int port, uint32_t val
     PortState& s = sim.s;
     commit(s.cache_FG_CAMERASIMULATOR_SELECT_MODE, value, throwOnError, [&] {
         // Which speed quantity (and which gaps) the application may write.
+        constexpr int rw = FG_PARAM_ACCESS_READ_WRITE, ro = FG_PARAM_ACCESS_READ_ONLY;
         static const int kFlags[3][5] = {
             // pixel frequency, line rate, frame rate, line gap, frame gap
-            {FG_PARAM_ACCESS_READ_WRITE, FG_PARAM_ACCESS_READ_ONLY, FG_PARAM_ACCESS_READ_ONLY, FG_PARAM_ACCESS_READ_WRITE, FG_PARAM_ACCESS_READ_WRITE},
-            {FG_PARAM_ACCESS_READ_ONLY, FG_PARAM_ACCESS_READ_WRITE, FG_PARAM_ACCESS_READ_ONLY, FG_PARAM_ACCESS_READ_ONLY, FG_PARAM_ACCESS_READ_WRITE},
-            {FG_PARAM_ACCESS_READ_ONLY, FG_PARAM_ACCESS_READ_ONLY, FG_PARAM_ACCESS_READ_WRITE, FG_PARAM_ACCESS_READ_ONLY, FG_PARAM_ACCESS_READ_ONLY},
+            {rw, ro, ro, rw, rw},
+            {ro, rw, ro, ro, rw},
+            {ro, ro, rw, ro, ro},
         };
         setAccess(port, FG_CAMERASIMULATOR_PIXEL_FREQUENCY, kFlags[value][0]);
         setAccess(port, FG_CAMERASIMULATOR_LINERATE, kFlags[value][1]);

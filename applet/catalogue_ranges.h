@@ -32,6 +32,13 @@ namespace catalogue {
     };
 #include "catalogue.def"
 
+// Whether `v` lies in the registered range of parameter R, bounds included
+// (NaN never does): catalogue::inRange<catalogue::FG_LINEPERIODE>(v).
+template <class R, class T>
+constexpr bool inRange(T v) {
+    return v >= R::from && v <= R::to;
+}
+
 }  // namespace catalogue
 
 #endif

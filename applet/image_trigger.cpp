@@ -16,8 +16,6 @@ const uint32_t kDesignSoftwareSource = 4;
 const int kTriggerInputParams[] = {FG_IMGTRIGGERINSRC, FG_IMGTRIGGERINPOLARITY, FG_IMGTRIGGERGATEDELAY,
                                    FG_IMGTRIGGERDEBOUNCING};
 
-inline bool inRange(double v, double lo, double hi) { return v >= lo && v <= hi; }
-
 // SDK image trigger source to the design's source number: the software
 // trigger is design source 4, the physical inputs 4..7 sit one above it.
 inline uint32_t designSource(uint32_t sdkSource) {
@@ -142,7 +140,8 @@ void FgQorWrapperImpl::get_FG_IMGTRIGGERGATEDELAY(int port, uint32_t* value) {
 }
 
 void FgQorWrapperImpl::set_FG_IMGTRIGGERDEBOUNCING(int port, double value, bool throwOnError) {
-    if (!inRange(value, catalogue::FG_IMGTRIGGERDEBOUNCING::from, catalogue::FG_IMGTRIGGERDEBOUNCING::to)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_IMGTRIGGERDEBOUNCING>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_IMGTRIGGERDEBOUNCING, value, throwOnError,
            [&] { writeDouble(port, DP_Trigger_Trigger_ImgTrgDebouncingTime, value); });
 }

@@ -17,12 +17,7 @@ namespace {
 // advertises 1048 us, the exposure counter takes up to 131071 steps.
 const double kExposureMax = 1048.568;
 
-
 using LineTriggerMode = sdk::LineTriggerModes;
-
-// Inclusive range check that also refuses NaN.
-inline bool inRange(double v, double lo, double hi) { return v >= lo && v <= hi; }
-inline bool inRange(uint32_t v, uint32_t lo, uint32_t hi) { return v >= lo && v <= hi; }
 
 // SDK input source 0..7 to the design's source number: design source 4 is
 // the software trigger, so the physical inputs 4..7 sit one above.
@@ -64,9 +59,9 @@ void FgQorWrapperImpl::set_FG_LINETRIGGERMODE(int port, uint32_t value, bool thr
     uint32_t hwValue = 0;
     int rwExtern = FG_PARAM_ACCESS_READ_ONLY;
     switch (value) {
-    case sdk::value(LineTriggerMode::GRABBER_CONTROLLED): hwValue = 0; rwExtern = FG_PARAM_ACCESS_READ_ONLY; break;
+    case sdk::value(LineTriggerMode::GRABBER_CONTROLLED): hwValue = 0; break;
     case sdk::value(LineTriggerMode::ASYNC_TRIGGER): hwValue = 1; rwExtern = FG_PARAM_ACCESS_READ_WRITE; break;
-    case sdk::value(LineTriggerMode::GRABBER_CONTROLLED_GATED): hwValue = 2; rwExtern = FG_PARAM_ACCESS_READ_ONLY; break;
+    case sdk::value(LineTriggerMode::GRABBER_CONTROLLED_GATED): hwValue = 2; break;
     case sdk::value(LineTriggerMode::ASYNC_GATED): hwValue = 3; rwExtern = FG_PARAM_ACCESS_READ_WRITE; break;
     }
 
@@ -128,7 +123,8 @@ void FgQorWrapperImpl::get_FG_LINETRIGGERINPOLARITY(int port, uint32_t* value) {
 }
 
 void FgQorWrapperImpl::set_FG_LINETRIGGERDEBOUNCING(int port, double value, bool throwOnError) {
-    if (!inRange(value, catalogue::FG_LINETRIGGERDEBOUNCING::from, catalogue::FG_LINETRIGGERDEBOUNCING::to)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINETRIGGERDEBOUNCING>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_LINETRIGGERDEBOUNCING, value, throwOnError,
            [&] { writeDouble(port, DP_Trigger_Trigger_LineTrgDebouncingTime, value); });
 }
@@ -138,7 +134,8 @@ void FgQorWrapperImpl::get_FG_LINETRIGGERDEBOUNCING(int port, double* value) {
 }
 
 void FgQorWrapperImpl::set_FG_LINE_DOWNSCALE(int port, uint32_t value, bool throwOnError) {
-    if (!inRange(value, catalogue::FG_LINE_DOWNSCALE::from, catalogue::FG_LINE_DOWNSCALE::to)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINE_DOWNSCALE>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_LINE_DOWNSCALE, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_LineTrgDownscaler, value); });
 }
@@ -148,7 +145,8 @@ void FgQorWrapperImpl::get_FG_LINE_DOWNSCALE(int port, uint32_t* value) {
 }
 
 void FgQorWrapperImpl::set_FG_LINE_DOWNSCALEINIT(int port, uint32_t value, bool throwOnError) {
-    if (!inRange(value, catalogue::FG_LINE_DOWNSCALEINIT::from, catalogue::FG_LINE_DOWNSCALEINIT::to)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINE_DOWNSCALEINIT>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_LINE_DOWNSCALEINIT, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_LineTrgPhase, value); });
 }
@@ -185,7 +183,8 @@ void FgQorWrapperImpl::set_FG_SHAFTENCODERMODE(int port, uint32_t value, bool th
     PortState& ps = port_[port];
     // With the encoder off the mode is only remembered; switching it on applies it.
     commit(ps.cache_FG_SHAFTENCODERMODE, value, throwOnError, [&] {
-        if (ps.cache_FG_SHAFTENCODERON != sdk::value(sdk::OnOff::FG_OFF)) writeU32(port, DP_Trigger_Trigger_EncoderABMode, value);
+        if (ps.cache_FG_SHAFTENCODERON != sdk::value(sdk::OnOff::FG_OFF))
+            writeU32(port, DP_Trigger_Trigger_EncoderABMode, value);
     });
 }
 
@@ -224,7 +223,8 @@ void FgQorWrapperImpl::get_FG_SHAFTENCODER_COMPENSATION_ENABLE(int port, uint32_
 }
 
 void FgQorWrapperImpl::set_FG_SHAFTENCODER_COMPENSATION_COUNT(int port, uint32_t value, bool throwOnError) {
-    if (value > catalogue::FG_SHAFTENCODER_COMPENSATION_COUNT::to) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (value > catalogue::FG_SHAFTENCODER_COMPENSATION_COUNT::to)
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_SHAFTENCODER_COMPENSATION_COUNT, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_EncoderCompensationCount, value); });
 }
@@ -238,7 +238,8 @@ void FgQorWrapperImpl::get_FG_SHAFTENCODER_COMPENSATION_COUNT(int port, uint32_t
 // ---- ExSync timing ----------------------------------------------------------------------
 
 void FgQorWrapperImpl::set_FG_LINEPERIODE(int port, double value, bool throwOnError) {
-    if (!inRange(value, catalogue::FG_LINEPERIODE::from, catalogue::FG_LINEPERIODE::to)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINEPERIODE>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     PortState& ps = port_[port];
     // A cached exposure longer than the new period stays; it is checked when next written.
     commit(ps.cache_FG_LINEPERIODE, value, throwOnError, [&] {
@@ -270,7 +271,8 @@ void FgQorWrapperImpl::get_FG_LINEEXPOSURE(int port, double* value) {
 }
 
 void FgQorWrapperImpl::set_FG_LINETRIGGERDELAY(int port, double value, bool throwOnError) {
-    if (!inRange(value, catalogue::FG_LINETRIGGERDELAY::from, catalogue::FG_LINETRIGGERDELAY::to)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINETRIGGERDELAY>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_LINETRIGGERDELAY, value, throwOnError,
            [&] { writeDouble(port, DP_Trigger_Trigger_Exsync2Delay, value); });
 }

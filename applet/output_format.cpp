@@ -95,7 +95,7 @@ void FgQorWrapperImpl::set_FG_BITALIGNMENT(int port, uint32_t value, bool throwO
 // The timeout belongs to the host runtime: checked and cached here, then
 // handed to the host's own FG_TIMEOUT of the port's DMA channel.
 void FgQorWrapperImpl::set_FG_TIMEOUT(int port, uint32_t value, bool throwOnError) {
-    if (value < catalogue::FG_TIMEOUT::from || value > catalogue::FG_TIMEOUT::to) {
+    if (!catalogue::inRange<catalogue::FG_TIMEOUT>(value)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -110,7 +110,7 @@ void FgQorWrapperImpl::set_FG_TIMEOUT(int port, uint32_t value, bool throwOnErro
 // phase does not fit it, a phase while it does not fit the cached period.
 void FgQorWrapperImpl::set_FG_IMG_SELECT_PERIOD(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value < catalogue::FG_IMG_SELECT_PERIOD::from || value > catalogue::FG_IMG_SELECT_PERIOD::to) {
+    if (!catalogue::inRange<catalogue::FG_IMG_SELECT_PERIOD>(value)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }

@@ -69,7 +69,7 @@ void FgQorWrapperImpl::set_FG_XOFFSET(int port, uint32_t value, bool throwOnErro
 
 void FgQorWrapperImpl::set_FG_HEIGHT(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value < catalogue::FG_HEIGHT::from || value > catalogue::FG_HEIGHT::to) {
+    if (!catalogue::inRange<catalogue::FG_HEIGHT>(value)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -117,7 +117,7 @@ void FgQorWrapperImpl::setTriggerHeightAndOffset(int port, uint32_t yOffset, uin
 
 void FgQorWrapperImpl::set_FG_IMGTRIGGER_ASYNC_HEIGHT(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value < catalogue::FG_IMGTRIGGER_ASYNC_HEIGHT::from || value > catalogue::FG_IMGTRIGGER_ASYNC_HEIGHT::to) {
+    if (!catalogue::inRange<catalogue::FG_IMGTRIGGER_ASYNC_HEIGHT>(value)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -137,8 +137,9 @@ void FgQorWrapperImpl::set_FG_REVERSE_X(int port, uint32_t value, bool throwOnEr
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
+    const uint32_t mirror = value == sdk::value(sdk::FalseTrue::FG_TRUE) ? 1u : 0u;
     commit(port_[port].cache_FG_REVERSE_X, value, throwOnError,
-           [&] { writeU32(port, DP_LineMirrorX_Enable_SelectSource, value == sdk::value(sdk::FalseTrue::FG_TRUE) ? 1u : 0u); });
+           [&] { writeU32(port, DP_LineMirrorX_Enable_SelectSource, mirror); });
 }
 
 // ---- reads: the last accepted values ----
