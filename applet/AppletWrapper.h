@@ -12,7 +12,10 @@
 #include <string>
 
 #include "FgQorWrapper.h"
+#include "camera_simulator.h"
+#include "catalogue_ranges.h"
 #include "fg_types.h"
+#include "sdk_enums.h"
 #include "sdk_ids.h"
 #include "templates/platform/CriticalSection.h"
 #include "templates/platform/PropertiesFile.h"
@@ -43,7 +46,7 @@ enum DesignShared {
     DS_COUNT
 };
 
-enum { kPortCount = 2, kLutSize = 4096 };
+enum { kPortCount = 2, kLutSize = catalogue::FG_LUT_VALUE::size };
 
 // ---- enumeration tables ---------------------------------------------------------
 
@@ -75,19 +78,16 @@ extern const int kAllEnumTableCount;
 
 // ---- per-port state ---------------------------------------------------------------
 
-struct PortState {
-#define PORT_CACHE(NAME, TYPE, INITIAL) TYPE cache_##NAME = INITIAL;
-#define PORT_CACHE_LUT(NAME) uint32_t cache_##NAME[kLutSize] = {};
-#define PORT_CACHE_TEXT(NAME) std::string cache_##NAME;
-#include "port_cache.def"
+// The C types of the TYPE column of port_cache.def.
+typedef uint32_t PortType_U32;
+typedef double PortType_DOUBLE;
 
-    // Camera-simulator working values (set by Std_entry, kept by the simulator handlers).
-    uint32_t used_width = 0;
-    uint32_t used_line_gap = 0;
-    uint32_t used_height = 0;
-    uint32_t used_frame_gap = 0;
-    double max_pixelFrequency = 0.0;
-    double used_framerate = 0.0;
+struct PortState : CamSimWorkingValues {
+#define PORT_CACHE(NAME, TYPE, VALUE, DEFAULT, SAVED, ON_LOAD) \
+    PortType_##TYPE cache_##NAME = static_cast<PortType_##TYPE>(VALUE);
+#define PORT_CACHE_LUT(NAME) uint32_t cache_##NAME[kLutSize] = {};
+#define PORT_CACHE_TEXT(NAME, SAVED, ON_LOAD) std::string cache_##NAME;
+#include "port_cache.def"
 };
 
 // ---- handler declarations, derived from the SDK table -----------------------------

@@ -1,13 +1,6 @@
 // The camera simulator of each port: a pattern generator in the design that
-// can replace the camera as the image source.
-//
-// Timing model of the design: the simulator runs on an 8 ns clock and emits
-// 12 pixels per clock, so widths and line gaps are programmed in steps of 12
-// pixels. In pixel-frequency mode the pixel output is gated over a repeating
-// sequence of 2000 clocks of which `on time` clocks are active; in line-rate
-// and frame-rate mode one pixel clock is active and the sequence length is the
-// number of clocks per line. Width + line gap and height + frame gap are each
-// limited to 65536.
+// can replace the camera as the image source. The timing model and the rate
+// formulas are in camera_simulator.h.
 //
 // The three speed quantities (pixel frequency, line rate, frame rate) are tied
 // together by the geometry, so most setters recompute the others, rewrite
@@ -20,20 +13,9 @@
 
 #include "AppletWrapper.h"
 
+using namespace camsim;
+
 namespace {
-
-const double kClockPeriod = 8e-9;          // seconds per simulator clock
-const uint32_t kPixelsPerClock = 12;       // granularity of widths and line gaps
-const uint32_t kSequenceClocks = 2000;     // gating sequence in pixel-frequency mode
-const uint32_t kGeometryLimit = 65536;     // width + line gap, height + frame gap
-const double kFullSpeedMHz = 1500.0;       // pixel frequency outside pixel-frequency mode
-const double kMaxRequestedMHz = 4000.0;    // the pixel-frequency setter's own limit
-const double kMinRate = 0.1;               // lowest line rate and frame rate, Hz
-
-const int kAccessReadWrite = 7;
-const int kAccessReadOnly = 1;
-
-enum SpeedMode { kPixelFrequencyMode = 0, kLineRateMode = 1, kFrameRateMode = 2 };
 
 // A double truncated toward zero and taken as an unsigned 32-bit integer for
 // the range arithmetic. A small negative result wraps around (as the
@@ -55,189 +37,183 @@ uint64_t roundUp12(uint32_t v) {
     return (uint64_t(v) + kPixelsPerClock - 1) / kPixelsPerClock * kPixelsPerClock;
 }
 
-// The simulator of one port: its working values, rate computations, geometry
-// writers and range updaters.
-class CamSim {
-public:
-    CamSim(FgQorWrapperImpl& w, int port) : w_(w), port_(port), s(stateOf(w, port)) {}
-
-    uint32_t mode() const { return s.cache_FG_CAMERASIMULATOR_SELECT_MODE; }
-
-    // ---- rate computations (reads of the design raise their host code) ----
-
-    // Pixel frequency in MHz.
-    double pixelFrequency(uint32_t m) {
-        switch (m) {
-        case kPixelFrequencyMode:
-            return double(onTime()) * 12.0 / 2000.0 / kClockPeriod / 1e6;
-        case kLineRateMode:
-        case kFrameRateMode:
-            return kFullSpeedMHz;
-        default:
-            throw int(FG_ERR_NO_DESCRIPTION);
-        }
-    }
-
-    // Line rate in Hz.
-    double lineRate(uint32_t m) {
-        switch (m) {
-        case kPixelFrequencyMode:
-            return pixelFrequency(m) * 1e6 / double(s.used_width + s.used_line_gap);
-        case kLineRateMode:
-            return 1 / (double(sequenceLength()) * kClockPeriod);
-        case kFrameRateMode:
-            return 12 / (double(s.used_width) * kClockPeriod);
-        default:
-            throw int(FG_ERR_NO_DESCRIPTION);
-        }
-    }
-
-    // Frame rate in Hz.
-    double frameRate(uint32_t m) {
-        switch (m) {
-        case kPixelFrequencyMode: {
-            const uint32_t pixels = (s.used_width + s.used_line_gap) * (height() + s.used_frame_gap);
-            return pixelFrequency(m) * 1e6 / double(pixels);
-        }
-        case kLineRateMode:
-            return (1 / (double(sequenceLength()) * kClockPeriod)) / double(height() + s.used_frame_gap);
-        case kFrameRateMode: {
-            const uint32_t clocks = height() * sequenceLength();
-            return 1 / (double(clocks) * kClockPeriod);
-        }
-        default:
-            throw int(FG_ERR_NO_DESCRIPTION);
-        }
-    }
-
-    // ---- geometry writers (always raise on failure) ----
-
-    void setWidth(uint32_t width, uint32_t lineGap) {
-        const uint64_t usedWidth = roundUp12(width);
-        const uint64_t usedGap = roundUp12(lineGap);
-        if (usedWidth + usedGap > kGeometryLimit) throw int(FG_ERR_VALUE_OUT_OF_RANGE);
-        s.used_width = static_cast<uint32_t>(usedWidth);
-        s.used_line_gap = static_cast<uint32_t>(usedGap);
-        w_.writeU32(port_, DP_CameraSimulator_Size_ImageWidth, (s.used_width + s.used_line_gap) / kPixelsPerClock);
-        w_.writeU32(port_, DP_CameraSimulator_LineGap_Number, s.used_width / kPixelsPerClock);
-    }
-
-    void setHeight(uint32_t h, uint32_t frameGap) {
-        if (uint64_t(h) + frameGap > kGeometryLimit) throw int(FG_ERR_VALUE_OUT_OF_RANGE);
-        s.used_height = h;
-        s.used_frame_gap = frameGap;
-        w_.writeU32(port_, DP_CameraSimulator_Size_ImageHeight, h + frameGap);
-        w_.writeU32(port_, DP_CameraSimulator_FrameGap_Number, h);
-    }
-
-    // ---- maxima of the dependent parameters (a failing rate raises) ----
-
-    uint32_t widthMax() {
-        const uint32_t m = mode();
-        switch (m) {
-        case kPixelFrequencyMode:
-            return kGeometryLimit - s.used_line_gap;
-        case kLineRateMode:
-            return std::min(kGeometryLimit, truncU32(maxPf() / lineRate(m) - 12));
-        case kFrameRateMode:
-            return std::min(kGeometryLimit, truncU32(maxPf() / (double(height()) * frameRate(m)) - 12));
-        default:
-            throw int(FG_ERR_NO_DESCRIPTION);
-        }
-    }
-
-    uint32_t lineGapMax() {
-        const uint32_t m = mode();
-        switch (m) {
-        case kPixelFrequencyMode:
-            return kGeometryLimit - s.used_width;
-        case kLineRateMode:
-            return std::min(kGeometryLimit - s.used_width,
-                            truncU32(maxPf() / lineRate(m) - double(s.used_width) - 12));
-        case kFrameRateMode:
-            return 0;
-        default:
-            throw int(FG_ERR_NO_DESCRIPTION);
-        }
-    }
-
-    uint32_t heightMax() {
-        const uint32_t m = mode();
-        switch (m) {
-        case kPixelFrequencyMode:
-        case kLineRateMode:
-            return kGeometryLimit - s.used_frame_gap;
-        case kFrameRateMode:
-            return std::min(kGeometryLimit,
-                            truncU32(maxPf() / (double(s.used_width + 12) * frameRate(m))));
-        default:
-            throw int(FG_ERR_NO_DESCRIPTION);
-        }
-    }
-
-    uint32_t frameGapMax() const { return mode() == kPixelFrequencyMode ? kGeometryLimit - height() : 0; }
-
-    double lineRateMax() const { return maxPf() / double(s.used_width + 12); }
-
-    double frameRateMax() const { return maxPf() / double((s.used_width + 12) * height()); }
-
-    // ---- range updaters: rewrite the registered maximum, never raise ----
-
-    void updateWidthRange() { updateUInt(FG_CAMERASIMULATOR_WIDTH, &CamSim::widthMax); }
-    void updateLineGapRange() { updateUInt(FG_CAMERASIMULATOR_LINE_GAP, &CamSim::lineGapMax); }
-    void updateHeightRange() { updateUInt(FG_CAMERASIMULATOR_HEIGHT, &CamSim::heightMax); }
-    void updateFrameGapRange() {
-        if (RegisterInfo* r = w_.info(port_, FG_CAMERASIMULATOR_FRAME_GAP)) r->u.uiReg.to = frameGapMax();
-    }
-    void updateLineRateRange() { updateDouble(FG_CAMERASIMULATOR_LINERATE, lineRateMax()); }
-    void updateFrameRateRange() { updateDouble(FG_CAMERASIMULATOR_FRAMERATE, frameRateMax()); }
-
-    // ---- design reads ----
-
-    uint32_t onTime() { return w_.readU32(port_, DP_CameraSimulator_PixelFrequency_ActivePixel_Number); }
-    uint32_t sequenceLength() {
-        return w_.readU32(port_, DP_CameraSimulator_PixelFrequency_SequenceLength_ImageWidth);
-    }
-
-    // Writes the gating of the pixel clock: the sequence length, then one
-    // active clock (line-rate and frame-rate mode).
-    void writeClocksPerLine(uint32_t clocks) {
-        w_.writeU32(port_, DP_CameraSimulator_PixelFrequency_SequenceLength_ImageWidth, clocks);
-        w_.writeU32(port_, DP_CameraSimulator_PixelFrequency_ActivePixel_Number, 1);
-    }
-
-private:
-    static PortState& stateOf(FgQorWrapperImpl& w, int port) {
-        if (port < 0 || port >= kPortCount) throw int(FG_ERR_INVALID_PARAMETER);
-        return w.port_[port];
-    }
-
-    double maxPf() const { return s.max_pixelFrequency; }
-    uint32_t height() const { return s.cache_FG_CAMERASIMULATOR_HEIGHT; }
-
-    void updateUInt(int id, uint32_t (CamSim::*maximum)()) {
-        RegisterInfo* r = w_.info(port_, id);
-        if (!r) return;
-        try {
-            r->u.uiReg.to = (this->*maximum)();
-        } catch (int) {
-            // The rate could not be computed: the registered range stays.
-        }
-    }
-
-    void updateDouble(int id, double maximum) {
-        if (maximum < DBL_MIN) maximum = DBL_MIN;
-        if (RegisterInfo* r = w_.info(port_, id)) r->u.dReg.to = maximum;
-    }
-
-    FgQorWrapperImpl& w_;
-    const int port_;
-
-public:
-    PortState& s;
-};
+PortState& stateOf(FgQorWrapperImpl& w, int port) {
+    if (port < 0 || port >= kPortCount) throw int(FG_ERR_INVALID_PARAMETER);
+    return w.port_[port];
+}
 
 }  // namespace
+
+// ---- the simulator of one port ----
+
+CamSim::CamSim(FgQorWrapperImpl& w, int port) : w_(w), port_(port), s(stateOf(w, port)) {}
+
+void CamSim::start() {
+    s.used_width = s.cache_FG_CAMERASIMULATOR_WIDTH;
+    s.used_line_gap = s.cache_FG_CAMERASIMULATOR_LINE_GAP;
+    s.used_height = s.cache_FG_CAMERASIMULATOR_HEIGHT;
+    s.used_frame_gap = s.cache_FG_CAMERASIMULATOR_FRAME_GAP;
+    s.max_pixelFrequency = kMaxPixelFrequency;
+    if (RegisterInfo* r = w_.info(port_, FG_CAMERASIMULATOR_PIXEL_FREQUENCY))
+        r->u.dReg.to = s.max_pixelFrequency / kHzPerMHz;
+    s.used_framerate = s.cache_FG_CAMERASIMULATOR_FRAMERATE;
+}
+
+uint32_t CamSim::mode() const { return s.cache_FG_CAMERASIMULATOR_SELECT_MODE; }
+const CamSimWorkingValues& CamSim::working() const { return s; }
+double CamSim::maxPf() const { return s.max_pixelFrequency; }
+uint32_t CamSim::height() const { return s.cache_FG_CAMERASIMULATOR_HEIGHT; }
+
+double CamSim::pixelFrequency(uint32_t m) {
+    switch (m) {
+    case kPixelFrequencyMode:
+        return gatedPixelFrequency(onTime());
+    case kLineRateMode:
+    case kFrameRateMode:
+        return kFullSpeedMHz;
+    default:
+        throw int(FG_ERR_NO_DESCRIPTION);
+    }
+}
+
+double CamSim::lineRate(uint32_t m) {
+    switch (m) {
+    case kPixelFrequencyMode:
+        return pixelFrequency(m) * kHzPerMHz / double(s.used_width + s.used_line_gap);
+    case kLineRateMode:
+        return rateOfClocks(double(sequenceLength()));
+    case kFrameRateMode:
+        return fullSpeedLineRate(s.used_width);
+    default:
+        throw int(FG_ERR_NO_DESCRIPTION);
+    }
+}
+
+double CamSim::frameRate(uint32_t m) {
+    switch (m) {
+    case kPixelFrequencyMode: {
+        const uint32_t pixels = (s.used_width + s.used_line_gap) * (height() + s.used_frame_gap);
+        return pixelFrequency(m) * kHzPerMHz / double(pixels);
+    }
+    case kLineRateMode:
+        return rateOfClocks(double(sequenceLength())) / double(height() + s.used_frame_gap);
+    case kFrameRateMode: {
+        const uint32_t clocks = height() * sequenceLength();
+        return rateOfClocks(double(clocks));
+    }
+    default:
+        throw int(FG_ERR_NO_DESCRIPTION);
+    }
+}
+
+uint32_t CamSim::lineGap() const { return mode() == kPixelFrequencyMode ? s.used_line_gap : 0u; }
+uint32_t CamSim::frameGap() const { return mode() == kFrameRateMode ? 0u : s.used_frame_gap; }
+
+double CamSim::pixelFrequencyOrFullSpeed() {
+    return mode() == kPixelFrequencyMode ? pixelFrequency(kPixelFrequencyMode) : kFullSpeedMHz;
+}
+uint32_t CamSim::activeClocks() { return mode() == kPixelFrequencyMode ? onTime() : 0u; }
+uint32_t CamSim::passiveClocks() { return mode() == kPixelFrequencyMode ? kSequenceClocks - onTime() : 0u; }
+
+void CamSim::setWidth(uint32_t width, uint32_t lineGap) {
+    const uint64_t usedWidth = roundUp12(width);
+    const uint64_t usedGap = roundUp12(lineGap);
+    if (usedWidth + usedGap > kGeometryLimit) throw int(FG_ERR_VALUE_OUT_OF_RANGE);
+    s.used_width = static_cast<uint32_t>(usedWidth);
+    s.used_line_gap = static_cast<uint32_t>(usedGap);
+    w_.writeU32(port_, DP_CameraSimulator_Size_ImageWidth, (s.used_width + s.used_line_gap) / kPixelsPerClock);
+    w_.writeU32(port_, DP_CameraSimulator_LineGap_Number, s.used_width / kPixelsPerClock);
+}
+
+void CamSim::setHeight(uint32_t h, uint32_t frameGap) {
+    if (uint64_t(h) + frameGap > kGeometryLimit) throw int(FG_ERR_VALUE_OUT_OF_RANGE);
+    s.used_height = h;
+    s.used_frame_gap = frameGap;
+    w_.writeU32(port_, DP_CameraSimulator_Size_ImageHeight, h + frameGap);
+    w_.writeU32(port_, DP_CameraSimulator_FrameGap_Number, h);
+}
+
+uint32_t CamSim::widthMax() {
+    const uint32_t m = mode();
+    switch (m) {
+    case kPixelFrequencyMode:
+        return kGeometryLimit - s.used_line_gap;
+    case kLineRateMode:
+        return std::min(kGeometryLimit, truncU32(maxPf() / lineRate(m) - kPixelsPerClock));
+    case kFrameRateMode:
+        return std::min(kGeometryLimit, truncU32(maxPf() / (double(height()) * frameRate(m)) - kPixelsPerClock));
+    default:
+        throw int(FG_ERR_NO_DESCRIPTION);
+    }
+}
+
+uint32_t CamSim::lineGapMax() {
+    const uint32_t m = mode();
+    switch (m) {
+    case kPixelFrequencyMode:
+        return kGeometryLimit - s.used_width;
+    case kLineRateMode:
+        return std::min(kGeometryLimit - s.used_width,
+                        truncU32(maxPf() / lineRate(m) - double(s.used_width) - kPixelsPerClock));
+    case kFrameRateMode:
+        return 0;
+    default:
+        throw int(FG_ERR_NO_DESCRIPTION);
+    }
+}
+
+uint32_t CamSim::heightMax() {
+    const uint32_t m = mode();
+    switch (m) {
+    case kPixelFrequencyMode:
+    case kLineRateMode:
+        return kGeometryLimit - s.used_frame_gap;
+    case kFrameRateMode:
+        return std::min(kGeometryLimit, truncU32(maxPf() / (double(s.used_width + kPixelsPerClock) * frameRate(m))));
+    default:
+        throw int(FG_ERR_NO_DESCRIPTION);
+    }
+}
+
+uint32_t CamSim::frameGapMax() const { return mode() == kPixelFrequencyMode ? kGeometryLimit - height() : 0; }
+
+double CamSim::lineRateMax() const { return maxPf() / double(s.used_width + kPixelsPerClock); }
+
+double CamSim::frameRateMax() const { return maxPf() / double((s.used_width + kPixelsPerClock) * height()); }
+
+void CamSim::updateWidthRange() { updateUInt(FG_CAMERASIMULATOR_WIDTH, &CamSim::widthMax); }
+void CamSim::updateLineGapRange() { updateUInt(FG_CAMERASIMULATOR_LINE_GAP, &CamSim::lineGapMax); }
+void CamSim::updateHeightRange() { updateUInt(FG_CAMERASIMULATOR_HEIGHT, &CamSim::heightMax); }
+void CamSim::updateFrameGapRange() {
+    if (RegisterInfo* r = w_.info(port_, FG_CAMERASIMULATOR_FRAME_GAP)) r->u.uiReg.to = frameGapMax();
+}
+void CamSim::updateLineRateRange() { updateDouble(FG_CAMERASIMULATOR_LINERATE, lineRateMax()); }
+void CamSim::updateFrameRateRange() { updateDouble(FG_CAMERASIMULATOR_FRAMERATE, frameRateMax()); }
+
+uint32_t CamSim::onTime() { return w_.readU32(port_, DP_CameraSimulator_PixelFrequency_ActivePixel_Number); }
+uint32_t CamSim::sequenceLength() {
+    return w_.readU32(port_, DP_CameraSimulator_PixelFrequency_SequenceLength_ImageWidth);
+}
+
+void CamSim::writeClocksPerLine(uint32_t clocks) {
+    w_.writeU32(port_, DP_CameraSimulator_PixelFrequency_SequenceLength_ImageWidth, clocks);
+    w_.writeU32(port_, DP_CameraSimulator_PixelFrequency_ActivePixel_Number, 1);
+}
+
+void CamSim::updateUInt(int id, uint32_t (CamSim::*maximum)()) {
+    RegisterInfo* r = w_.info(port_, id);
+    if (!r) return;
+    try {
+        r->u.uiReg.to = (this->*maximum)();
+    } catch (int) {
+        // The rate could not be computed: the registered range stays.
+    }
+}
+
+void CamSim::updateDouble(int id, double maximum) {
+    if (maximum < DBL_MIN) maximum = DBL_MIN;
+    if (RegisterInfo* r = w_.info(port_, id)) r->u.dReg.to = maximum;
+}
 
 // ---- image source and picture ----
 
@@ -262,8 +238,8 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_PATTERN(int port, uint32_t value, 
         return;
     }
     // Horizontal: x counts, lines equal; vertical: x still, y advances; diagonal: both.
-    const uint32_t enableX = value == 2 ? 0 : 1;
-    const uint32_t yDivisor = value == 1 ? 1 : 256;
+    const uint32_t enableX = value == sdk::value(sdk::CameraSimulatorPattern::FG_VERTICAL) ? 0 : 1;
+    const uint32_t yDivisor = value == sdk::value(sdk::CameraSimulatorPattern::FG_HORIZONTAL) ? 1 : 256;
     commit(sim.s.cache_FG_CAMERASIMULATOR_PATTERN, value, throwOnError, [&] {
         writeU32(port, DP_CameraSimulator_EnableX_Enable_Value, enableX);
         writeU32(port, DP_CameraSimulator_Y_Divisor, yDivisor);
@@ -276,7 +252,7 @@ void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_PATTERN(int port, uint32_t* value)
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_PATTERN_OFFSET(int port, uint32_t value, bool throwOnError) {
     CamSim sim(*this, port);
-    if (value > 255) {
+    if (value > catalogue::FG_CAMERASIMULATOR_PATTERN_OFFSET::to) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -294,8 +270,9 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_ROLL(int port, uint32_t value, boo
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
+    const uint32_t frameDivisor = value == sdk::value(sdk::OnOff::FG_ON) ? 256u : 1u;
     commit(sim.s.cache_FG_CAMERASIMULATOR_ROLL, value, throwOnError,
-           [&] { writeU32(port, DP_CameraSimulator_Frame_Divisor, value ? 256u : 1u); });
+           [&] { writeU32(port, DP_CameraSimulator_Frame_Divisor, frameDivisor); });
 }
 
 void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_ROLL(int port, uint32_t* value) {
@@ -310,8 +287,9 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_TRIGGER_MODE(int port, uint32_t va
     }
     // Free run: the valve passes everything, in frame mode. Line trigger: one
     // line per rising edge. Frame trigger: one frame per rising edge.
-    const uint32_t freeRun = value == 0 ? 1 : 0;
-    const uint32_t valveMode = value == 8 ? 1 : 2;
+    const uint32_t freeRun = value == sdk::value(sdk::CameraSimulatorTriggerMode::SIMULATION_FREE_RUN) ? 1 : 0;
+    const uint32_t valveMode =
+        value == sdk::value(sdk::CameraSimulatorTriggerMode::RISING_EDGE_TRIGGERS_LINE) ? 1 : 2;
     commit(sim.s.cache_FG_CAMERASIMULATOR_TRIGGER_MODE, value, throwOnError, [&] {
         writeU32(port, DP_CameraSimulator_TriggerValve_FreeRun_Select, freeRun);
         writeU32(port, DP_CameraSimulator_TriggerValve_TriggerValve_Mode, valveMode);
@@ -326,11 +304,12 @@ void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_TRIGGER_MODE(int port, uint32_t* v
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_PIXEL_FREQUENCY(int port, double value, bool throwOnError) {
     CamSim sim(*this, port);
-    if (!(value >= 0.0 && value <= kMaxRequestedMHz)) {
+    if (!(value >= catalogue::FG_CAMERASIMULATOR_PIXEL_FREQUENCY::from &&
+          value <= catalogue::FG_CAMERASIMULATOR_PIXEL_FREQUENCY::to)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
-    const uint32_t onTime = roundU32(value * 1e6 * 2000.0 * kClockPeriod / 12.0);
+    const uint32_t onTime = roundU32(onTimeFor(value));
     if (onTime == 0) {
         // Below 0.375 MHz no clock of the sequence would be active.
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
@@ -352,12 +331,12 @@ void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_PIXEL_FREQUENCY(int port, double* 
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_LINERATE(int port, double value, bool throwOnError) {
     CamSim sim(*this, port);
-    if (!(value >= kMinRate && value <= sim.lineRateMax())) {
+    if (!(value >= catalogue::FG_CAMERASIMULATOR_LINERATE::from && value <= sim.lineRateMax())) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
     commit(sim.s.cache_FG_CAMERASIMULATOR_LINERATE, value, throwOnError, [&] {
-        sim.writeClocksPerLine(roundU32(1 / (value * kClockPeriod)));
+        sim.writeClocksPerLine(roundU32(clocksForRate(value)));
         sim.setWidth(sim.s.used_width, 0);
         sim.s.used_framerate = sim.frameRate(sim.mode());
         sim.updateWidthRange();
@@ -373,13 +352,13 @@ void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_LINERATE(int port, double* value) 
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_FRAMERATE(int port, double value, bool throwOnError) {
     CamSim sim(*this, port);
-    if (!(value >= kMinRate && value <= sim.frameRateMax())) {
+    if (!(value >= catalogue::FG_CAMERASIMULATOR_FRAMERATE::from && value <= sim.frameRateMax())) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
     commit(sim.s.cache_FG_CAMERASIMULATOR_FRAMERATE, value, throwOnError, [&] {
         const double height = sim.s.cache_FG_CAMERASIMULATOR_HEIGHT;
-        sim.writeClocksPerLine(roundU32(1 / (value * kClockPeriod) / height));
+        sim.writeClocksPerLine(roundU32(clocksForRate(value) / height));
         sim.setWidth(sim.s.used_width, 0);
         sim.setHeight(sim.s.cache_FG_CAMERASIMULATOR_HEIGHT, 0);
         sim.updateWidthRange();
@@ -402,11 +381,12 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_SELECT_MODE(int port, uint32_t val
     PortState& s = sim.s;
     commit(s.cache_FG_CAMERASIMULATOR_SELECT_MODE, value, throwOnError, [&] {
         // Which speed quantity (and which gaps) the application may write.
+        constexpr int rw = FG_PARAM_ACCESS_READ_WRITE, ro = FG_PARAM_ACCESS_READ_ONLY;
         static const int kFlags[3][5] = {
             // pixel frequency, line rate, frame rate, line gap, frame gap
-            {kAccessReadWrite, kAccessReadOnly, kAccessReadOnly, kAccessReadWrite, kAccessReadWrite},
-            {kAccessReadOnly, kAccessReadWrite, kAccessReadOnly, kAccessReadOnly, kAccessReadWrite},
-            {kAccessReadOnly, kAccessReadOnly, kAccessReadWrite, kAccessReadOnly, kAccessReadOnly},
+            {rw, ro, ro, rw, rw},
+            {ro, rw, ro, ro, rw},
+            {ro, ro, rw, ro, ro},
         };
         setAccess(port, FG_CAMERASIMULATOR_PIXEL_FREQUENCY, kFlags[value][0]);
         setAccess(port, FG_CAMERASIMULATOR_LINERATE, kFlags[value][1]);
@@ -448,10 +428,10 @@ void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_SELECT_MODE(int port, uint32_t* va
 
 // ---- geometry ----
 
-// A size from 1 up to the maximum `maximumOf` computes from the design; a
-// failing computation refuses the value with its code.
+// A size from `minimum` up to the maximum `maximumOf` computes from the
+// design; a failing computation refuses the value with its code.
 template <class Maximum>
-static bool sizeAccepted(uint32_t value, Maximum&& maximumOf, bool throwOnError) {
+static bool sizeAccepted(uint32_t value, uint32_t minimum, Maximum&& maximumOf, bool throwOnError) {
     uint32_t maximum;
     try {
         maximum = maximumOf();
@@ -459,7 +439,7 @@ static bool sizeAccepted(uint32_t value, Maximum&& maximumOf, bool throwOnError)
         FgQorWrapperImpl::reject(code, throwOnError);
         return false;
     }
-    if (value == 0 || value > maximum) {
+    if (value < minimum || value > maximum) {
         FgQorWrapperImpl::reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return false;
     }
@@ -468,7 +448,8 @@ static bool sizeAccepted(uint32_t value, Maximum&& maximumOf, bool throwOnError)
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_WIDTH(int port, uint32_t value, bool throwOnError) {
     CamSim sim(*this, port);
-    if (!sizeAccepted(value, [&] { return sim.widthMax(); }, throwOnError)) return;
+    if (!sizeAccepted(value, catalogue::FG_CAMERASIMULATOR_WIDTH::from, [&] { return sim.widthMax(); }, throwOnError))
+        return;
     PortState& s = sim.s;
     commit(s.cache_FG_CAMERASIMULATOR_WIDTH, value, throwOnError, [&] {
         sim.setWidth(value, sim.mode() == kPixelFrequencyMode ? s.used_line_gap : 0);
@@ -480,12 +461,14 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_WIDTH(int port, uint32_t value, bo
 }
 
 void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_WIDTH(int port, uint32_t* value) {
-    readCache(value, CamSim(*this, port).s.used_width);
+    readCache(value, CamSim(*this, port).width());
 }
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_HEIGHT(int port, uint32_t value, bool throwOnError) {
     CamSim sim(*this, port);
-    if (!sizeAccepted(value, [&] { return sim.heightMax(); }, throwOnError)) return;
+    if (!sizeAccepted(value, catalogue::FG_CAMERASIMULATOR_HEIGHT::from, [&] { return sim.heightMax(); },
+                      throwOnError))
+        return;
     PortState& s = sim.s;
     commit(s.cache_FG_CAMERASIMULATOR_HEIGHT, value, throwOnError, [&] {
         const bool frameRateMode = sim.mode() == kFrameRateMode;
@@ -514,8 +497,7 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_LINE_GAP(int port, uint32_t value,
 }
 
 void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_LINE_GAP(int port, uint32_t* value) {
-    CamSim sim(*this, port);
-    readCache(value, sim.mode() == kPixelFrequencyMode ? sim.s.used_line_gap : 0u);
+    readCache(value, CamSim(*this, port).lineGap());
 }
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_FRAME_GAP(int port, uint32_t value, bool /*throwOnError*/) {
@@ -528,8 +510,7 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_FRAME_GAP(int port, uint32_t value
 }
 
 void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_FRAME_GAP(int port, uint32_t* value) {
-    CamSim sim(*this, port);
-    readCache(value, sim.mode() == kFrameRateMode ? 0u : sim.s.used_frame_gap);
+    readCache(value, CamSim(*this, port).frameGap());
 }
 
 // ---- pixel clock gating (pixel-frequency mode only) ----

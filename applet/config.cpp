@@ -1,6 +1,6 @@
 // The port sections of a camera configuration file: what is saved for each
 // port and how a load restores it. The keys, their kinds, where each saved
-// value comes from and what a load does with it are in config_keys.def.
+// value comes from and what a load does with it are in port_cache.def.
 #include <cstring>
 #include <string>
 
@@ -13,14 +13,9 @@ namespace {
 // load, so a text keeps at most 1023 characters.
 const size_t kTextBufferSize = 1024;
 
-const uint32_t kPixelFrequencyMode = 0;
-const uint32_t kFrameRateMode = 2;
-const uint32_t kSequenceClocks = 2000;  // the simulator's gating sequence
-const double kFullSpeedMHz = 1500.0;   // pixel frequency outside pixel-frequency mode
-
 // ---- value kinds: how a value is written and read back ----
 
-struct ConfigKind_INT {
+struct ConfigKind_U32 {
     typedef uint32_t Value;
     // Unsigned values are written in their signed form (4294967295 as -1) and
     // read back to the same 32-bit pattern.
@@ -72,56 +67,41 @@ struct ConfigKind_TEXT {
 
 // ---- saved values that are not the cached value ----
 // Each raises the int code of a failing design read or rate computation; the
-// key is then left out of the file.
+// key is then left out of the file. The simulator's values are what its model
+// reports (camera_simulator.h).
 
-uint32_t selectMode(FgQorWrapperImpl& applet, int port) {
-    return applet.port_[port].cache_FG_CAMERASIMULATOR_SELECT_MODE;
-}
-
-// The simulator's on time (active clocks of the gating sequence), live.
-uint32_t activePixels(FgQorWrapperImpl& applet, int port) {
-    return applet.readU32(port, DP_CameraSimulator_PixelFrequency_ActivePixel_Number);
-}
-
-// The width in use (rounded up to the simulator's granularity).
 uint32_t savedValue_FG_CAMERASIMULATOR_WIDTH(FgQorWrapperImpl& applet, int port) {
-    return applet.port_[port].used_width;
+    return CamSim(applet, port).width();
 }
 
 uint32_t savedValue_FG_CAMERASIMULATOR_LINE_GAP(FgQorWrapperImpl& applet, int port) {
-    return selectMode(applet, port) == kPixelFrequencyMode ? applet.port_[port].used_line_gap : 0u;
+    return CamSim(applet, port).lineGap();
 }
 
 uint32_t savedValue_FG_CAMERASIMULATOR_FRAME_GAP(FgQorWrapperImpl& applet, int port) {
-    return selectMode(applet, port) != kFrameRateMode ? applet.port_[port].used_frame_gap : 0u;
+    return CamSim(applet, port).frameGap();
 }
 
-// MHz: in pixel-frequency mode on time x 12 pixels per 2000 clocks of 8 ns.
 double savedValue_FG_CAMERASIMULATOR_PIXEL_FREQUENCY(FgQorWrapperImpl& applet, int port) {
-    if (selectMode(applet, port) != kPixelFrequencyMode) return kFullSpeedMHz;
-    return double(activePixels(applet, port)) * 12.0 / 2000.0 / 8e-9 / 1e6;
+    return CamSim(applet, port).pixelFrequencyOrFullSpeed();
 }
 
 double savedValue_FG_CAMERASIMULATOR_LINERATE(FgQorWrapperImpl& applet, int port) {
-    double rate = 0.0;
-    applet.get_FG_CAMERASIMULATOR_LINERATE(port, &rate);
-    return rate;
+    CamSim sim(applet, port);
+    return sim.lineRate(sim.mode());
 }
 
 double savedValue_FG_CAMERASIMULATOR_FRAMERATE(FgQorWrapperImpl& applet, int port) {
-    double rate = 0.0;
-    applet.get_FG_CAMERASIMULATOR_FRAMERATE(port, &rate);
-    return rate;
+    CamSim sim(applet, port);
+    return sim.frameRate(sim.mode());
 }
 
 uint32_t savedValue_FG_CAMERASIMULATOR_ACTIVE(FgQorWrapperImpl& applet, int port) {
-    if (selectMode(applet, port) != kPixelFrequencyMode) return 0u;
-    return activePixels(applet, port);
+    return CamSim(applet, port).activeClocks();
 }
 
 uint32_t savedValue_FG_CAMERASIMULATOR_PASSIVE(FgQorWrapperImpl& applet, int port) {
-    if (selectMode(applet, port) != kPixelFrequencyMode) return 0u;
-    return kSequenceClocks - activePixels(applet, port);
+    return CamSim(applet, port).passiveClocks();
 }
 
 // The compensation count moves with the belt: saved as the design holds it.
@@ -147,26 +127,26 @@ void applyQuietly(Apply&& apply) {
 
 }  // namespace
 
-#define ORV_SAVED_CACHED(NAME) ps.cache_##NAME
-#define ORV_SAVED_LIVE(NAME) savedValue_##NAME(*this, port)
-#define ORV_SAVED_SPECIAL(NAME) savedValue_##NAME(*this, port)
+#define ORV_SAVE(NAME, KIND, VALUE)                    \
+    try {                                              \
+        ConfigKind_##KIND::write(parser, #NAME, VALUE); \
+    } catch (int) {                                    \
+    }
+#define ORV_SAVE_CACHED(NAME, KIND) ORV_SAVE(NAME, KIND, ps.cache_##NAME)
+#define ORV_SAVE_LIVE(NAME, KIND) ORV_SAVE(NAME, KIND, savedValue_##NAME(*this, port))
+#define ORV_SAVE_SPECIAL(NAME, KIND) ORV_SAVE(NAME, KIND, savedValue_##NAME(*this, port))
+#define ORV_SAVE_NONE(NAME, KIND)
 
 void FgQorWrapperImpl::saveConfig(Fg_ConfigFileParser& parser) {
     for (int port = 0; port < kPortCount; ++port) {
         PortState& ps = port_[port];
         parser.writeConfigFileByPort(port);
-#define CONFIG_KEY(NAME, KIND, SAVED, ON_LOAD)                                 \
-    try {                                                                      \
-        ConfigKind_##KIND::write(parser, #NAME, ORV_SAVED_##SAVED(NAME));      \
-    } catch (int) {                                                            \
-    }
-#include "config_keys.def"
+#define PORT_CACHE(NAME, TYPE, VALUE, DEFAULT, SAVED, ON_LOAD) ORV_SAVE_##SAVED(NAME, TYPE)
+#define PORT_CACHE_TEXT(NAME, SAVED, ON_LOAD) ORV_SAVE_##SAVED(NAME, TEXT)
+#define PORT_FILE_KEY(NAME, TYPE, SAVED) ORV_SAVE_##SAVED(NAME, TYPE)
+#include "port_cache.def"
     }
 }
-
-#undef ORV_SAVED_CACHED
-#undef ORV_SAVED_LIVE
-#undef ORV_SAVED_SPECIAL
 
 // First pass: applied and cached-only keys are stored as cached values.
 #define ORV_LOAD_CACHE(NAME, KIND)                                                  \
@@ -178,6 +158,7 @@ void FgQorWrapperImpl::saveConfig(Fg_ConfigFileParser& parser) {
 #define ORV_LOAD_CACHE_APPLIED(NAME, KIND) ORV_LOAD_CACHE(NAME, KIND)
 #define ORV_LOAD_CACHE_CACHED_ONLY(NAME, KIND) ORV_LOAD_CACHE(NAME, KIND)
 #define ORV_LOAD_CACHE_NOT_READ(NAME, KIND)
+#define ORV_LOAD_CACHE_NONE(NAME, KIND)
 
 // Second pass: applied keys are read again and handed to their handler.
 #define ORV_LOAD_APPLY_APPLIED(NAME, KIND)                                                     \
@@ -188,17 +169,20 @@ void FgQorWrapperImpl::saveConfig(Fg_ConfigFileParser& parser) {
     }
 #define ORV_LOAD_APPLY_CACHED_ONLY(NAME, KIND)
 #define ORV_LOAD_APPLY_NOT_READ(NAME, KIND)
+#define ORV_LOAD_APPLY_NONE(NAME, KIND)
 
 bool FgQorWrapperImpl::loadConfig(Fg_ConfigFileParser& parser) {
     for (int port = 0; port < kPortCount; ++port) {
         PortState& ps = port_[port];
         // Every cached value of the port is in place before any handler runs,
         // so handlers that consult other cached values see the file's values.
-#define CONFIG_KEY(NAME, KIND, SAVED, ON_LOAD) ORV_LOAD_CACHE_##ON_LOAD(NAME, KIND)
-#include "config_keys.def"
+#define PORT_CACHE(NAME, TYPE, VALUE, DEFAULT, SAVED, ON_LOAD) ORV_LOAD_CACHE_##ON_LOAD(NAME, TYPE)
+#define PORT_CACHE_TEXT(NAME, SAVED, ON_LOAD) ORV_LOAD_CACHE_##ON_LOAD(NAME, TEXT)
+#include "port_cache.def"
 
-#define CONFIG_KEY(NAME, KIND, SAVED, ON_LOAD) ORV_LOAD_APPLY_##ON_LOAD(NAME, KIND)
-#include "config_keys.def"
+#define PORT_CACHE(NAME, TYPE, VALUE, DEFAULT, SAVED, ON_LOAD) ORV_LOAD_APPLY_##ON_LOAD(NAME, TYPE)
+#define PORT_CACHE_TEXT(NAME, SAVED, ON_LOAD) ORV_LOAD_APPLY_##ON_LOAD(NAME, TEXT)
+#include "port_cache.def"
     }
     return true;
 }

@@ -13,9 +13,6 @@
 
 namespace {
 
-const int kDraBase = 1000000;
-const int kDqoraBase = 2000000;
-
 bool isPublishableFormat(int format) {
     switch (format) {
     case REG_FORMAT_UINT:
@@ -36,7 +33,7 @@ bool isPublishableFormat(int format) {
 // ---- direct register access ----
 
 int FgQorWrapperImpl::directRegisterWrite(int id, const void* value) {
-    int reg = id - kDraBase;
+    int reg = id - FG_DRA_ID_BASE;
     int width = HapGetRegisterBitRange(designHandle(), reg);
     uint64_t v;
     if (width <= 32) {
@@ -50,7 +47,7 @@ int FgQorWrapperImpl::directRegisterWrite(int id, const void* value) {
 }
 
 int FgQorWrapperImpl::directRegisterRead(int id, void* value) {
-    int reg = id - kDraBase;
+    int reg = id - FG_DRA_ID_BASE;
     uint64_t v = 0;
     int result = TervikRegisterRead(boardHandle(), reg, &v);
     if (result != 0) return result;
@@ -78,15 +75,15 @@ void FgQorWrapperImpl::addDirectRegisterRecords(int port, RegisterInfo* group) {
         std::string paramName = std::string("DRA_") + name;
         // 2^width - 1; a register of 64 bits or more spans the whole 64-bit range.
         uint64_t upper = width >= 64 ? ~uint64_t(0) : width <= 0 ? 0 : (uint64_t(1) << width) - 1;
-        int access = direction == 0 ? 1 : 7;
+        int access = direction == 0 ? FG_PARAM_ACCESS_READ_ONLY : FG_PARAM_ACCESS_READ_WRITE;
         RegisterInfo* r;
         if (width <= 32)
             r = registry->addInfoUInt(group, display.c_str(), paramName.c_str(), 0u, static_cast<unsigned>(upper), 1u,
-                                      access, 1, 1, nullptr, kDraBase + number, port);
+                                      access, 1, 1, nullptr, FG_DRA_ID_BASE + number, port);
         else
             r = registry->addInfoUInt64(group, display.c_str(), paramName.c_str(), uint64_t(0), upper, uint64_t(1),
-                                        access, 1, 1, nullptr, kDraBase + number, port);
-        if (r) register_info_map[port][kDraBase + number] = r;
+                                        access, 1, 1, nullptr, FG_DRA_ID_BASE + number, port);
+        if (r) register_info_map[port][FG_DRA_ID_BASE + number] = r;
     }
 }
 
@@ -129,7 +126,7 @@ void FgQorWrapperImpl::publishInspectableParameters(const std::string& section) 
         }
         if (!orvSwitchEnabled(mark.c_str())) continue;
         int hostId = getParameterIdByName(name.c_str());
-        if (hostId != 0) map_inspect_parameter_name_parameter_id["DQORA_" + name] = hostId + kDqoraBase;
+        if (hostId != 0) map_inspect_parameter_name_parameter_id["DQORA_" + name] = hostId + FG_DQORA_ID_BASE;
     }
 }
 
@@ -139,7 +136,7 @@ void FgQorWrapperImpl::addDirectQorRecords(int port, RegisterInfo* group) {
     Fg_ParameterInfo* registry = parameterInfo();
     std::map<RegisterInfo*, RegisterInfo*> recreated;  // host group -> our copy
     for (const auto& entry : map_inspect_parameter_name_parameter_id) {
-        int hostId = entry.second - kDqoraBase;
+        int hostId = entry.second - FG_DQORA_ID_BASE;
         // Breadth-first search for the leaf, remembering each record's host group.
         std::deque<RegisterInfo*> queue;
         std::map<RegisterInfo*, RegisterInfo*> parentOf;

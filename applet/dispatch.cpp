@@ -6,9 +6,6 @@
 
 namespace {
 
-const int kDraBase = 1000000;
-const int kDqoraBase = 2000000;
-
 inline uint32_t asUInt(const void* v) {
     uint32_t x;
     std::memcpy(&x, v, sizeof x);
@@ -33,9 +30,9 @@ int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Registe
     }
     tervik::templates::platform::CriticalSectionGuard guard(&mParameterLock);
     int result = 0;
-    if (Param > kDqoraBase) {
-        result = host(Param - kDqoraBase);
-    } else if (draEnabled && Param > kDraBase) {
+    if (Param > FG_DQORA_ID_BASE) {
+        result = host(Param - FG_DQORA_ID_BASE);
+    } else if (draEnabled && Param > FG_DRA_ID_BASE) {
         result = reg();
     } else {
         try {

@@ -80,20 +80,7 @@ extern "C" FG_APPLET_EXPORT Fg_Master* Std_entry(QORdevice* hwhandle, int* err, 
     w->retrieveIds();
     w->createUserParameters();
 
-    try {
-        for (int port = 0; port < kPortCount; ++port) {
-            PortState& s = w->port_[port];
-            s.used_width = 1024;
-            s.used_line_gap = 0;
-            s.used_height = 1024;
-            s.used_frame_gap = 0;
-            s.max_pixelFrequency = 1.5e9;
-            RegisterInfo* r = w->register_info_map.at(port).at(FG_CAMERASIMULATOR_PIXEL_FREQUENCY);
-            r->u.dReg.to = s.max_pixelFrequency / 1000000.0;
-            s.used_framerate = 10.0;
-        }
-    } catch (...) {
-    }
+    for (int port = 0; port < kPortCount; ++port) CamSim(*w, port).start();
 
     if ((flags & 1) == 0) w->setDefaultValues();
 

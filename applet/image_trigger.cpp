@@ -7,45 +7,30 @@
 
 namespace {
 
-const double kDebounceMin = 0.008;  // microseconds
-const double kDebounceMax = 30.0;
-const uint32_t kDelayMax = 65535;   // gate and flash delays, 16-bit counts
 
-const int kReadWrite = 7;
-const int kReadOnly = 1;
+using ImgTriggerMode = sdk::ImageTriggerModesWithMultiBuffer;
 
-enum ImageTriggerMode : uint32_t {
-    kFreeRun = 0,
-    kAsyncTrigger = 2,
-    kAsyncGated = 5,
-    kAsyncGatedMultiFrame = 6,
-    kAsyncTriggerMultiFrame = 8,
-};
-
-const uint32_t kSoftwareSource = 0xFFFFFFFFu;  // SDK source -1
 const uint32_t kDesignSoftwareSource = 4;
 
 // The trigger-input records, writable only when the mode uses the trigger.
 const int kTriggerInputParams[] = {FG_IMGTRIGGERINSRC, FG_IMGTRIGGERINPOLARITY, FG_IMGTRIGGERGATEDELAY,
                                    FG_IMGTRIGGERDEBOUNCING};
 
-inline bool inRange(double v, double lo, double hi) { return v >= lo && v <= hi; }
-
 // SDK image trigger source to the design's source number: the software
 // trigger is design source 4, the physical inputs 4..7 sit one above it.
 inline uint32_t designSource(uint32_t sdkSource) {
-    if (sdkSource == kSoftwareSource) return kDesignSoftwareSource;
-    return sdkSource < 4 ? sdkSource : sdkSource + 1;
+    if (sdkSource == sdk::value(sdk::ImageTrgInSource::TRGINSOFTWARE)) return kDesignSoftwareSource;
+    return sdkSource < kDesignSoftwareSource ? sdkSource : sdkSource + 1;
 }
 
 // The design's trigger mode: 0 free run, 1 triggered, 2 gated.
 inline uint32_t designMode(uint32_t mode) {
     switch (mode) {
-    case kAsyncTrigger:
-    case kAsyncTriggerMultiFrame:
+    case sdk::value(ImgTriggerMode::ASYNC_TRIGGER):
+    case sdk::value(ImgTriggerMode::ASYNC_TRIGGER_MULTIFRAME):
         return 1;
-    case kAsyncGated:
-    case kAsyncGatedMultiFrame:
+    case sdk::value(ImgTriggerMode::ASYNC_GATED):
+    case sdk::value(ImgTriggerMode::ASYNC_GATED_MULTIFRAME):
         return 2;
     default:
         return 0;
@@ -62,12 +47,15 @@ void FgQorWrapperImpl::set_FG_IMGTRIGGERMODE(int port, uint32_t value, bool thro
     PortState& ps = port_[port];
     commit(ps.cache_FG_IMGTRIGGERMODE, value, throwOnError, [&] {
         // The access changes stay even when a write below fails.
-        const int accessibility = value == kFreeRun ? kReadOnly : kReadWrite;
+        const int accessibility =
+            value == sdk::value(ImgTriggerMode::FREE_RUN) ? FG_PARAM_ACCESS_READ_ONLY : FG_PARAM_ACCESS_READ_WRITE;
         for (int id : kTriggerInputParams) setAccess(port, id, accessibility);
-        setAccess(port, FG_IMGTRIGGER_ASYNC_HEIGHT, value == kAsyncTriggerMultiFrame ? kReadWrite : kReadOnly);
+        setAccess(port, FG_IMGTRIGGER_ASYNC_HEIGHT,
+                  value == sdk::value(ImgTriggerMode::ASYNC_TRIGGER_MULTIFRAME) ? FG_PARAM_ACCESS_READ_WRITE
+                                                                                : FG_PARAM_ACCESS_READ_ONLY);
 
         writeU32(port, DP_Trigger_Trigger_ImgTriggerMode, designMode(value));
-        const uint32_t maxGateHeight = value == kAsyncGatedMultiFrame ? 1 : 0;
+        const uint32_t maxGateHeight = value == sdk::value(ImgTriggerMode::ASYNC_GATED_MULTIFRAME) ? 1 : 0;
         writeU32(port, DP_Trigger_Trigger_MaxGatedHeight, maxGateHeight);
         setTriggerHeightAndOffset(port, ps.cache_FG_YOFFSET, ps.cache_FG_HEIGHT, value);
     });
@@ -100,7 +88,7 @@ void FgQorWrapperImpl::get_FG_FLASHON(int port, uint32_t* value) { readCache(val
 void FgQorWrapperImpl::set_FG_FLASH_POLARITY(int port, uint32_t value, bool throwOnError) {
     if (!enum_tables::LowOnZero.contains(value)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     // The design's flash polarity bit is set for a low-active output.
-    const uint32_t hwValue = value == 0 ? 1 : 0;
+    const uint32_t hwValue = value == sdk::value(sdk::LowOnZero::FG_LOW) ? 1 : 0;
     commit(port_[port].cache_FG_FLASH_POLARITY, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_FlashPolarity, hwValue); });
 }
@@ -110,7 +98,7 @@ void FgQorWrapperImpl::get_FG_FLASH_POLARITY(int port, uint32_t* value) {
 }
 
 void FgQorWrapperImpl::set_FG_STROBEPULSEDELAY(int port, uint32_t value, bool throwOnError) {
-    if (value > kDelayMax) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (value > catalogue::FG_STROBEPULSEDELAY::to) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_STROBEPULSEDELAY, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_FlashDelay, value); });
 }
@@ -142,7 +130,7 @@ void FgQorWrapperImpl::get_FG_IMGTRIGGERINPOLARITY(int port, uint32_t* value) {
 }
 
 void FgQorWrapperImpl::set_FG_IMGTRIGGERGATEDELAY(int port, uint32_t value, bool throwOnError) {
-    if (value > kDelayMax) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (value > catalogue::FG_IMGTRIGGERGATEDELAY::to) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_IMGTRIGGERGATEDELAY, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_ImgTrgDelay, value); });
 }
@@ -152,7 +140,8 @@ void FgQorWrapperImpl::get_FG_IMGTRIGGERGATEDELAY(int port, uint32_t* value) {
 }
 
 void FgQorWrapperImpl::set_FG_IMGTRIGGERDEBOUNCING(int port, double value, bool throwOnError) {
-    if (!inRange(value, kDebounceMin, kDebounceMax)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_IMGTRIGGERDEBOUNCING>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_IMGTRIGGERDEBOUNCING, value, throwOnError,
            [&] { writeDouble(port, DP_Trigger_Trigger_ImgTrgDebouncingTime, value); });
 }

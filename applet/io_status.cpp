@@ -11,8 +11,10 @@ namespace {
 
 const char kDesignFileName[] = "Orvindel.hap";
 
-// The board monitor reports four channels (one per camera link).
-const unsigned kMonitorChannels = 4;
+// The board monitor reports four channels (one per camera link): the
+// registered size of both channel fields.
+const unsigned kMonitorChannels = catalogue::FG_SYSTEMMONITOR_CHANNEL_CURRENT::size;
+static_assert(catalogue::FG_SYSTEMMONITOR_CHANNEL_VOLTAGE::size == kMonitorChannels, "one channel count");
 
 // Buffer status bits of the extended camera status word: 0 below 25 %,
 // 1 from 25 %, 2 from 50 %, 3 from 75 %.
@@ -47,7 +49,7 @@ void checkChannelElement(const FieldParameterDouble* element) {
 // Both ports drive the same two outputs: bit 0 is output 3, bit 1 output 7.
 // Each port remembers what was last written through it.
 void FgQorWrapperImpl::set_FG_DIGIO_OUTPUT(int port, uint32_t value, bool throwOnError) {
-    if (value > 3) {
+    if (value > catalogue::FG_DIGIO_OUTPUT::to) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -75,12 +77,12 @@ void FgQorWrapperImpl::get_FG_OVERFLOW(int port, uint32_t* value) {
     *value = readU32(port, DP_Overflow_OverflowOccurred);
 }
 
-// Fill level of the port's frame buffer in percent: full after an overflow,
-// else the fuller of the two memory banks.
+// Fill level of the port's frame buffer in percent: full (the registered
+// maximum, 100) after an overflow, else the fuller of the two memory banks.
 void FgQorWrapperImpl::get_FG_FILLLEVEL(int port, uint32_t* value) {
     requireOutput(value);
     if (readU32(port, DP_Overflow_OverflowOccurred) == 1) {
-        *value = 100;
+        *value = catalogue::FG_FILLLEVEL::to;
         return;
     }
     uint32_t bank0 = readU32(port, DP_Buffer_0_DRAM_A_0_FillLevel);

@@ -12,39 +12,21 @@
 
 namespace {
 
-// Limits on the 8 ns grid of the trigger block, in microseconds.
-const double kDebounceMin = 0.008;
-const double kDebounceMax = 30.0;
-const double kPeriodMin = 0.512;     // 64 steps
-const double kPeriodMax = 2097.144;  // 262143 steps
-const double kExposureMin = 0.512;   // 64 steps
-const double kExposureMax = 1048.568;  // 131071 steps
-const double kDelayMin = 0.0;
-const double kDelayMax = 1048.568;
+// The accepted ranges are the registered ones (catalogue.def), on the 8 ns
+// grid of the trigger block, except the upper exposure limit: the registry
+// advertises 1048 us, the exposure counter takes up to 131071 steps.
+const double kExposureMax = 1048.568;
 
-const uint32_t kDownscaleMin = 1;
-const uint32_t kDownscaleMax = 255;
-const uint32_t kCompensationCountMax = 1048575;  // 20-bit counter
-
-const int kReadWrite = 7;
-const int kReadOnly = 1;
-
-enum LineTriggerMode : uint32_t {
-    kGrabberControlled = 1,
-    kAsyncTrigger = 2,
-    kAsyncGated = 5,
-    kGrabberControlledGated = 6,
-};
-
-// Inclusive range check that also refuses NaN.
-inline bool inRange(double v, double lo, double hi) { return v >= lo && v <= hi; }
-inline bool inRange(uint32_t v, uint32_t lo, uint32_t hi) { return v >= lo && v <= hi; }
+using LineTriggerMode = sdk::LineTriggerModes;
 
 // SDK input source 0..7 to the design's source number: design source 4 is
 // the software trigger, so the physical inputs 4..7 sit one above.
 inline uint32_t designSource(uint32_t sdkSource) { return sdkSource < 4 ? sdkSource : sdkSource + 1; }
 
-inline bool grabberControlled(uint32_t mode) { return mode == kGrabberControlled || mode == kGrabberControlledGated; }
+inline bool grabberControlled(uint32_t mode) {
+    return mode == sdk::value(LineTriggerMode::GRABBER_CONTROLLED) ||
+           mode == sdk::value(LineTriggerMode::GRABBER_CONTROLLED_GATED);
+}
 
 // The parameters whose access follows the line trigger mode, and those that
 // follow the shaft encoder switch.
@@ -75,18 +57,18 @@ void FgQorWrapperImpl::set_FG_LINETRIGGERMODE(int port, uint32_t value, bool thr
     PortState& ps = port_[port];
 
     uint32_t hwValue = 0;
-    int rwExtern = kReadOnly;
+    int rwExtern = FG_PARAM_ACCESS_READ_ONLY;
     switch (value) {
-    case kGrabberControlled: hwValue = 0; rwExtern = kReadOnly; break;
-    case kAsyncTrigger: hwValue = 1; rwExtern = kReadWrite; break;
-    case kGrabberControlledGated: hwValue = 2; rwExtern = kReadOnly; break;
-    case kAsyncGated: hwValue = 3; rwExtern = kReadWrite; break;
+    case sdk::value(LineTriggerMode::GRABBER_CONTROLLED): hwValue = 0; break;
+    case sdk::value(LineTriggerMode::ASYNC_TRIGGER): hwValue = 1; rwExtern = FG_PARAM_ACCESS_READ_WRITE; break;
+    case sdk::value(LineTriggerMode::GRABBER_CONTROLLED_GATED): hwValue = 2; break;
+    case sdk::value(LineTriggerMode::ASYNC_GATED): hwValue = 3; rwExtern = FG_PARAM_ACCESS_READ_WRITE; break;
     }
 
     commit(ps.cache_FG_LINETRIGGERMODE, value, throwOnError, [&] {
         // The access changes stay even when the design write below fails.
         setAccessOf(*this, port, kExternalTriggerParams, rwExtern);
-        if (ps.cache_FG_SHAFTENCODERON == 1)
+        if (ps.cache_FG_SHAFTENCODERON == sdk::value(sdk::OnOff::FG_ON))
             setAccessOf(*this, port, kShaftEncoderParams, rwExtern);
         writeU32(port, DP_Trigger_Trigger_LineTriggerMode, hwValue);
         if (RegisterInfo* r = info(port, FG_LINEEXPOSURE))
@@ -109,7 +91,7 @@ void FgQorWrapperImpl::get_FG_EXSYNCON(int port, uint32_t* value) { readCache(va
 void FgQorWrapperImpl::set_FG_EXSYNCPOLARITY(int port, uint32_t value, bool throwOnError) {
     if (!enum_tables::LowOnZero.contains(value)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     // The design's ExSync polarity bit is set for low-active output.
-    const uint32_t hwValue = value == 0 ? 1 : 0;
+    const uint32_t hwValue = value == sdk::value(sdk::LowOnZero::FG_LOW) ? 1 : 0;
     commit(port_[port].cache_FG_EXSYNCPOLARITY, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_ExsyncPolarity, hwValue); });
 }
@@ -141,7 +123,8 @@ void FgQorWrapperImpl::get_FG_LINETRIGGERINPOLARITY(int port, uint32_t* value) {
 }
 
 void FgQorWrapperImpl::set_FG_LINETRIGGERDEBOUNCING(int port, double value, bool throwOnError) {
-    if (!inRange(value, kDebounceMin, kDebounceMax)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINETRIGGERDEBOUNCING>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_LINETRIGGERDEBOUNCING, value, throwOnError,
            [&] { writeDouble(port, DP_Trigger_Trigger_LineTrgDebouncingTime, value); });
 }
@@ -151,7 +134,8 @@ void FgQorWrapperImpl::get_FG_LINETRIGGERDEBOUNCING(int port, double* value) {
 }
 
 void FgQorWrapperImpl::set_FG_LINE_DOWNSCALE(int port, uint32_t value, bool throwOnError) {
-    if (!inRange(value, kDownscaleMin, kDownscaleMax)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINE_DOWNSCALE>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_LINE_DOWNSCALE, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_LineTrgDownscaler, value); });
 }
@@ -161,7 +145,8 @@ void FgQorWrapperImpl::get_FG_LINE_DOWNSCALE(int port, uint32_t* value) {
 }
 
 void FgQorWrapperImpl::set_FG_LINE_DOWNSCALEINIT(int port, uint32_t value, bool throwOnError) {
-    if (!inRange(value, kDownscaleMin, kDownscaleMax)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINE_DOWNSCALEINIT>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_LINE_DOWNSCALEINIT, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_LineTrgPhase, value); });
 }
@@ -176,12 +161,12 @@ void FgQorWrapperImpl::set_FG_SHAFTENCODERON(int port, uint32_t value, bool thro
     if (!enum_tables::OnOff.contains(value)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     PortState& ps = port_[port];
     uint32_t hwValue = 0;  // encoder mode 0 switches the encoder off
-    int access = kReadOnly;
-    if (value == 1) {
+    int access = FG_PARAM_ACCESS_READ_ONLY;
+    if (value == sdk::value(sdk::OnOff::FG_ON)) {
         hwValue = ps.cache_FG_SHAFTENCODERMODE;
         // The encoder parameters follow the access the line trigger mode gave the switch.
         const RegisterInfo* r = info(port, FG_SHAFTENCODERON);
-        access = r ? r->accessFlags : kReadWrite;
+        access = r ? r->accessFlags : FG_PARAM_ACCESS_READ_WRITE;
     }
     commit(ps.cache_FG_SHAFTENCODERON, value, throwOnError, [&] {
         writeU32(port, DP_Trigger_Trigger_EncoderABMode, hwValue);
@@ -198,7 +183,8 @@ void FgQorWrapperImpl::set_FG_SHAFTENCODERMODE(int port, uint32_t value, bool th
     PortState& ps = port_[port];
     // With the encoder off the mode is only remembered; switching it on applies it.
     commit(ps.cache_FG_SHAFTENCODERMODE, value, throwOnError, [&] {
-        if (ps.cache_FG_SHAFTENCODERON != 0) writeU32(port, DP_Trigger_Trigger_EncoderABMode, value);
+        if (ps.cache_FG_SHAFTENCODERON != sdk::value(sdk::OnOff::FG_OFF))
+            writeU32(port, DP_Trigger_Trigger_EncoderABMode, value);
     });
 }
 
@@ -237,7 +223,8 @@ void FgQorWrapperImpl::get_FG_SHAFTENCODER_COMPENSATION_ENABLE(int port, uint32_
 }
 
 void FgQorWrapperImpl::set_FG_SHAFTENCODER_COMPENSATION_COUNT(int port, uint32_t value, bool throwOnError) {
-    if (value > kCompensationCountMax) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (value > catalogue::FG_SHAFTENCODER_COMPENSATION_COUNT::to)
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_SHAFTENCODER_COMPENSATION_COUNT, value, throwOnError,
            [&] { writeU32(port, DP_Trigger_Trigger_EncoderCompensationCount, value); });
 }
@@ -251,7 +238,8 @@ void FgQorWrapperImpl::get_FG_SHAFTENCODER_COMPENSATION_COUNT(int port, uint32_t
 // ---- ExSync timing ----------------------------------------------------------------------
 
 void FgQorWrapperImpl::set_FG_LINEPERIODE(int port, double value, bool throwOnError) {
-    if (!inRange(value, kPeriodMin, kPeriodMax)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINEPERIODE>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     PortState& ps = port_[port];
     // A cached exposure longer than the new period stays; it is checked when next written.
     commit(ps.cache_FG_LINEPERIODE, value, throwOnError, [&] {
@@ -267,7 +255,7 @@ void FgQorWrapperImpl::get_FG_LINEPERIODE(int port, double* value) {
 
 void FgQorWrapperImpl::set_FG_LINEEXPOSURE(int port, double value, bool throwOnError) {
     PortState& ps = port_[port];
-    if (!(value >= kExposureMin)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!(value >= catalogue::FG_LINEEXPOSURE::from)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     const double maximum =
         grabberControlled(ps.cache_FG_LINETRIGGERMODE) ? std::min(ps.cache_FG_LINEPERIODE, kExposureMax) : kExposureMax;
     if (!(value <= maximum)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
@@ -283,7 +271,8 @@ void FgQorWrapperImpl::get_FG_LINEEXPOSURE(int port, double* value) {
 }
 
 void FgQorWrapperImpl::set_FG_LINETRIGGERDELAY(int port, double value, bool throwOnError) {
-    if (!inRange(value, kDelayMin, kDelayMax)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINETRIGGERDELAY>(value))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     commit(port_[port].cache_FG_LINETRIGGERDELAY, value, throwOnError,
            [&] { writeDouble(port, DP_Trigger_Trigger_Exsync2Delay, value); });
 }

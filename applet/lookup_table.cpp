@@ -15,18 +15,17 @@
 
 namespace {
 
-const uint32_t kLutTypeCustom = 0;      // LUT_TYPE_CUSTOM: table from a file
-const uint32_t kLutTypeProcessing = 3;  // LUT_TYPE_PROCESSING: table from the processing parameters
+// The table comes from a file (LUT_TYPE_CUSTOM) or from the processing parameters (LUT_TYPE_PROCESSING).
+const uint32_t kLutTypeCustom = sdk::value(sdk::AcqLutTypes::LUT_TYPE_CUSTOM);
+const uint32_t kLutTypeProcessing = sdk::value(sdk::AcqLutTypes::LUT_TYPE_PROCESSING);
 const uint32_t kLutBits = 12;
-const uint32_t kLutMaxValue = kLutSize - 1;
+const uint32_t kLutMaxValue = catalogue::FG_LUT_VALUE::to;
 const char kLutSection[] = "[gray]";
 // Descriptor values the table files of this applet carry.
 const unsigned int kLutFileId = 3;
 const unsigned int kLutFileFormat = 0;
 const unsigned char kLutFileNumber = 0;
 
-const int kAccessReadWrite = 7;
-const int kAccessReadOnly = 1;
 
 // pow(...) * max + 0.5 truncated toward zero to a signed 32-bit integer; a
 // result beyond that range is limited to it. NaN gives 0.
@@ -54,7 +53,7 @@ void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, dou
         const double base = (i / maxIn + offset) * gain;
         int64_t entry = 0;
         if (!(base < 0)) entry = truncateToInt32((identity ? base : std::pow(base, exponent)) * maxOutD + 0.5);
-        if (invert == 1) entry = maxOut - entry;
+        if (invert == sdk::value(sdk::OnOff::FG_ON)) entry = maxOut - entry;
         if (entry < 0) entry = 0;
         if (entry > maxOut) entry = maxOut;
         cache[i] = static_cast<uint32_t>(entry);
@@ -182,8 +181,8 @@ void FgQorWrapperImpl::set_FG_LUT_TYPE(int port, uint32_t value, bool throwOnErr
                 updateLutProcessing(*this, port);
         });
         const bool processing = value == kLutTypeProcessing;
-        const int fileAccess = processing ? kAccessReadOnly : kAccessReadWrite;
-        const int processingAccess = processing ? kAccessReadWrite : kAccessReadOnly;
+        const int fileAccess = processing ? FG_PARAM_ACCESS_READ_ONLY : FG_PARAM_ACCESS_READ_WRITE;
+        const int processingAccess = processing ? FG_PARAM_ACCESS_READ_WRITE : FG_PARAM_ACCESS_READ_ONLY;
         setAccess(port, FG_LUT_CUSTOM_FILE, fileAccess);
         setAccess(port, FG_PROCESSING_GAIN, processingAccess);
         setAccess(port, FG_PROCESSING_GAMMA, processingAccess);
@@ -197,7 +196,7 @@ void FgQorWrapperImpl::get_FG_LUT_TYPE(int port, uint32_t* value) { readCache(va
 // ---- processing parameters ----
 
 void FgQorWrapperImpl::set_FG_PROCESSING_OFFSET(int port, double value, bool throwOnError) {
-    if (value < -1.0 || value > 1.0) {
+    if (value < catalogue::FG_PROCESSING_OFFSET::from || value > catalogue::FG_PROCESSING_OFFSET::to) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -205,7 +204,7 @@ void FgQorWrapperImpl::set_FG_PROCESSING_OFFSET(int port, double value, bool thr
 }
 
 void FgQorWrapperImpl::set_FG_PROCESSING_GAIN(int port, double value, bool throwOnError) {
-    if (value < 0.0 || value > 4096.0) {
+    if (value < catalogue::FG_PROCESSING_GAIN::from || value > catalogue::FG_PROCESSING_GAIN::to) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -213,7 +212,7 @@ void FgQorWrapperImpl::set_FG_PROCESSING_GAIN(int port, double value, bool throw
 }
 
 void FgQorWrapperImpl::set_FG_PROCESSING_GAMMA(int port, double value, bool throwOnError) {
-    if (value < -1000.0 || value > 1000.0) {
+    if (value < catalogue::FG_PROCESSING_GAMMA::from || value > catalogue::FG_PROCESSING_GAMMA::to) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }

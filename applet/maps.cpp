@@ -44,7 +44,7 @@ void FgQorWrapperImpl::initInternalMaps() {
             const char* name = HapGetRegisterName(design, i);
             if (!name) continue;
             int number = HapGetRegisterByName(design, name);
-            map_parameter_name_parameter_id[std::string("DRA_") + name] = number + 1000000;
+            map_parameter_name_parameter_id[std::string("DRA_") + name] = FG_DRA_ID_BASE + number;
         }
     }
 

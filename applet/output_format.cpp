@@ -6,12 +6,6 @@
 
 namespace {
 
-const uint32_t kMinTimeout = 2;
-const uint32_t kMaxTimeout = 2147483646;
-const uint32_t kMinSelectPeriod = 1;
-const uint32_t kMaxSelectPeriod = 256;
-const uint32_t kMaxSelectPhase = 255;
-
 // CoaXPress pixel format codes: the second byte names the colour class
 // (1: monochrome), the low four bits the depth. The 12-bit processing path
 // selects its input conversion by depth: Mono8 0, Mono10 1, Mono12 2.
@@ -33,13 +27,13 @@ uint32_t pixelFormatSelector(uint32_t code) {
 // The output format selector of the design for an FG_FORMAT value.
 uint32_t outputFormatSelector(uint32_t format) {
     switch (format) {
-    case 1:  // FG_GRAY16
+    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY16):
         return 0;
-    case 3:  // FG_GRAY
+    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY):
         return 1;
-    case 21:  // FG_GRAY10
+    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY10):
         return 2;
-    case 22:  // FG_GRAY12
+    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY12):
         return 3;
     default:
         throw int(FG_ERR_NO_DESCRIPTION);
@@ -66,10 +60,10 @@ void FgQorWrapperImpl::set_FG_CXP_TRIGGER_PACKET_MODE(int port, uint32_t value, 
     commit(port_[port].cache_FG_CXP_TRIGGER_PACKET_MODE, value, throwOnError, [&] {
         uint32_t mode;
         switch (value) {
-        case 0:  // FG_STANDARD
+        case sdk::value(sdk::CXPTriggerPacketMode::FG_STANDARD):
             mode = 0;
             break;
-        case 1:  // FG_RISING_EDGE_ONLY
+        case sdk::value(sdk::CXPTriggerPacketMode::FG_RISING_EDGE_ONLY):
             mode = 1;
             break;
         default:
@@ -101,7 +95,7 @@ void FgQorWrapperImpl::set_FG_BITALIGNMENT(int port, uint32_t value, bool throwO
 // The timeout belongs to the host runtime: checked and cached here, then
 // handed to the host's own FG_TIMEOUT of the port's DMA channel.
 void FgQorWrapperImpl::set_FG_TIMEOUT(int port, uint32_t value, bool throwOnError) {
-    if (value < kMinTimeout || value > kMaxTimeout) {
+    if (!catalogue::inRange<catalogue::FG_TIMEOUT>(value)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -116,7 +110,7 @@ void FgQorWrapperImpl::set_FG_TIMEOUT(int port, uint32_t value, bool throwOnErro
 // phase does not fit it, a phase while it does not fit the cached period.
 void FgQorWrapperImpl::set_FG_IMG_SELECT_PERIOD(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value < kMinSelectPeriod || value > kMaxSelectPeriod) {
+    if (!catalogue::inRange<catalogue::FG_IMG_SELECT_PERIOD>(value)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -128,7 +122,7 @@ void FgQorWrapperImpl::set_FG_IMG_SELECT_PERIOD(int port, uint32_t value, bool t
 
 void FgQorWrapperImpl::set_FG_IMG_SELECT(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value > kMaxSelectPhase) {
+    if (value > catalogue::FG_IMG_SELECT::to) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }

@@ -7,23 +7,16 @@
 
 namespace {
 
-// Pixels of one line memory: width + x-offset never exceed it.
-const uint32_t kLineMemory = 16384;
-const uint32_t kMinWidth = 32;
-const uint32_t kMinHeight = 8;
-const uint32_t kMaxHeight = 65535;
-const uint32_t kMaxYOffset = 16777216;  // 2^24
-const uint32_t kMinAsyncHeight = 8;
-const uint32_t kMaxAsyncHeight = 16777216;
-// Width and x-offset are counted in units of 16 pixels by the design.
-const uint32_t kPixelGranule = 16;
+// Pixels of one line memory, the registered width maximum: width + x-offset
+// never exceed it.
+const uint32_t kLineMemory = catalogue::FG_WIDTH::to;
+// Width and x-offset are counted in units of 16 pixels by the design, the
+// registered step of both.
+const uint32_t kPixelGranule = catalogue::FG_WIDTH::steps;
+static_assert(catalogue::FG_XOFFSET::steps == kPixelGranule, "width and x-offset share the design's unit");
 
-// Image trigger modes that decide the frame length of the trigger block.
-const uint32_t kFreeRun = 0;
-const uint32_t kAsyncTrigger = 2;
-const uint32_t kAsyncGated = 5;
-const uint32_t kAsyncGatedMultiFrame = 6;
-const uint32_t kAsyncTriggerMultiFrame = 8;
+// The image trigger modes decide the frame length of the trigger block.
+using ImgTriggerMode = sdk::ImageTriggerModesWithMultiBuffer;
 // Frame length of the gated multi-buffer mode: the gate ends the frame.
 const uint32_t kGatedMultiFrameLength = 65535;
 
@@ -33,7 +26,7 @@ const uint32_t kGatedMultiFrameLength = 65535;
 
 void FgQorWrapperImpl::set_FG_WIDTH(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value < kMinWidth || value > kLineMemory - s.cache_FG_XOFFSET) {
+    if (value < catalogue::FG_WIDTH::from || value > kLineMemory - s.cache_FG_XOFFSET) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -76,7 +69,7 @@ void FgQorWrapperImpl::set_FG_XOFFSET(int port, uint32_t value, bool throwOnErro
 
 void FgQorWrapperImpl::set_FG_HEIGHT(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value < kMinHeight || value > kMaxHeight) {
+    if (!catalogue::inRange<catalogue::FG_HEIGHT>(value)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -89,7 +82,7 @@ void FgQorWrapperImpl::set_FG_HEIGHT(int port, uint32_t value, bool throwOnError
 
 void FgQorWrapperImpl::set_FG_YOFFSET(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value > kMaxYOffset) {
+    if (value > catalogue::FG_YOFFSET::to) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
@@ -101,15 +94,15 @@ void FgQorWrapperImpl::setTriggerHeightAndOffset(int port, uint32_t yOffset, uin
                                                  uint32_t imgTriggerMode) {
     uint32_t triggerHeight;
     switch (imgTriggerMode) {
-    case kFreeRun:
-    case kAsyncTrigger:
-    case kAsyncGated:
+    case sdk::value(ImgTriggerMode::FREE_RUN):
+    case sdk::value(ImgTriggerMode::ASYNC_TRIGGER):
+    case sdk::value(ImgTriggerMode::ASYNC_GATED):
         triggerHeight = height;
         break;
-    case kAsyncGatedMultiFrame:
+    case sdk::value(ImgTriggerMode::ASYNC_GATED_MULTIFRAME):
         triggerHeight = kGatedMultiFrameLength;
         break;
-    case kAsyncTriggerMultiFrame:
+    case sdk::value(ImgTriggerMode::ASYNC_TRIGGER_MULTIFRAME):
         triggerHeight = port_[port].cache_FG_IMGTRIGGER_ASYNC_HEIGHT;
         break;
     default:
@@ -124,13 +117,13 @@ void FgQorWrapperImpl::setTriggerHeightAndOffset(int port, uint32_t yOffset, uin
 
 void FgQorWrapperImpl::set_FG_IMGTRIGGER_ASYNC_HEIGHT(int port, uint32_t value, bool throwOnError) {
     PortState& s = port_[port];
-    if (value < kMinAsyncHeight || value > kMaxAsyncHeight) {
+    if (!catalogue::inRange<catalogue::FG_IMGTRIGGER_ASYNC_HEIGHT>(value)) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
     commit(s.cache_FG_IMGTRIGGER_ASYNC_HEIGHT, value, throwOnError, [&] {
-        // In the other modes the value waits in the cache until mode 8 is chosen.
-        if (s.cache_FG_IMGTRIGGERMODE != kAsyncTriggerMultiFrame) return;
+        // In the other modes the value waits in the cache until the multi-buffer trigger mode is chosen.
+        if (s.cache_FG_IMGTRIGGERMODE != sdk::value(ImgTriggerMode::ASYNC_TRIGGER_MULTIFRAME)) return;
         writeU32(port, DP_Trigger_Trigger_YOffset, 0);
         writeU32(port, DP_Trigger_Trigger_YLength, value);
         writeU32(port, DP_Trigger_Trigger_YOffset, s.cache_FG_YOFFSET);
@@ -144,8 +137,9 @@ void FgQorWrapperImpl::set_FG_REVERSE_X(int port, uint32_t value, bool throwOnEr
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
+    const uint32_t mirror = value == sdk::value(sdk::FalseTrue::FG_TRUE) ? 1u : 0u;
     commit(port_[port].cache_FG_REVERSE_X, value, throwOnError,
-           [&] { writeU32(port, DP_LineMirrorX_Enable_SelectSource, value != 0 ? 1u : 0u); });
+           [&] { writeU32(port, DP_LineMirrorX_Enable_SelectSource, mirror); });
 }
 
 // ---- reads: the last accepted values ----

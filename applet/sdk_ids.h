@@ -2,6 +2,8 @@
 #ifndef SDK_IDS_H
 #define SDK_IDS_H
 
+#include "fg_param_ids.h"
+
 // Identities of the host's public numbering: FG_WIDTH == 100, ...
 enum SdkParameterId {
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) NAME = ID,
@@ -14,8 +16,5 @@ enum SdkParameterIndex {
 #include "sdk_params.def"
     SDK_PARAM_COUNT
 };
-
-// The description query: reads the long description of the SDK name passed in the buffer.
-enum { FG_PARAMETER_DESCRIPTION_QUERY = 24114 };
 
 #endif

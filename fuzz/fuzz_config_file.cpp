@@ -20,9 +20,16 @@
 
 namespace {
 
+// The keys of a port section: the rows of port_cache.def that are in the file.
+#define ORV_KEY_NONE(NAME)
+#define ORV_KEY_CACHED(NAME) #NAME,
+#define ORV_KEY_LIVE(NAME) #NAME,
+#define ORV_KEY_SPECIAL(NAME) #NAME,
 const char* const kPortKeys[] = {
-#define CONFIG_KEY(NAME, KIND, SAVED, ON_LOAD) #NAME,
-#include "config_keys.def"
+#define PORT_CACHE(NAME, TYPE, VALUE, DEFAULT, SAVED, ON_LOAD) ORV_KEY_##SAVED(NAME)
+#define PORT_CACHE_TEXT(NAME, SAVED, ON_LOAD) ORV_KEY_##SAVED(NAME)
+#define PORT_FILE_KEY(NAME, TYPE, SAVED) ORV_KEY_##SAVED(NAME)
+#include "port_cache.def"
 };
 const char* const kHeaderKeys[] = {"Hersteller", "Typ", "Version", "LoadAppletId", "AktivePort",
                                    "ConfigFileVersion", "Kamerasektion"};

@@ -18,6 +18,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include "fg_param_ids.h"
 #include "fuzz_support.h"
 #include "fuzz_typed_call.h"
 
@@ -42,9 +43,6 @@ const int kHostIds[] = {600, 601, 3050, 3060, 3070, 3080, 3090, 5210, 24092};
 // Identities of the applet's file parameters (lookup-table file to load, to save).
 const int kLutCustomFile = 300000;
 const int kLutSaveFile = 110021;
-const int kDescriptionQuery = 24114;
-const int kDirectRegisterBase = 1000000;
-const int kHostBase = 2000000;
 const int kDesignIdBase = 1048576;
 
 struct Board {
@@ -89,12 +87,12 @@ int pickIdentity(FuzzedDataProvider& in, const Board& b) {
     case 0:
         return b.ids.empty() ? 0 : b.ids[in.ConsumeIntegral<uint16_t>() % b.ids.size()];
     case 1:
-        return kDirectRegisterBase + in.ConsumeIntegralInRange<int>(-2, 400);
+        return FG_DRA_ID_BASE + in.ConsumeIntegralInRange<int>(-2, 400);
     case 2:
-        if (in.ConsumeBool()) return kHostBase + kDesignIdBase + in.ConsumeIntegralInRange<int>(-2, 200);
-        return kHostBase + kHostIds[in.ConsumeIntegralInRange<size_t>(0, sizeof kHostIds / sizeof kHostIds[0] - 1)];
+        if (in.ConsumeBool()) return FG_DQORA_ID_BASE + kDesignIdBase + in.ConsumeIntegralInRange<int>(-2, 200);
+        return FG_DQORA_ID_BASE + kHostIds[in.ConsumeIntegralInRange<size_t>(0, sizeof kHostIds / sizeof kHostIds[0] - 1)];
     case 3:
-        return kDescriptionQuery;
+        return FG_PARAMETER_DESCRIPTION_QUERY;
     default:
         return in.ConsumeIntegral<int32_t>();
     }

@@ -31,7 +31,7 @@ struct Constant {
 // Every constant name of the enumeration tables the handlers accept values
 // from, as the tables give it (the handler tests check the values themselves).
 const Constant kConstants[] = {
-#define ENUM_ENTRY(DISPLAY, VALUE, CONSTANT) {CONSTANT, int(VALUE)},
+#define ENUM_ENTRY(DISPLAY, VALUE, CONSTANT) {#CONSTANT, int(VALUE)},
 #include "enums.def"
 #undef ENUM_ENTRY
 };

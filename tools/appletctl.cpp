@@ -31,6 +31,7 @@
 
 #include "error_text.h"
 #include "fg_applet.h"
+#include "fg_param_ids.h"
 #include "fg_types.h"
 #include "sim_board.h"
 #include "text_util.h"
@@ -40,9 +41,6 @@ namespace {
 
 const char* const kAppletName = "Orvindel";
 const char* const kAppletLibrary = "libOrvindel.so";
-// The description query: the caller passes a parameter name in a writable
-// buffer and receives the parameter's long description in it.
-const int kDescriptionQuery = 24114;
 const size_t kTextBuffer = 65536;  // reads of text parameters
 const size_t kMaxTextValue = 1023; // longest text the tool writes
 const int kMaxFieldElements = 1 << 20;
@@ -1147,7 +1145,7 @@ private:
         std::vector<char> buf(kTextBuffer, '\0');
         if (name.size() >= buf.size()) return fail(ctx, FG_ERR_INVALID_PARAMETER);
         std::memcpy(buf.data(), name.c_str(), name.size() + 1);
-        int rc = Fg_getParameterWithType(board_.fg(), kDescriptionQuery, buf.data(), c.port, FG_PARAM_TYPE_CHAR_PTR);
+        int rc = Fg_getParameterWithType(board_.fg(), FG_PARAMETER_DESCRIPTION_QUERY, buf.data(), c.port, FG_PARAM_TYPE_CHAR_PTR);
         if (rc != 0) return fail(ctx, rc);
         buf.back() = '\0';
         std::string text = toUtf8(buf.data());
