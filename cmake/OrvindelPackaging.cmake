@@ -21,6 +21,12 @@ install(FILES
   DESTINATION ${ORV_INSTALL_INCLUDEDIR} COMPONENT Development)
 
 # ---- CMake package: find_package(Orvindel) ---------------------------------------------
+# The imported targets' names also exist in the build tree, so that a program
+# links the same names built here and against an installation.
+foreach(target talrun5 tervikhap tervikregio)
+  add_library(Orvindel::${target} ALIAS ${target})
+endforeach()
+add_library(Orvindel::headers ALIAS orv_headers)
 include(CMakePackageConfigHelpers)
 install(EXPORT OrvindelTargets NAMESPACE Orvindel::
   DESTINATION ${ORV_INSTALL_CMAKEDIR} COMPONENT Development)

@@ -6,7 +6,8 @@
 #       cmake --install into a staging prefix, which is then moved elsewhere
 #       (relocatable); every run path of an installed binary is relative to
 #       it; the consumer (CONSUMER_DIR: a CMake project using
-#       find_package(Orvindel) that builds PROGRAM from its *.c files) is
+#       find_package(Orvindel) that builds PROGRAM from its *.c or *.cpp
+#       files, which are also compiled by hand with pkg-config's flags) is
 #       built with find_package and with pkg-config and run; the installed
 #       appletctl runs; its completion and manual page work when installed.
 #   check.sh packages BUILD_DIR CONSUMER_DIR PROGRAM LIBDIR VERSION
@@ -16,11 +17,13 @@
 set -euo pipefail
 
 usage() {
-    echo "usage: check.sh install BUILD_DIR CONSUMER_DIR PROGRAM LIBDIR" >&2
-    echo "       check.sh packages BUILD_DIR CONSUMER_DIR PROGRAM LIBDIR VERSION" >&2
-    exit 2
+    echo "usage: check.sh install BUILD_DIR CONSUMER_DIR PROGRAM LIBDIR"
+    echo "       check.sh packages BUILD_DIR CONSUMER_DIR PROGRAM LIBDIR VERSION"
 }
-[ $# -ge 5 ] || usage
+case ${1:-} in
+    -h | --help) usage; exit 0 ;;
+esac
+[ $# -ge 5 ] || { usage >&2; exit 2; }
 mode=$1 build=$(cd "$2" && pwd) consumer=$(cd "$3" && pwd) program=$4 libdir=$5
 
 unset LD_LIBRARY_PATH TERVIK_APPLET_PATH PKG_CONFIG_PATH CMAKE_PREFIX_PATH
@@ -49,12 +52,17 @@ build_consumer() {
     fi
     rm -rf "$work/cmake-build"
 
-    local pc="$prefix/$libdir/pkgconfig" flags libs rpath
+    # The same sources compiled by hand (C, or C++ when there is any).
+    local pc="$prefix/$libdir/pkgconfig" flags libs rpath compiler=cc sources=()
+    shopt -s nullglob
+    sources=("$work"/src/*.c "$work"/src/*.cpp)
+    shopt -u nullglob
+    for f in "${sources[@]}"; do [[ $f == *.cpp ]] && compiler=c++; done
     if flags=$(PKG_CONFIG_PATH=$pc pkg-config --cflags orvindel) &&
         libs=$(PKG_CONFIG_PATH=$pc pkg-config --libs orvindel) &&
         rpath=$(PKG_CONFIG_PATH=$pc pkg-config --variable=libdir orvindel); then
         # shellcheck disable=SC2086
-        if cc $flags "$work"/src/*.c -o "$work/$program-pc" $libs -Wl,-rpath,"$rpath" 2>"$work/cc.log"; then
+        if $compiler $flags "${sources[@]}" -o "$work/$program-pc" $libs -Wl,-rpath,"$rpath" 2>"$work/cc.log"; then
             if out=$("$work/$program-pc" 2>&1); then
                 pass "pkg-config build runs: $out"
             else
@@ -83,8 +91,8 @@ check_tool() {
     local completion="$prefix/share/bash-completion/completions/appletctl"
     if [ -f "$completion" ]; then
         local words names
-        words=$(complete_words "$prefix" "$completion" "")
-        names=$(complete_words "$prefix" "$completion" get FG_WI)
+        words=$(complete_words "$prefix" "$completion" "" || true)
+        names=$(complete_words "$prefix" "$completion" get FG_WI || true)
         if grep -qx get <<<"$words" && grep -qx set <<<"$words" && grep -qx FG_WIDTH <<<"$names"; then
             pass "completion lists commands and parameter names"
         else
@@ -152,7 +160,7 @@ check_run_paths() {
 
 case $mode in
 install)
-    [ $# -eq 5 ] || usage
+    [ $# -eq 5 ] || { usage >&2; exit 2; }
     cmake --install "$build" --prefix "$work/staged" >"$work/install.log" 2>&1 ||
         { cat "$work/install.log" >&2; fail "cmake --install"; exit 1; }
     # Moved after installing: nothing may depend on where it was installed.
@@ -162,7 +170,7 @@ install)
     check_tool "$work/prefix"
     ;;
 packages)
-    [ $# -eq 6 ] || usage
+    [ $# -eq 6 ] || { usage >&2; exit 2; }
     version=$6
     (cd "$build" && cpack -G DEB -B "$work/debs") >"$work/cpack.log" 2>&1 ||
         { cat "$work/cpack.log" >&2; fail "cpack"; exit 1; }
@@ -236,7 +244,7 @@ ${optional[$pkg]}}"))
     build_consumer "$work/root/usr"
     check_tool "$work/root/usr"
     ;;
-*) usage ;;
+*) usage >&2; exit 2 ;;
 esac
 
 if [ $fails -ne 0 ]; then
