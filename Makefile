@@ -1,105 +1,76 @@
 # The two set-up commands: `make demo` and `make test`. Both install what is
-# missing (Debian packages), configure, build and run.
+# missing (Debian packages), then configure, build and run through the CMake
+# presets (CMakePresets.json): every setting of a tree is there, none here.
 
 JOBS ?= 2
-BUILD ?= build
-# Debian packages the build, the tests and the benchmarks need.
+# Debian packages the build, the tests and the benchmarks need (dpkg-dev,
+# file and lintian: the Debian packages and their check).
 PACKAGES := cmake make g++ g++-multilib googletest libbenchmark-dev libboost-dev \
-            libxml2-utils aravis-tools libaravis-dev libusb-1.0-0-dev pkg-config valgrind
+            libxml2-utils aravis-tools libaravis-dev libusb-1.0-0-dev pkg-config valgrind \
+            dpkg-dev file lintian
+# Parallel build and test jobs, read by cmake --build and ctest.
+export CMAKE_BUILD_PARALLEL_LEVEL ?= $(JOBS)
+export CTEST_PARALLEL_LEVEL ?= $(JOBS)
 
-CMAKE_COMMON := -DCMAKE_BUILD_TYPE=RelWithDebInfo
-
-.PHONY: all deps build build-x64 build-asan build-x86 test test-x64 test-asan test-x86 demo bench clean help
-.PHONY: build-tsan test-tsan deps-fuzz build-fuzz fuzz
+.PHONY: all help deps deps-fuzz build demo test bench build-fuzz fuzz clean
 
 all: build
 
 help:
 	@echo "make demo    install what is missing, build, run appletctl on the simulated board"
-	@echo "make test    install what is missing, build x86-64 (plain and ASan+UBSan) and 32-bit x86, run every test"
+	@echo "make test    install what is missing, build and test x86-64 (plain and ASan+UBSan), 32-bit x86 and the concurrency test under TSan"
 	@echo "make bench   build and run the benchmarks (x86-64), print the table of medians and ratios"
 	@echo "make fuzz    build the libFuzzer targets with clang and run each for FUZZ_SECONDS (default 60)"
 	@echo "make clean   remove the build trees"
+	@echo "Any tree by hand: cmake --workflow --preset NAME (cmake --list-presets=all)"
+
+define install_missing
+	@missing=""; for p in $(1); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  echo "installing:$$missing"; \
+	  if [ "$$(id -u)" -ne 0 ]; then echo "error: packages missing and not root:$$missing" >&2; exit 1; fi; \
+	  apt-get update && DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $$missing; \
+	fi
+endef
 
 deps:
-	@missing=""; for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
-	if [ -n "$$missing" ]; then \
-	  echo "installing:$$missing"; \
-	  if [ "$$(id -u)" -ne 0 ]; then echo "error: packages missing and not root:$$missing" >&2; exit 1; fi; \
-	  apt-get update && DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $$missing; \
-	fi
+	$(call install_missing,$(PACKAGES))
 
-build: build-x64
+build: deps
+	cmake --preset x64
+	cmake --build --preset x64
 
-build-x64: deps
-	cmake -S . -B $(BUILD)/x64 $(CMAKE_COMMON) -DORV_BENCH=ON
-	cmake --build $(BUILD)/x64 -j$(JOBS)
+demo: deps
+	cmake --preset x64
+	cmake --build --preset demo
+	tools/demo.sh build/x64
 
-build-asan: deps
-	cmake -S . -B $(BUILD)/asan $(CMAKE_COMMON) -DORV_SANITIZE=ON
-	cmake --build $(BUILD)/asan -j$(JOBS)
-
-build-x86: deps
-	cmake -S . -B $(BUILD)/x86 $(CMAKE_COMMON) -DORV_M32=ON
-	cmake --build $(BUILD)/x86 -j$(JOBS)
-
-test-x64: build-x64
-	cd $(BUILD)/x64 && ctest --output-on-failure -j$(JOBS)
-
-test-asan: build-asan
-	cd $(BUILD)/asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j$(JOBS)
-
-test-x86: build-x86
-	cd $(BUILD)/x86 && ctest --output-on-failure -j$(JOBS)
-
-# ThreadSanitizer: only what the concurrency test needs.
-build-tsan: deps
-	cmake -S . -B $(BUILD)/tsan $(CMAKE_COMMON) -DORV_TSAN=ON
-	cmake --build $(BUILD)/tsan -j$(JOBS) --target test_concurrency Orvindel talrun5
-
-test-tsan: build-tsan
-	cd $(BUILD)/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest -R '^test_concurrency$$' --output-on-failure
-
-test: test-x64 test-asan test-x86 test-tsan
+test: deps
+	cmake --workflow --preset x64
+	cmake --workflow --preset asan
+	cmake --workflow --preset x86
+	cmake --workflow --preset tsan
 	@echo "all test suites passed (x86-64, x86-64 ASan+UBSan, 32-bit x86, concurrency under TSan)"
-
-demo: build-x64
-	tools/demo.sh $(BUILD)/x64
-
-# libFuzzer targets (fuzz/): clang from Debian, every object instrumented
-# with -fsanitize=fuzzer-no-link,address,undefined and the shared sanitizer
-# runtime (the applet and the platform are shared libraries); each target runs
-# FUZZ_SECONDS from its seed corpus (fuzz/corpus/); fuzz/run.sh prints the
-# executions and findings per target and fails on a finding.
-FUZZ_SECONDS ?= 60
-FUZZ_PACKAGES := clang libclang-rt-14-dev
-FUZZ_SANITIZE := -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined \
-                 -fno-omit-frame-pointer -shared-libasan
-
-deps-fuzz: deps
-	@missing=""; for p in $(FUZZ_PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
-	if [ -n "$$missing" ]; then \
-	  echo "installing:$$missing"; \
-	  if [ "$$(id -u)" -ne 0 ]; then echo "error: packages missing and not root:$$missing" >&2; exit 1; fi; \
-	  apt-get update && DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $$missing; \
-	fi
-
-build-fuzz: deps-fuzz
-	asan_dir=$$(dirname "$$(clang++ -print-file-name=libclang_rt.asan-x86_64.so)"); \
-	link="-fsanitize=address,undefined -shared-libasan -Wl,-rpath,$$asan_dir"; \
-	cmake -S . -B $(BUILD)/fuzz $(CMAKE_COMMON) -DORV_FUZZ=ON \
-	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
-	  -DCMAKE_C_FLAGS="$(FUZZ_SANITIZE)" -DCMAKE_CXX_FLAGS="$(FUZZ_SANITIZE)" \
-	  -DCMAKE_EXE_LINKER_FLAGS="$$link" -DCMAKE_SHARED_LINKER_FLAGS="$$link"
-	ASAN_OPTIONS=detect_leaks=0 cmake --build $(BUILD)/fuzz -j$(JOBS) --target fuzz_targets
-
-fuzz: build-fuzz
-	fuzz/run.sh $(BUILD)/fuzz $(FUZZ_SECONDS)
 
 # Every benchmark in interleaved repetitions, then the table of medians and
 # ratios (BENCH_ARGS adds Google Benchmark flags, e.g. a --benchmark_filter).
-bench: build-x64
-	$(BUILD)/x64/bench/orvindel_bench $(BENCH_ARGS)
+bench: deps
+	cmake --workflow --preset bench
+	build/bench/bench/orvindel_bench $(BENCH_ARGS)
+
+# libFuzzer targets (fuzz/) with Debian's clang; each runs FUZZ_SECONDS from
+# its seed corpus, fuzz/run.sh reports and fails on a finding.
+FUZZ_SECONDS ?= 60
+FUZZ_PACKAGES := clang libclang-rt-14-dev
+
+deps-fuzz: deps
+	$(call install_missing,$(FUZZ_PACKAGES))
+
+build-fuzz: deps-fuzz
+	cmake --workflow --preset fuzz
+
+fuzz: build-fuzz
+	fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
 
 clean:
-	rm -rf $(BUILD)
+	rm -rf build

@@ -61,7 +61,7 @@ endif()
 # (2) The documents as a GenICam node map (Debian's libaravis-0.8, 64-bit only).
 # genapi_check doc.xml... also serves for the applet's own documents.
 set(ORV_HAVE_ARAVIS OFF)
-if(NOT ORV_M32)
+if(ORV_64BIT)
   find_package(PkgConfig QUIET)
   if(PKG_CONFIG_FOUND)
     pkg_check_modules(ORV_ARAVIS QUIET IMPORTED_TARGET aravis-0.8 libxml-2.0)

@@ -14,7 +14,7 @@ orv_add_test(test_soak BOARD SOURCES test_soak.cpp ENV GLIBC_TUNABLES=glibc.mall
 
 # A short soak under valgrind's leak checker (plain 64-bit build only: the
 # sanitizer builds bring their own checkers).
-if(NOT ORV_SANITIZE AND NOT ORV_TSAN AND NOT ORV_M32)
+if(NOT ORV_SANITIZE AND NOT ORV_TSAN AND ORV_64BIT)
   find_program(ORV_VALGRIND valgrind)
   if(ORV_VALGRIND)
     add_test(NAME test_soak_valgrind
@@ -25,9 +25,4 @@ if(NOT ORV_SANITIZE AND NOT ORV_TSAN AND NOT ORV_M32)
       ENVIRONMENT "LD_LIBRARY_PATH=${ORV_TEST_LD_PATH};ORV_SOAK_CYCLES=3"
       TIMEOUT 300)
   endif()
-endif()
-
-# libFuzzer targets (fuzz/): only in a tree configured for them (make fuzz).
-if(ORV_FUZZ)
-  add_subdirectory(${CMAKE_SOURCE_DIR}/fuzz ${CMAKE_BINARY_DIR}/fuzz)
 endif()

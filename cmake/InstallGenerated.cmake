@@ -1,0 +1,20 @@
+# Installs one file that a build step generates, when it is there (install
+# time, from install(CODE)): ORV_FROM the generated file, ORV_TO its place below
+# the prefix, ORV_GZIP compress it (gzip -9n, as manual pages are shipped).
+if(NOT EXISTS "${ORV_FROM}")
+  message(STATUS "Not generated, not installed: ${ORV_FROM}")
+  return()
+endif()
+set(to "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/${ORV_TO}")
+get_filename_component(dir "${to}" DIRECTORY)
+file(MAKE_DIRECTORY "${dir}")
+message(STATUS "Installing: ${to}")
+if(ORV_GZIP)
+  execute_process(COMMAND gzip -9nc "${ORV_FROM}" OUTPUT_FILE "${to}" RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "compressing ${ORV_FROM} into ${to} failed")
+  endif()
+else()
+  file(COPY_FILE "${ORV_FROM}" "${to}")
+endif()
+file(CHMOD "${to}" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
