@@ -12,7 +12,7 @@ PACKAGES := cmake make g++ g++-multilib googletest libbenchmark-dev libboost-dev
 export CMAKE_BUILD_PARALLEL_LEVEL ?= $(JOBS)
 export CTEST_PARALLEL_LEVEL ?= $(JOBS)
 
-.PHONY: all help deps deps-fuzz build demo test bench build-fuzz fuzz clean
+.PHONY: all help deps deps-x86 deps-fuzz build demo test bench build-fuzz fuzz clean
 
 all: build
 
@@ -36,6 +36,11 @@ endef
 deps:
 	$(call install_missing,$(PACKAGES))
 
+# The 32-bit tree's programs must run: natively, or where the kernel has no
+# 32-bit mode, through qemu-user-static registered with binfmt_misc.
+deps-x86: deps
+	scripts/enable-i386-exec.sh
+
 build: deps
 	cmake --preset x64
 	cmake --build --preset x64
@@ -45,7 +50,7 @@ demo: deps
 	cmake --build --preset demo
 	tools/demo.sh build/x64
 
-test: deps
+test: deps deps-x86
 	cmake --workflow --preset x64
 	cmake --workflow --preset asan
 	cmake --workflow --preset x86
