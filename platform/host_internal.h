@@ -211,7 +211,7 @@ Fg_Struct* initHostBoard(QORdevice* hw, fpga_design* design);
 // Frees every host handle still attached to the device.
 void freeAttachedHandles(QORdevice* q);
 
-// ---- host face (host_device.cpp, host_info.cpp) ----------------------------
+// ---- host face (host_face.cpp, host_info.cpp) -------------------------------
 
 // Every host-face call begins with this under the device lock: counts the call
 // and applies the n-th-call fault. 0 to go on, else the code to return.
@@ -240,7 +240,7 @@ frameindex_t hostLastPicNumberBlocking(HostBoard* hb, frameindex_t picNr, int dm
 frameindex_t hostStatus(HostBoard* hb, int param, frameindex_t data, unsigned int dma);
 int hostAppletId(HostBoard* hb, const char* name);
 
-// SimBoard control, without counting calls or logging.
+// SimBoard control (host_control.cpp), without counting calls or logging.
 namespace sim {
 int parameterId(QORdevice* q, const char* name);
 int getValue(QORdevice* q, const char* name, FgParamTypes type, void* value);
