@@ -60,6 +60,7 @@ int setFieldElement(QORdevice* q, const char* name, unsigned int index, double v
     double dv = 0;
     if (!elemFits(*p, numD(value), u, dv)) return FG_ERR_INVALID_PARAMETER;
     setElem(*p, index, u, dv);
+    d->designVersion++;
     return FG_OK;
 }
 

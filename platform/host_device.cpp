@@ -382,6 +382,7 @@ Device* deviceOf(QORdevice* q) {
 void destroyDevice(QORdevice* q) {
     Device* d = deviceOf(q);
     if (d == nullptr) return;
+    acqShutdown(d);
     {
         std::lock_guard<std::mutex> lk(d->m);
         for (HostBoard* hb : d->handles) hb->dev = nullptr;

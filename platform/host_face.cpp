@@ -131,6 +131,7 @@ int hostGetLastError(HostBoard* hb) {
 
 int hostFreeGrabber(HostBoard* hb) {
     int rc = FG_OK;
+    if (hb->dev != nullptr) acqShutdown(hb->dev);  // the board's producers end with it
     {
         HostCall c(hb);
         rc = c.rc();
@@ -192,31 +193,33 @@ int hostUnsupported(HostBoard* hb, int code) {
 
 // ---- acquisition ---------------------------------------------------------------
 
-int hostAcquire(HostBoard* hb, int dma, frameindex_t picCount) {
+int hostAcquire(HostBoard* hb, int dma, frameindex_t picCount, dma_mem* mem) {
     HostCall c(hb);
     if (c.rc() != 0) return c.rc();
     Device* d = c.dev();
     d->acq.acquireCalls++;
     if (!validDma(dma)) return c.fail(FG_ERR_INVALID_PARAMETER);
-    d->acq.running[dma] = 1;
-    d->frames[dma] = 0;
-    d->picCount[dma] = picCount > 0 ? picCount : 0;
-    return FG_OK;
+    return c.result(acqStart(d, dma, picCount, mem));
 }
 
 int hostStopAcquire(HostBoard* hb, int dma) {
-    HostCall c(hb);
-    if (c.rc() != 0) return c.rc();
-    Device* d = c.dev();
-    d->acq.stopCalls++;
-    if (!validDma(dma)) return c.fail(FG_ERR_INVALID_PARAMETER);
-    d->acq.running[dma] = 0;
+    Device* d = nullptr;
+    {
+        HostCall c(hb);
+        if (c.rc() != 0) return c.rc();
+        d = c.dev();
+        d->acq.stopCalls++;
+        if (!validDma(dma)) return c.fail(FG_ERR_INVALID_PARAMETER);
+        d->acq.running[dma] = 0;
+        acqRequestStop(d, dma);
+    }
+    acqJoin(d, dma);  // without the device lock: the producer may be waiting for it
     return FG_OK;
 }
 
 namespace {
-// Produces frames on a running DMA up to `upTo`; a finite acquisition stops
-// after its last frame.
+// The counter model: produces frames on a running DMA up to `upTo`; a finite
+// acquisition stops after its last frame.
 void produceFrames(Device* d, int dma, frameindex_t upTo) {
     if (!d->acq.running[dma]) return;
     if (d->picCount[dma] > 0 && upTo > d->picCount[dma]) upTo = d->picCount[dma];
@@ -234,28 +237,41 @@ frameindex_t hostLastPicNumber(HostBoard* hb, int dma) {
     Device* d = c.dev();
     d->acq.lastPicNumberCalls++;
     if (!validDma(dma)) return c.fail(FG_ERR_INVALID_PARAMETER);
+    if (acqEngineChannel(d, dma)) return acqLastPicture(d, dma);
     if (d->frames[dma] < INT32_MAX) produceFrames(d, dma, d->frames[dma] + 1);
     return d->frames[dma];
 }
 
-frameindex_t hostLastPicNumberBlocking(HostBoard* hb, frameindex_t picNr, int dma, int /*timeout*/) {
-    HostCall c(hb);
-    if (c.rc() != 0) return c.rc();
-    Device* d = c.dev();
-    d->acq.lastPicNumberCalls++;
-    if (!validDma(dma)) return c.fail(FG_ERR_INVALID_PARAMETER);
-    produceFrames(d, dma, picNr);
-    if (d->frames[dma] < picNr) return c.fail(SIM_ERR_TIMEOUT);
-    return d->frames[dma];
+frameindex_t hostLastPicNumberBlocking(HostBoard* hb, frameindex_t picNr, int dma, int timeout) {
+    Device* d = nullptr;
+    {
+        HostCall c(hb);
+        if (c.rc() != 0) return c.rc();
+        d = c.dev();
+        d->acq.lastPicNumberCalls++;
+        if (!validDma(dma)) return c.fail(FG_ERR_INVALID_PARAMETER);
+        if (!acqEngineChannel(d, dma)) {
+            produceFrames(d, dma, picNr);
+            if (d->frames[dma] < picNr) return c.fail(SIM_ERR_TIMEOUT);
+            return d->frames[dma];
+        }
+    }
+    // The wait holds no device lock: the producer needs it to deliver.
+    const frameindex_t rc = acqWait(d, dma, picNr, timeout);
+    if (rc < 0) {
+        std::lock_guard<std::mutex> lk(d->m);
+        hb->lastError = rc;
+    }
+    return rc;
 }
 
-frameindex_t hostStatus(HostBoard* hb, int /*param*/, frameindex_t /*data*/, unsigned int dma) {
+frameindex_t hostStatus(HostBoard* hb, int param, frameindex_t data, unsigned int dma) {
     HostCall c(hb);
     if (c.rc() != 0) return c.rc();
     Device* d = c.dev();
     d->acq.statusCalls++;
     if (dma >= static_cast<unsigned int>(kNrOfDmas)) return c.fail(FG_ERR_INVALID_PARAMETER);
-    return d->frames[dma];
+    return c.result(acqStatus(d, static_cast<int>(dma), param, data));
 }
 
 int hostAppletId(HostBoard* hb, const char* /*name*/) {

@@ -110,6 +110,8 @@ int readDesignConverted(const Param& p, void* value, FgParamTypes type);
 // path would, without its detour through Num (this is the path of almost
 // every applet call, so it is kept small and inline).
 inline int writeDesign(Device* d, Param& p, const void* value, unsigned int dma, FgParamTypes type, bool log) {
+    d->designVersion++;
+    p.writes++;
     if (p.kind == HAP_KIND_U32 && type == FG_PARAM_TYPE_UINT32_T) {
         uint32_t v;
         std::memcpy(&v, value, sizeof v);
