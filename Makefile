@@ -52,16 +52,16 @@ test-asan: build-asan
 test-x86: build-x86
 	cd $(BUILD)/x86 && ctest --output-on-failure -j$(JOBS)
 
-# ThreadSanitizer: only what the concurrency test needs.
+# ThreadSanitizer: only what the concurrency and acquisition tests need.
 build-tsan: deps
 	cmake -S . -B $(BUILD)/tsan $(CMAKE_COMMON) -DORV_TSAN=ON
-	cmake --build $(BUILD)/tsan -j$(JOBS) --target test_concurrency Orvindel talrun5
+	cmake --build $(BUILD)/tsan -j$(JOBS) --target test_concurrency test_acquisition Orvindel talrun5
 
 test-tsan: build-tsan
-	cd $(BUILD)/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest -R '^test_concurrency$$' --output-on-failure
+	cd $(BUILD)/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest -R '^(test_concurrency|test_acquisition)$$' --output-on-failure
 
 test: test-x64 test-asan test-x86 test-tsan
-	@echo "all test suites passed (x86-64, x86-64 ASan+UBSan, 32-bit x86, concurrency under TSan)"
+	@echo "all test suites passed (x86-64, x86-64 ASan+UBSan, 32-bit x86, concurrency and acquisition under TSan)"
 
 demo: build-x64
 	tools/demo.sh $(BUILD)/x64
