@@ -544,6 +544,33 @@ TEST(Acquisition, CameraPlaysImageFilesLineByLine) {
     }
 }
 
+TEST(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
+    Board b;
+    ASSERT_TRUE(b.ok());
+    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+    Sdk s;
+    s.simEnable = 0, s.lineTriggerMode = 2, s.lineInput = 5;
+    program(b, s, 1);
+    ASSERT_EQ(0, b.set(FG_SHAFTENCODERON, 1, 1));
+    ASSERT_EQ(0, b.set(FG_SHAFTENCODERMODE, 2, 1));  // x2: two lines per step
+    Ring ring(b, frameBytes(s), 4);
+    ASSERT_EQ(0, Fg_AcquireEx(b.fg(), 1, 0, 0, ring.mem));
+    // 4 steps forward: lines 0..7; 3 back and 3 forward again: no line (the
+    // rollback is compensated); 4 forward: lines 8..15.
+    for (int steps : {4, -3, 3, 4}) ASSERT_EQ(0, SimBoard_MoveEncoder(b.dev(), 5, steps));
+    ASSERT_EQ(2, Fg_getLastPicNumberBlockingEx(b.fg(), 2, 1, 5, ring.mem));
+    for (uint32_t p = 1; p <= 2; ++p) {
+        const uint8_t* got = static_cast<const uint8_t*>(Fg_getPicturePtrEx(b.fg(), p, 1, ring.mem));
+        ASSERT_NE(nullptr, got);
+        EXPECT_EQ(expectedPicture(s, p), std::vector<uint8_t>(got, got + frameBytes(s))) << "picture " << p;
+    }
+    ASSERT_EQ(0, SimBoard_MoveEncoder(b.dev(), 5, 3));  // 6 lines: no third picture
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(2, Fg_getLastPicNumberEx(b.fg(), 1, ring.mem));
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_MoveEncoder(b.dev(), 8, 1));
+    EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), 1, ring.mem, 0));
+}
+
 // ---- threads (also under ThreadSanitizer) ----------------------------------------
 
 TEST(AcquisitionThreads, BothPortsWhileParametersChangeAndPicturesAreAwaited) {
