@@ -306,7 +306,8 @@ int SimBoard_SetPacing(QORdevice* dev, int mode);
  * a maxval above 255, 16-bit samples, at most 16384 x 16384), played one line
  * per line pulse, file after file, looped. Without files the camera shows its
  * test scene. Add: 0, -2070 (bad device or port), -2076 (file missing),
- * -5001 (not such a PGM). Taken by acquisitions from their next image on. */
+ * -5001 (not such a PGM), -500 (no memory for it). Taken by acquisitions from
+ * their next image on. */
 int SimBoard_AddCameraImage(QORdevice* dev, int port, const char* pgmPath);
 int SimBoard_ClearCameraImages(QORdevice* dev, int port);
 

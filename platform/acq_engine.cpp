@@ -23,6 +23,8 @@ constexpr frameindex_t kMaxBuffers = 65536;
 constexpr size_t kLineCacheBytes = size_t(16) << 20;
 // How often a producer waiting for pulses, a gate or a rate looks again.
 constexpr auto kPoll = std::chrono::milliseconds(1);
+// Lines a producer takes per look at the design (changes apply from the next look).
+constexpr uint32_t kLineBatch = 1024;
 
 AcqBoard& board(Device* d) { return *d->acqEngine; }
 Channel& channel(Device* d, int dma) { return d->acqEngine->ch[dma]; }
@@ -146,11 +148,14 @@ private:
     double vt_ = 0;            // time the last source line completed, seconds since t0_
     uint64_t line_ = 0;        // next source line
     uint64_t pulsesUsed_ = 0;  // line pulses consumed
+    uint32_t ready_ = 0;       // lines granted at the last look at the design
     BoardInputs start_;        // the inputs when acquisition started
     uint64_t softStart_ = 0, triggersUsed_ = 0;
     uint64_t imageNo_ = 0;
     uint64_t gateMark_ = UINT64_MAX;  // gated single images: the openings when the last began
     LineCache cache_;
+    uint64_t keyLine_ = UINT64_MAX - 1, keyFrame_ = 0;
+    uint32_t keyY_ = 0, keyHeight_ = 0;
     uint64_t cacheVersion_ = UINT64_MAX;
     std::vector<uint16_t> px_;
 };
@@ -160,6 +165,7 @@ void Producer::refreshLocked() {
     camera_ = board(d_).camera[port_];
     if (d_->designVersion == version_) return;
     version_ = d_->designVersion;
+    ready_ = 0;  // lines granted under the old values are asked for again
     const Programmed keep = ch_.format;  // region and format stay those of the start
     readProgrammed(d_, port_, p_);
     p_.xOffset = keep.xOffset;
@@ -206,32 +212,42 @@ uint64_t Producer::pulsesLocked() {
 
 Producer::Wait Producer::nextLine() {
     for (;;) {
+        if (ready_ > 0) {
+            // A line granted under the last look at the design: no lock needed.
+            --ready_;
+            if (timeDriven()) {
+                const double period = linePeriod();
+                vt_ += period;
+                // the generator's frame gap: dead lines after each frame
+                if (p_.simulator && p_.simFreeRun == 1 && p_.simHeight > 0 && (line_ + 1) % p_.simHeight == 0)
+                    vt_ += period * (p_.simFrameLines - p_.simHeight);
+            } else {
+                ++pulsesUsed_;
+                vt_ = std::max(vt_, now());
+            }
+            ++line_;
+            return Wait::Ready;
+        }
         {
             std::lock_guard<std::mutex> lk(d_->m);
             refreshLocked();
             if (timeDriven()) {
-                const double period = linePeriod();
+                // Lines come with time; a gated ExSync asks for each line.
                 const bool gated = !(p_.simulator && p_.simFreeRun == 1) && p_.lineTriggerMode == 2;
-                if (period > 0 && (!gated || active(board(d_).inputs, inputOf(p_.lineInputA), p_.lineInputPolarity))) {
-                    vt_ += period;
-                    // the generator's frame gap: dead lines after each frame
-                    if (p_.simulator && p_.simFreeRun == 1 && p_.simHeight > 0 && (line_ + 1) % p_.simHeight == 0)
-                        vt_ += period * (p_.simFrameLines - p_.simHeight);
-                    ++line_;
-                    return Wait::Ready;
-                }
+                if (linePeriod() > 0 &&
+                    (!gated || active(board(d_).inputs, inputOf(p_.lineInputA), p_.lineInputPolarity)))
+                    ready_ = gated ? 1 : kLineBatch;
             } else {
                 const bool gated = p_.lineTriggerMode == 3;
-                if (pulsesLocked() > pulsesUsed_ &&
-                    (!gated || active(board(d_).inputs, inputOf(p_.lineInputB), p_.lineInputPolarity))) {
-                    ++pulsesUsed_;
-                    ++line_;
-                    vt_ = std::max(vt_, now());
-                    return Wait::Ready;
-                }
-                if (gated) pulsesUsed_ = pulsesLocked();  // pulses outside the gate make no line
+                const uint64_t pulses = pulsesLocked();
+                if (pulses > pulsesUsed_ &&
+                    (!gated || active(board(d_).inputs, inputOf(p_.lineInputB), p_.lineInputPolarity)))
+                    ready_ = gated ? 1 : static_cast<uint32_t>(std::min<uint64_t>(pulses - pulsesUsed_, kLineBatch));
+                else if (gated)
+                    pulsesUsed_ = pulses;  // pulses outside the gate make no line
             }
         }
+        if (ready_ > 0) continue;
         if (poll() == Wait::Stop) return Wait::Stop;
         catchUp();
     }
@@ -265,7 +281,8 @@ bool Producer::gateOpenLocked() {
 }
 
 Producer::Wait Producer::waitImageStart() {
-    for (;;) {
+    for (bool waited = false;; waited = true) {
+        if (waited) catchUp();  // the source ran on while the trigger block waited
         {
             std::lock_guard<std::mutex> lk(d_->m);
             refreshLocked();
@@ -313,8 +330,20 @@ void Producer::writeLine(uint8_t* row, uint64_t line) {
             cache_.reset(p_.lineBytes(), 1u << p_.pixelDepth);
             cacheVersion_ = version_;
         }
+        // The generated frame and line of `line`, counted on from the last
+        // line instead of divided out (lines mostly follow each other).
+        const uint32_t h = std::max<uint32_t>(p_.simHeight, 1);
+        if (line != keyLine_ + 1 || h != keyHeight_) {
+            keyFrame_ = line / h;
+            keyY_ = static_cast<uint32_t>(line % h);
+            keyHeight_ = h;
+        } else if (++keyY_ == h) {
+            keyY_ = 0;
+            ++keyFrame_;
+        }
+        keyLine_ = line;
         uint8_t* slot = nullptr;
-        if (const uint8_t* hit = cache_.find(patternKey(p_, line), &slot)) {
+        if (const uint8_t* hit = cache_.find(patternKeyAt(p_, keyFrame_, keyY_), &slot)) {
             std::memcpy(row, hit, p_.lineBytes());
             return;
         }
@@ -376,7 +405,6 @@ void Producer::run() {
     bool going = true;
     while (going) {
         if (waitImageStart() == Wait::Stop) break;
-        catchUp();
         // Lines after the start: y-offset lines skipped, then up to y-length
         // lines (while a gate stays open), in buffers of `height` lines.
         uint32_t skip = p_.yOffset;
@@ -666,7 +694,21 @@ int acqStart(Device* d, int dma, frameindex_t picCount, dma_mem* mem) {
             std::lock_guard<std::mutex> cl(ch.m);
             ch.alive = true;
         }
-        ch.th = std::thread([d, dma] { Producer(d, dma).run(); });
+        ch.th = std::thread([d, dma] {
+            try {
+                Producer(d, dma).run();
+            } catch (...) {
+                // Out of memory for its lines: the acquisition ends.
+                {
+                    std::lock_guard<std::mutex> lk(d->m);
+                    d->acq.running[dma] = 0;
+                }
+                Channel& c = channel(d, dma);
+                std::lock_guard<std::mutex> cl(c.m);
+                c.alive = false;
+                c.cv.notify_all();
+            }
+        });
     } catch (...) {
         std::lock_guard<std::mutex> cl(ch.m);
         ch.alive = false;
@@ -764,15 +806,19 @@ int setPacing(QORdevice* q, int mode) {
 int addCameraImage(QORdevice* q, int port, const char* path) {
     Device* d = deviceOf(q);
     if (d == nullptr || port < 0 || port >= kNrOfDmas || path == nullptr) return FG_ERR_INVALID_PARAMETER;
-    CameraPicture c;
-    const int rc = readPgm(path, c);
-    if (rc != FG_OK) return rc;
-    std::lock_guard<std::mutex> lk(d->m);
-    auto next = std::make_shared<std::vector<CameraPicture>>();
-    if (board(d).camera[port]) *next = *board(d).camera[port];
-    next->push_back(std::move(c));
-    board(d).camera[port] = next;
-    return FG_OK;
+    try {
+        CameraPicture c;
+        const int rc = readPgm(path, c);
+        if (rc != FG_OK) return rc;
+        std::lock_guard<std::mutex> lk(d->m);
+        auto next = std::make_shared<std::vector<CameraPicture>>();
+        if (board(d).camera[port]) *next = *board(d).camera[port];
+        next->push_back(std::move(c));
+        board(d).camera[port] = next;
+        return FG_OK;
+    } catch (...) {
+        return FG_ERR_BUFFER_TOO_SMALL;  // no memory for the picture
+    }
 }
 
 int clearCameraImages(QORdevice* q, int port) {

@@ -117,8 +117,7 @@ void readProgrammed(Device* d, int port, Programmed& p) {
 
 uint32_t patternKey(const Programmed& p, uint64_t line) {
     const uint64_t height = std::max<uint32_t>(p.simHeight, 1);
-    const uint64_t frame = line / height, y = line % height;
-    return static_cast<uint32_t>((y % p.yDivisor + p.offset + frame % p.frameDivisor) & ((1u << p.pixelDepth) - 1));
+    return patternKeyAt(p, line / height, static_cast<uint32_t>(line % height));
 }
 
 void patternLine(const Programmed& p, uint64_t line, uint32_t x0, uint32_t n, uint16_t* out) {

@@ -109,6 +109,10 @@ void formatLine(const Programmed& p, const uint16_t* px, uint8_t* out);
 // The pattern's line key: lines with the same key are the same line (the
 // generator's counter before x). The camera has no such key.
 uint32_t patternKey(const Programmed& p, uint64_t line);
+// The same from the generated frame f and line y in it (y < height).
+inline uint32_t patternKeyAt(const Programmed& p, uint64_t f, uint32_t y) {
+    return static_cast<uint32_t>((y % p.yDivisor + p.offset + f % p.frameDivisor) & ((1u << p.pixelDepth) - 1));
+}
 
 }  // namespace simhost
 

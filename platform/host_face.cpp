@@ -199,7 +199,11 @@ int hostAcquire(HostBoard* hb, int dma, frameindex_t picCount, dma_mem* mem) {
     Device* d = c.dev();
     d->acq.acquireCalls++;
     if (!validDma(dma)) return c.fail(FG_ERR_INVALID_PARAMETER);
-    return c.result(acqStart(d, dma, picCount, mem));
+    try {
+        return c.result(acqStart(d, dma, picCount, mem));
+    } catch (...) {
+        return c.fail(FG_ERR_BUFFER_TOO_SMALL);  // no memory to start it
+    }
 }
 
 int hostStopAcquire(HostBoard* hb, int dma) {
