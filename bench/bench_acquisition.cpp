@@ -164,7 +164,7 @@ static void BM_Paced_LineRate(benchmark::State& state) {
     const double programmed = readD(a.board(), FG_CAMERASIMULATOR_LINERATE) / 64;
     for (auto _ : state) {
         uint64_t lost = 0;
-        reportPaced(state, a.pacedRate(0.5, &lost), programmed, lost);
+        reportPaced(state, a.pacedRate(1.0, &lost), programmed, lost);
     }
 }
 BENCHMARK(BM_Paced_LineRate)->Iterations(1)->Repetitions(3)->UseRealTime();
@@ -177,7 +177,7 @@ static void BM_Paced_FrameRate(benchmark::State& state) {
     const double programmed = readD(a.board(), FG_CAMERASIMULATOR_FRAMERATE);
     for (auto _ : state) {
         uint64_t lost = 0;
-        reportPaced(state, a.pacedRate(0.5, &lost), programmed, lost);
+        reportPaced(state, a.pacedRate(1.0, &lost), programmed, lost);
     }
 }
 BENCHMARK(BM_Paced_FrameRate)->Iterations(1)->Repetitions(3)->UseRealTime();
@@ -192,7 +192,7 @@ static void BM_Paced_ExSync(benchmark::State& state) {
     const double programmed = 1e6 / (20.0 * 64);
     for (auto _ : state) {
         uint64_t lost = 0;
-        reportPaced(state, a.pacedRate(0.5, &lost), programmed, lost);
+        reportPaced(state, a.pacedRate(1.0, &lost), programmed, lost);
     }
 }
 BENCHMARK(BM_Paced_ExSync)->Iterations(1)->Repetitions(3)->UseRealTime();

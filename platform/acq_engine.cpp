@@ -20,7 +20,6 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t kMaxBufferSize = size_t(1) << 30;
 constexpr uint64_t kMaxRingBytes = sizeof(void*) == 8 ? (uint64_t(1) << 32) : (uint64_t(1) << 30);
 constexpr frameindex_t kMaxBuffers = 65536;
-constexpr size_t kLineCacheBytes = size_t(16) << 20;
 // How often a producer waiting for pulses, a gate or a rate looks again.
 constexpr auto kPoll = std::chrono::milliseconds(1);
 // Lines a producer takes per look at the design (changes apply from the next look).
@@ -63,33 +62,6 @@ void fireEvent(Device* d, const std::string& name) {
         if (ev != nullptr && name == ev->name) board(d).events[i]++;
     }
 }
-
-// Lines of one image line already in the buffer's format, by the pattern's
-// line key (pattern lines repeat: the key says which).
-class LineCache {
-public:
-    void reset(size_t lineBytes, uint32_t keys) {
-        lineBytes_ = lineBytes;
-        slots_ = static_cast<uint32_t>(std::min<size_t>(keys, std::max<size_t>(1, kLineCacheBytes / std::max<size_t>(lineBytes, 1))));
-        key_.assign(slots_, UINT32_MAX);
-        data_.resize(size_t(slots_) * lineBytes);
-    }
-    // The cached line of `key`, or NULL; `fill` then receives the slot to fill.
-    const uint8_t* find(uint32_t key, uint8_t** fill) {
-        const uint32_t s = key % slots_;
-        uint8_t* slot = data_.data() + size_t(s) * lineBytes_;
-        if (key_[s] == key) return slot;
-        key_[s] = key;
-        *fill = slot;
-        return nullptr;
-    }
-
-private:
-    size_t lineBytes_ = 0;
-    uint32_t slots_ = 1;
-    std::vector<uint32_t> key_;
-    std::vector<uint8_t> data_;
-};
 
 // One producer: the source, the trigger block and the image selector of a
 // port, writing into the ring.
@@ -153,10 +125,8 @@ private:
     uint64_t softStart_ = 0, triggersUsed_ = 0;
     uint64_t imageNo_ = 0;
     uint64_t gateMark_ = UINT64_MAX;  // gated single images: the openings when the last began
-    LineCache cache_;
     uint64_t keyLine_ = UINT64_MAX - 1, keyFrame_ = 0;
     uint32_t keyY_ = 0, keyHeight_ = 0;
-    uint64_t cacheVersion_ = UINT64_MAX;
     std::vector<uint16_t> px_;
 };
 
@@ -326,9 +296,12 @@ Producer::Wait Producer::waitImageStart() {
 void Producer::writeLine(uint8_t* row, uint64_t line) {
     const uint32_t w = p_.width;
     if (p_.simulator) {
-        if (cacheVersion_ != version_) {
-            cache_.reset(p_.lineBytes(), 1u << p_.pixelDepth);
-            cacheVersion_ = version_;
+        // The channel keeps its lines from one acquisition to the next while
+        // the design stays as it was.
+        LineCache& cache = ch_.lines;
+        if (ch_.linesVersion != version_) {
+            cache.reset(p_.lineBytes(), 1u << p_.pixelDepth);
+            ch_.linesVersion = version_;
         }
         // The generated frame and line of `line`, counted on from the last
         // line instead of divided out (lines mostly follow each other).
@@ -343,7 +316,7 @@ void Producer::writeLine(uint8_t* row, uint64_t line) {
         }
         keyLine_ = line;
         uint8_t* slot = nullptr;
-        if (const uint8_t* hit = cache_.find(patternKeyAt(p_, keyFrame_, keyY_), &slot)) {
+        if (const uint8_t* hit = cache.find(patternKeyAt(p_, keyFrame_, keyY_), &slot)) {
             std::memcpy(row, hit, p_.lineBytes());
             return;
         }

@@ -11,6 +11,7 @@
 #ifndef ACQ_ENGINE_H
 #define ACQ_ENGINE_H
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -52,6 +53,34 @@ struct BoardInputs {
     int64_t highest[kTriggerInputs] = {}, lowest[kTriggerInputs] = {};
 };
 
+// Lines of one image line already in the buffer's format, by the pattern's
+// line key (pattern lines repeat: the key says which).
+class LineCache {
+public:
+    static constexpr size_t kBytes = size_t(16) << 20;
+    void reset(size_t lineBytes, uint32_t keys) {
+        lineBytes_ = lineBytes;
+        slots_ = static_cast<uint32_t>(std::min<size_t>(keys, std::max<size_t>(1, kBytes / std::max<size_t>(lineBytes, 1))));
+        key_.assign(slots_, UINT32_MAX);
+        data_.resize(size_t(slots_) * lineBytes);
+    }
+    // The cached line of `key`, or NULL; `fill` then receives the slot to fill.
+    const uint8_t* find(uint32_t key, uint8_t** fill) {
+        const uint32_t s = key % slots_;
+        uint8_t* slot = data_.data() + size_t(s) * lineBytes_;
+        if (key_[s] == key) return slot;
+        key_[s] = key;
+        *fill = slot;
+        return nullptr;
+    }
+
+private:
+    size_t lineBytes_ = 0;
+    uint32_t slots_ = 1;
+    std::vector<uint32_t> key_;
+    std::vector<uint8_t> data_;
+};
+
 struct Channel {
     std::mutex m;  // guards the fields below up to `th`
     std::condition_variable cv;
@@ -67,6 +96,10 @@ struct Channel {
     Programmed format;    // region and output format of the running acquisition
     BoardInputs inputsAtStart;      // the board's inputs and
     uint64_t softwarePulsesAtStart = 0;  // the port's software trigger pulses when it started
+    // The producer's pattern lines, kept for the next acquisition while the
+    // design is unchanged (only the channel's one producer touches them).
+    LineCache lines;
+    uint64_t linesVersion = UINT64_MAX;
     std::mutex joinM;     // serialises starting and joining the thread
     std::thread th;
 };
