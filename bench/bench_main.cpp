@@ -120,13 +120,18 @@ void printSummary(const SummaryReporter& reporter) {
     orvbench::Comparison::Kind kind = orvbench::Comparison::kFloor;
     bool first = true;
     for (const orvbench::Comparison& c : list) {
-        const bool floor = c.kind == orvbench::Comparison::kFloor;
+        // The memcpy and paced rows read like floor rows: subject / reference.
+        const bool floor = c.kind != orvbench::Comparison::kPeer;
         if (first || c.kind != kind) {
             kind = c.kind;
             first = false;
+            static const char* const heads[][4] = {{"applet against its floor", "applet", "floor", "x floor"},
+                                                   {"applet against the peer", "applet", "Aravis", "faster"},
+                                                   {"acquisition against memcpy (per call)", "engine", "memcpy", "x memcpy"},
+                                                   {"paced acquisition (frame period)", "delivered", "programmed", "ratio"}};
             std::printf("%s", rule);
-            std::printf("%-42s %11s %11s %9s %9s  %s\n", floor ? "applet against its floor" : "applet against the peer",
-                        "applet", floor ? "floor" : "Aravis", floor ? "x floor" : "faster", "(alone)", "goal");
+            std::printf("%-42s %11s %11s %9s %9s  %s\n", heads[kind][0], heads[kind][1], heads[kind][2], heads[kind][3],
+                        "(alone)", "goal");
             std::printf("%s", rule);
         }
         const Median* s = reporter.find(c.subject);
@@ -134,7 +139,7 @@ void printSummary(const SummaryReporter& reporter) {
         const Median* p = c.paired.empty() ? nullptr : reporter.find(c.paired);
         // A ratio as the row shows it: applet / floor, or peer / applet.
         auto shown = [floor](double applet, double reference) { return floor ? applet / reference : reference / applet; };
-        std::string applet = "(not run)", reference = "(not run)", ratio = "-", alone = "-", goal;
+        std::string applet = c.subject.empty() ? "-" : "(not run)", reference = applet, ratio = "-", alone = "-", goal;
         double judged = 0;
         if (s) applet = duration(s->cpuNs);
         if (r) reference = duration(r->cpuNs);
@@ -150,9 +155,14 @@ void printSummary(const SummaryReporter& reporter) {
             ratio = times(judged);
         }
         if (c.goal > 0 && judged > 0) {
-            const bool met = floor ? judged <= c.goal : judged >= c.goal;
             char buf[48];
-            std::snprintf(buf, sizeof buf, "%s %.1fx: %s", floor ? "<=" : ">=", c.goal, met ? "met" : "MISSED");
+            if (c.kind == orvbench::Comparison::kPaced) {
+                const bool met = judged >= 1 - c.goal && judged <= 1 + c.goal;
+                std::snprintf(buf, sizeof buf, "within %.0f %%: %s", c.goal * 100, met ? "met" : "MISSED");
+            } else {
+                const bool met = floor ? judged <= c.goal : judged >= c.goal;
+                std::snprintf(buf, sizeof buf, "%s %.1fx: %s", floor ? "<=" : ">=", c.goal, met ? "met" : "MISSED");
+            }
             goal = buf;
         }
         std::printf("%-42s %11s %11s %9s %9s  %s\n", c.label.c_str(), applet.c_str(), reference.c_str(), ratio.c_str(),

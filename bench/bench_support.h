@@ -296,8 +296,12 @@ void measurePaired(benchmark::State& state, int block, Subject&& subject, Refere
 //    the goal (if any) an upper bound of the ratio.
 //  - kPeer: the applet against the peer doing the same job; ratio =
 //    reference / subject (how many times faster), the goal (if any) a lower bound.
+//  - kMemcpy: the acquisition engine's generation against the memcpy of the
+//    same bytes; ratio = subject / reference, the goal an upper bound.
+//  - kPaced: a paced acquisition's delivered frame period against the
+//    programmed one; the goal the largest relative deviation (0.01: 1 %).
 struct Comparison {
-    enum Kind { kFloor, kPeer };
+    enum Kind { kFloor, kPeer, kMemcpy, kPaced };
     std::string label;
     std::string subject;
     std::string reference;
@@ -330,5 +334,14 @@ struct RegisterComparison {
 #define ORV_COMPARE_PEER(label, subject, reference, paired, goal)                           \
     static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __LINE__)(         \
         label, #subject, #reference, #paired, ::orvbench::Comparison::kPeer, goal)
+
+// ORV_COMPARE_MEMCPY("label", BM_paired, largest ratio): subject and reference of one paired benchmark.
+#define ORV_COMPARE_MEMCPY(label, paired, goal)                                             \
+    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __LINE__)(         \
+        label, "", "", #paired, ::orvbench::Comparison::kMemcpy, goal)
+// ORV_COMPARE_PACED("label", BM_paced, largest relative deviation)
+#define ORV_COMPARE_PACED(label, bench, goal)                                               \
+    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __LINE__)(         \
+        label, "", "", #bench, ::orvbench::Comparison::kPaced, goal)
 
 #endif

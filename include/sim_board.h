@@ -118,14 +118,99 @@ QORdevice* SimBoard_DeviceOfHostHandle(Fg_Struct* hostFg);
  * FG_DMASTATUS 1 while the DMA runs, else 0; DMA indices other than 0 and 1
  * fail with -2070. The last error of a host board is set by every failing call
  * and is not reset by successful ones.
- * Acquisition is a counter model: Fg_AcquireEx starts a DMA (picCount <= 0:
- * endless), each Fg_getLastPicNumberEx on a running DMA produces one frame and
- * returns the frame count, Fg_getLastPicNumberBlockingEx produces frames up to
- * picNr (SIM_ERR_TIMEOUT when the DMA stopped before), Fg_getStatusEx answers
- * the frame count of the DMA, Fg_getAppletId 0. Shading: -2130 / NULL. */
+ * Acquisition: see "acquisition" below. Fg_getAppletId answers 0. Shading:
+ * -2130 / NULL. */
 
-/* Fg_getLastPicNumberBlockingEx when the wanted frame will not come. */
+/* ---- acquisition ----------------------------------------------------------
+ * With a frame-buffer ring (Fg_AllocRingEx) as memory handle, Fg_AcquireEx
+ * starts the board's acquisition engine on the DMA channel: a producer thread
+ * of the runtime computes every image from the port's design values (camera
+ * simulator or simulated line-scan camera, lookup table, trigger block, image
+ * selector, region, line mirror, output format; the README has the frame
+ * model) and writes it straight into the ring; picture p goes to buffer
+ * (p - 1) % count. picCount <= 0: endless, else the acquisition ends after
+ * picCount pictures. Images arrive at the rate the programmed state implies
+ * (SIM_PACE_REALTIME, the default) or as fast as possible (SIM_PACE_UNPACED,
+ * where the source waits while the trigger block waits, so that images are
+ * reproducible). The region and output format are taken when acquisition
+ * starts (the ring's buffer size must hold a frame of them, else -500); all
+ * other values take effect from the next image on.
+ *
+ * Fg_getLastPicNumberEx: the newest complete picture (0 before the first).
+ * Fg_getLastPicNumberBlockingEx: waits until picture PicNr is complete and
+ * answers the newest one; SIM_ERR_TIMEOUT after Timeout seconds, or at once
+ * (or when a stop wakes the wait) if the acquisition ended before it.
+ * Fg_stopAcquireEx stops and joins the producer; closing the board does too.
+ * A second Fg_AcquireEx on a running channel, or with a ring another channel
+ * uses: SIM_ERR_BUSY. A memory handle that is no ring of the board: -2070.
+ *
+ * The application takes picture p when it asks for it by number (a blocking
+ * wait for p, Fg_getPicturePtrEx, Fg_copyPictureEx). When the engine must
+ * reuse a buffer whose picture was never taken, that picture is lost: the
+ * loss is counted (SIM_STATUS_LOST), the port's design overflow flag
+ * ("..._Overflow_OverflowOccurred") reads 1 until the next start and its
+ * overflow event is counted; the fill levels ("..._FillLevel") read the
+ * percentage of the ring holding pictures not yet taken.
+ *
+ * Without a memory handle (NULL) the channel keeps the counter model that
+ * applet tests use: no image is made; each Fg_getLastPicNumberEx on a running
+ * DMA counts one picture, a blocking wait counts up to PicNr.
+ */
+
+/* Fg_getLastPicNumberBlockingEx when the wanted picture will not come. */
 #define SIM_ERR_TIMEOUT (-2120)
+/* A channel already acquiring, or a ring in use by a running acquisition. */
+#define SIM_ERR_BUSY (-2121)
+
+/* Fg_getStatusEx(Fg, Param, Data, DmaIndex, pMem) questions. */
+#define SIM_STATUS_LAST_PICTURE 0    /* newest complete picture number */
+#define SIM_STATUS_LOST 1            /* pictures lost (overwritten before taken) */
+#define SIM_STATUS_RUNNING 2         /* 1 while a producer runs */
+#define SIM_STATUS_BUFFER_OF 3       /* ring index holding picture Data, -2070 if none */
+#define SIM_STATUS_PICTURE_IN 4      /* picture held by ring index Data (0: none) */
+#define SIM_STATUS_TAKEN 5           /* highest picture the application took */
+#define SIM_STATUS_IMAGES 6          /* images the trigger block cut (before the selector) */
+
+/* What a delivered frame looks like (from the running acquisition, else from
+ * the port's programmed values): width x height pixels, lines of
+ * width * bytesPerPixel bytes without padding; 16-bit containers are
+ * little-endian, the value `bitsPerPixel` wide, at bit 0 (right aligned) or
+ * with its top bit at bit 15 (left aligned). */
+typedef struct FgFrameFormat {
+    uint32_t width;
+    uint32_t height;
+    uint32_t bitsPerPixel;   /* 8, 10, 12 or 16 */
+    uint32_t bytesPerPixel;  /* 1 or 2 */
+    uint32_t leftAligned;    /* 1: value in the top bits of a 16-bit container */
+    uint32_t reserved;
+    uint64_t frameBytes;     /* width * height * bytesPerPixel */
+} FgFrameFormat;
+
+/* ---- application side: frame-buffer rings -------------------------------- */
+
+/* A ring of `BufCnt` buffers of `BufSize` bytes each for the board (1 to
+ * 65536 buffers, 1 byte to 1 GiB each, 4 GiB in all on a 64-bit build and
+ * 1 GiB on a 32-bit one; 64-byte aligned). NULL on failure, with
+ * Fg_getLastErrorNumber(NULL) telling why (-2001 not an application handle,
+ * -2070 a size or count out of range, -500 no memory). */
+dma_mem* Fg_AllocRingEx(Fg_Struct* Fg, size_t BufSize, frameindex_t BufCnt);
+/* Frees a ring: 0, -2001, -2070 (no ring of this board), SIM_ERR_BUSY while
+ * an acquisition runs on it (stop it first). */
+int Fg_FreeRingEx(Fg_Struct* Fg, dma_mem* mem);
+/* The address of buffer `BufIndex` (0 .. BufCnt-1); NULL for a bad handle or index. */
+void* Fg_getBufferPtrEx(Fg_Struct* Fg, frameindex_t BufIndex, dma_mem* mem);
+/* The address of the buffer holding picture `PicNr` of the DMA channel's
+ * acquisition, and the picture counts as taken; NULL when the ring does not
+ * hold it (not yet complete, overwritten) or for bad arguments. */
+void* Fg_getPicturePtrEx(Fg_Struct* Fg, frameindex_t PicNr, int CamPort, dma_mem* mem);
+/* Copies picture `PicNr` (<= 0: the newest complete one) into `dst` so that
+ * the producer cannot overwrite it meanwhile, and takes it. Answers the
+ * picture number copied; -2070 for bad arguments or a picture the ring does
+ * not hold, -500 when `size` is below the frame size. */
+frameindex_t Fg_copyPictureEx(Fg_Struct* Fg, frameindex_t PicNr, int CamPort, void* dst, size_t size,
+                              dma_mem* mem);
+/* The format of the frames the DMA channel delivers: 0, -2001, -2070. */
+int Fg_getFrameFormatEx(Fg_Struct* Fg, int CamPort, FgFrameFormat* out);
 
 /* ---- design parameters --------------------------------------------------- */
 
@@ -207,6 +292,49 @@ typedef struct SimAcquisitionCounters {
 } SimAcquisitionCounters;
 
 void SimBoard_GetAcquisitionCounters(QORdevice* dev, SimAcquisitionCounters* out);
+
+/* ---- acquisition engine ---------------------------------------------------- */
+
+#define SIM_PACE_REALTIME 0  /* images at the programmed rate (default) */
+#define SIM_PACE_UNPACED 1   /* as fast as possible, reproducible (tests, benchmarks) */
+/* Sets the pacing of the device's acquisitions (also of running ones, from
+ * their next image on): 0 or -2070. */
+int SimBoard_SetPacing(QORdevice* dev, int mode);
+
+/* The simulated line-scan camera on a port (its picture when the camera, not
+ * the simulator, is the port's source): binary PGM files (P5, 8-bit or, with
+ * a maxval above 255, 16-bit samples, at most 16384 x 16384), played one line
+ * per line pulse, file after file, looped. Without files the camera shows its
+ * test scene. Add: 0, -2070 (bad device or port), -2076 (file missing),
+ * -5001 (not such a PGM), -500 (no memory for it). Taken by acquisitions from
+ * their next image on. */
+int SimBoard_AddCameraImage(QORdevice* dev, int port, const char* pgmPath);
+int SimBoard_ClearCameraImages(QORdevice* dev, int port);
+
+/* The board's trigger inputs 0..7 (the SDK's trigger sources; the software
+ * trigger is the applet's own parameters): `count` pulses (a rising and a
+ * falling edge each), or a level (0 or 1; which level is active is the
+ * polarity the port programs). An encoder on input A moves `steps` (negative:
+ * backwards). 0 or -2070. */
+int SimBoard_PulseTriggerInput(QORdevice* dev, int input, int count);
+int SimBoard_SetTriggerInputLevel(QORdevice* dev, int input, int level);
+int SimBoard_MoveEncoder(QORdevice* dev, int input, int steps);
+
+typedef struct SimAcquisitionStatus {
+    int running;              /* a producer runs */
+    int engine;               /* the last acquisition ran with a ring */
+    frameindex_t lastPicture; /* newest complete picture */
+    frameindex_t taken;       /* highest picture the application took */
+    uint64_t lost;            /* pictures overwritten before they were taken */
+    uint64_t images;          /* images cut by the trigger block */
+    uint32_t overflow;        /* the design's overflow flag */
+    uint32_t fillLevel;       /* the design's fill level, percent */
+} SimAcquisitionStatus;
+/* 0 or -2070. */
+int SimBoard_GetAcquisitionStatus(QORdevice* dev, int port, SimAcquisitionStatus* out);
+/* How often the design event of `mask` (Fg_getEventMask) fired since the
+ * board was opened: overflows, image triggers lost while busy. */
+uint64_t SimBoard_EventCount(QORdevice* dev, uint64_t mask);
 
 #ifdef __cplusplus
 }

@@ -299,7 +299,7 @@ PLATFORM_EXPORT int Fg_getAppletId(Fg_Struct* fg, const char* name) {
 }
 
 PLATFORM_EXPORT int Fg_Acquire(Fg_Struct* fg, int camPort, frameindex_t picCount) {
-    if (HostBoard* hb = asHost(fg)) return hostAcquire(hb, camPort, picCount);
+    if (HostBoard* hb = asHost(fg)) return hostAcquire(hb, camPort, picCount, nullptr);
     ROUTE_APP(fg, AcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, picCount, 0, nullptr);
     return FG_ERR_INVALID_BOARD;
 }
@@ -311,7 +311,7 @@ PLATFORM_EXPORT int Fg_stopAcquire(Fg_Struct* fg, int camPort) {
 }
 
 PLATFORM_EXPORT int Fg_AcquireEx(Fg_Struct* fg, int camPort, const frameindex_t picCount, int flag, dma_mem* mem) {
-    if (HostBoard* hb = asHost(fg)) return hostAcquire(hb, camPort, picCount);
+    if (HostBoard* hb = asHost(fg)) return hostAcquire(hb, camPort, picCount, mem);
     ROUTE_APP(fg, AcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, picCount, flag, mem);
     return FG_ERR_INVALID_BOARD;
 }
@@ -340,6 +340,54 @@ PLATFORM_EXPORT frameindex_t Fg_getStatusEx(Fg_Struct* fg, const int param, cons
     if (HostBoard* hb = asHost(fg)) return hostStatus(hb, param, data, dma);
     ROUTE_APP(fg, getStatusEx, FG_ERR_NOT_AVAILABLE, fg, param, data, dma, mem);
     return FG_ERR_INVALID_BOARD;
+}
+
+// ---- frame-buffer rings (application side) ----------------------------------------------
+
+namespace {
+// The device of an application handle, or NULL with the application-side
+// last error set.
+Device* appDevice(Fg_Struct* fg) {
+    AppBoard* ab = asApp(fg);
+    Device* d = ab ? deviceOf(ab->dev) : nullptr;
+    if (d == nullptr) g_initError = FG_ERR_INVALID_BOARD;
+    return d;
+}
+}  // namespace
+
+PLATFORM_EXPORT dma_mem* Fg_AllocRingEx(Fg_Struct* fg, size_t size, frameindex_t count) {
+    Device* d = appDevice(fg);
+    if (d == nullptr) return nullptr;
+    int error = FG_OK;
+    dma_mem* mem = ringAlloc(d, size, count, &error);
+    if (mem == nullptr) g_initError = error;
+    return mem;
+}
+
+PLATFORM_EXPORT int Fg_FreeRingEx(Fg_Struct* fg, dma_mem* mem) {
+    Device* d = appDevice(fg);
+    return d ? ringFree(d, mem) : FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT void* Fg_getBufferPtrEx(Fg_Struct* fg, frameindex_t index, dma_mem* mem) {
+    Device* d = appDevice(fg);
+    return d ? ringBuffer(d, mem, index) : nullptr;
+}
+
+PLATFORM_EXPORT void* Fg_getPicturePtrEx(Fg_Struct* fg, frameindex_t picNr, int camPort, dma_mem* mem) {
+    Device* d = appDevice(fg);
+    return d ? ringPicture(d, mem, camPort, picNr) : nullptr;
+}
+
+PLATFORM_EXPORT frameindex_t Fg_copyPictureEx(Fg_Struct* fg, frameindex_t picNr, int camPort, void* dst, size_t size,
+                                              dma_mem* mem) {
+    Device* d = appDevice(fg);
+    return d ? ringCopy(d, mem, camPort, picNr, dst, size) : FG_ERR_INVALID_BOARD;
+}
+
+PLATFORM_EXPORT int Fg_getFrameFormatEx(Fg_Struct* fg, int camPort, FgFrameFormat* out) {
+    Device* d = appDevice(fg);
+    return d ? frameFormat(d, camPort, out) : FG_ERR_INVALID_BOARD;
 }
 
 // ---- shading (not supported by the host) -------------------------------------------
@@ -460,6 +508,32 @@ PLATFORM_EXPORT void SimBoard_ClearFaults(QORdevice* dev) { sim::clearFaults(dev
 PLATFORM_EXPORT void SimBoard_GetAcquisitionCounters(QORdevice* dev, SimAcquisitionCounters* out) {
     sim::acquisitionCounters(dev, out);
 }
+
+PLATFORM_EXPORT int SimBoard_SetPacing(QORdevice* dev, int mode) { return sim::setPacing(dev, mode); }
+
+PLATFORM_EXPORT int SimBoard_AddCameraImage(QORdevice* dev, int port, const char* path) {
+    return sim::addCameraImage(dev, port, path);
+}
+
+PLATFORM_EXPORT int SimBoard_ClearCameraImages(QORdevice* dev, int port) { return sim::clearCameraImages(dev, port); }
+
+PLATFORM_EXPORT int SimBoard_PulseTriggerInput(QORdevice* dev, int input, int count) {
+    return sim::pulseTriggerInput(dev, input, count);
+}
+
+PLATFORM_EXPORT int SimBoard_SetTriggerInputLevel(QORdevice* dev, int input, int level) {
+    return sim::setTriggerInputLevel(dev, input, level);
+}
+
+PLATFORM_EXPORT int SimBoard_MoveEncoder(QORdevice* dev, int input, int steps) {
+    return sim::moveEncoder(dev, input, steps);
+}
+
+PLATFORM_EXPORT int SimBoard_GetAcquisitionStatus(QORdevice* dev, int port, SimAcquisitionStatus* out) {
+    return sim::acquisitionStatus(dev, port, out);
+}
+
+PLATFORM_EXPORT uint64_t SimBoard_EventCount(QORdevice* dev, uint64_t mask) { return sim::eventCount(dev, mask); }
 
 // ---- registers (backdoor: no fault injection, no write record) ---------------------------
 

@@ -17,6 +17,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "acq_engine.h"
 #include "fg_applet.h"
 #include "fg_platform.h"
 #include "hap_internal.h"
@@ -33,7 +34,7 @@ constexpr int kNrOfDmas = 2;
 // Initial values of the host-level parameters.
 constexpr uint32_t kInitialTimeout = 1000000;
 constexpr uint32_t kInitialApcStopTimeout = 5;
-// Bytes per frame reported as FG_TRANSFER_LEN once a frame was produced.
+// Bytes per frame reported as FG_TRANSFER_LEN by the counter model.
 constexpr uint64_t kFrameBytes = 1024u * 1024u;
 
 enum HandleKind : uint32_t {
@@ -60,6 +61,7 @@ struct Param {
     std::vector<double> df;    // DFIELD elements
     int failRead = 0;
     int failWrite = 0;
+    uint64_t writes = 0;  // writes since the design was loaded (the engine counts pulses by it)
 };
 
 struct DesignTable {
@@ -142,7 +144,12 @@ struct Device {
     int failInit = 0;
     std::vector<NamedFault> namedFaults;
 
+    // Counts every design write: the acquisition engine reads the design
+    // again when it changed.
+    uint64_t designVersion = 0;
+
     // acquisition
+    std::unique_ptr<AcqBoard> acqEngine{new AcqBoard};
     SimAcquisitionCounters acq{};
     int frames[kNrOfDmas] = {0, 0};
     int picCount[kNrOfDmas] = {0, 0};
@@ -211,7 +218,7 @@ Fg_Struct* initHostBoard(QORdevice* hw, fpga_design* design);
 // Frees every host handle still attached to the device.
 void freeAttachedHandles(QORdevice* q);
 
-// ---- host face (host_device.cpp, host_info.cpp) ----------------------------
+// ---- host face (host_face.cpp, host_info.cpp) -------------------------------
 
 // Every host-face call begins with this under the device lock: counts the call
 // and applies the n-th-call fault. 0 to go on, else the code to return.
@@ -233,14 +240,14 @@ const char* hostGetEventName(HostBoard* hb, uint64_t mask);
 // Calls that only count, apply faults and answer `code` (shading, unsupported).
 int hostUnsupported(HostBoard* hb, int code);
 
-int hostAcquire(HostBoard* hb, int dma, frameindex_t picCount);
+int hostAcquire(HostBoard* hb, int dma, frameindex_t picCount, dma_mem* mem);
 int hostStopAcquire(HostBoard* hb, int dma);
 frameindex_t hostLastPicNumber(HostBoard* hb, int dma);
 frameindex_t hostLastPicNumberBlocking(HostBoard* hb, frameindex_t picNr, int dma, int timeout);
 frameindex_t hostStatus(HostBoard* hb, int param, frameindex_t data, unsigned int dma);
 int hostAppletId(HostBoard* hb, const char* name);
 
-// SimBoard control, without counting calls or logging.
+// SimBoard control (host_control.cpp), without counting calls or logging.
 namespace sim {
 int parameterId(QORdevice* q, const char* name);
 int getValue(QORdevice* q, const char* name, FgParamTypes type, void* value);

@@ -31,3 +31,7 @@ foreach(t test_platform_design test_platform_host test_platform_regio test_platf
   add_dependencies(${t} orvindel_design)
 endforeach()
 add_dependencies(test_platform_app PlatformFake PlatformNoEntry)
+
+# The acquisition engine: delivered images against images computed from the
+# SDK values, waits, losses, faults, threads (also under ThreadSanitizer).
+orv_add_test(test_acquisition BOARD SOURCES test_acquisition.cpp)
