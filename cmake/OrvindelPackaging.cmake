@@ -7,10 +7,26 @@
 # One include subdirectory; the headers include each other by plain name, so
 # consumers put that directory on their include path (the imported target
 # and the pkg-config file do).
+# orvindel_params.h (the parameters' identities and enumeration constants)
+# is generated from the applet's tables.
+add_executable(mkparams ${CMAKE_SOURCE_DIR}/applet/params/mkparams.cpp)
+target_include_directories(mkparams PRIVATE ${CMAKE_SOURCE_DIR}/applet)
+set(ORV_PARAMS_HEADER ${CMAKE_BINARY_DIR}/include/orvindel_params.h)
+add_custom_command(
+  OUTPUT ${ORV_PARAMS_HEADER}
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/include
+  COMMAND mkparams ${ORV_PARAMS_HEADER}
+  DEPENDS mkparams ${CMAKE_SOURCE_DIR}/applet/sdk_params.def ${CMAKE_SOURCE_DIR}/applet/enums.def
+  COMMENT "Generating orvindel_params.h"
+  VERBATIM)
+add_custom_target(orvindel_params_header ALL DEPENDS ${ORV_PARAMS_HEADER})
+
 add_library(orv_headers INTERFACE)
 set_target_properties(orv_headers PROPERTIES EXPORT_NAME headers)
+add_dependencies(orv_headers orvindel_params_header)
 target_include_directories(orv_headers INTERFACE
   $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/include>
+  $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/include>
   $<INSTALL_INTERFACE:${ORV_INSTALL_INCLUDEDIR}>)
 install(TARGETS orv_headers EXPORT OrvindelTargets)
 install(FILES
@@ -18,6 +34,7 @@ install(FILES
   ${CMAKE_SOURCE_DIR}/include/fg_applet.h
   ${CMAKE_SOURCE_DIR}/include/fg_platform.h
   ${CMAKE_SOURCE_DIR}/include/sim_board.h
+  ${ORV_PARAMS_HEADER}
   DESTINATION ${ORV_INSTALL_INCLUDEDIR} COMPONENT Development)
 
 # ---- CMake package: find_package(Orvindel) ---------------------------------------------

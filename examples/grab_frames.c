@@ -14,19 +14,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "orvindel_params.h" /* parameter identities and enumeration constants */
 #include "sim_board.h"
-
-/* SDK parameter identities and values used here. */
-#define FG_WIDTH 100
-#define FG_HEIGHT 200
-#define FG_XOFFSET 300
-#define FG_FORMAT 700
-#define FG_GRAY 3
-#define FG_CAMERASIMULATOR_ENABLE 30099
-#define FG_CAMERASIMULATOR_PATTERN 200326
-#define FG_HORIZONTAL 1
-#define FG_CAMERASIMULATOR_ROLL 200327
-#define FG_CAMERASIMULATOR_LINERATE 200329
 
 enum { PORT = 0, WIDTH = 256, HEIGHT = 64, XOFFSET = 32, BUFFERS = 8, TIMEOUT_S = 5 };
 

@@ -5,10 +5,10 @@
 # installed appletctl. Slow and the same on every target: only in a tree
 # configured with ORV_INSTALL_TESTS (the x64 preset).
 if(ORV_INSTALL_TESTS)
-  # The consumer: a CMake project (find_package(Orvindel)) building one
-  # program from its C sources.
-  set(ORV_CONSUMER_DIR ${CMAKE_CURRENT_LIST_DIR}/install/consumer)
-  set(ORV_CONSUMER_PROGRAM consumer)
+  # The consumer: the example application, a CMake project
+  # (find_package(Orvindel)) building one program from its C source.
+  set(ORV_CONSUMER_DIR ${CMAKE_SOURCE_DIR}/examples)
+  set(ORV_CONSUMER_PROGRAM grab_frames)
   add_test(NAME install_tree
     COMMAND bash ${CMAKE_CURRENT_LIST_DIR}/install/check.sh install ${CMAKE_BINARY_DIR}
             ${ORV_CONSUMER_DIR} ${ORV_CONSUMER_PROGRAM} ${CMAKE_INSTALL_LIBDIR})

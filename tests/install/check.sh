@@ -189,6 +189,7 @@ $(doc orvindel-runtime)"
 usr/include/orvindel/fg_applet.h
 usr/include/orvindel/fg_platform.h
 usr/include/orvindel/sim_board.h
+usr/include/orvindel/orvindel_params.h
 usr/$libdir/cmake/Orvindel/OrvindelConfig.cmake
 usr/$libdir/cmake/Orvindel/OrvindelConfigVersion.cmake
 usr/$libdir/cmake/Orvindel/OrvindelTargets.cmake
