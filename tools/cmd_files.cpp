@@ -5,6 +5,8 @@
 #include <clocale>
 #include <cmath>
 #include <cstring>
+#include <map>
+#include <utility>
 #include <vector>
 
 #include "atomic_file.h"
@@ -54,6 +56,11 @@ void printProblems(const std::string& file, const std::vector<Problem>& ps, bool
 }
 
 bool sameDouble(double a, double b) { return a == b || std::fabs(a - b) <= 1e-11 * std::fmax(std::fabs(a), std::fabs(b)); }
+
+bool sameValue(const Value& a, const Value& b) {
+    if (a.kind == Kind::Double && b.kind == Kind::Double && a.code == 0 && b.code == 0) return sameDouble(a.d, b.d);
+    return a == b;
+}
 
 // A configuration file value as the board reads it, as a write of that value.
 bool expectedWrite(const ConfigKey& k, const std::string& text, const RegisterInfo* r, Written* w) {
@@ -221,10 +228,22 @@ Status cmdLoad(Session& s, const Command& c) {
         f = checkConfig(content, *ref, kAppletName);
         printProblems(file, f.problems, true, c);
     }
+    // The values before the load: a refused value leaves the design as it was.
+    std::map<std::pair<size_t, int>, Value> before;
+    for (size_t port = 0; ref && port < ref->sections.size(); ++port) {
+        for (int i = 0; i < configKeyCount(); ++i) {
+            const int id = b.idOf(configKeys()[i].name);
+            const unsigned p = static_cast<unsigned>(port);
+            if (id >= 0) before[{port, id}] = readValue(b, id, p, b.record(p, id));
+        }
+    }
     int rc = Fg_loadConfig(b.fg(), file.c_str());
     restoreLocale();
     if (rc != 0) return s.fail(c, rc, rc == FG_ERR_FILE_NOT_FOUND ? mcfHint(file) : std::string());
-    // Every value read back: what the board did not take.
+    // A load drops a refused value without a word, and the port's cache may
+    // keep it while the design does not. Each applied value is therefore
+    // written once more, in the file's order with the file's other values in
+    // place, and every refusal is reported with the board's answer.
     unsigned notTaken = 0;
     for (size_t port = 0; ref && port < ref->sections.size(); ++port) {
         const std::string& section = ref->sections[port];
@@ -238,27 +257,20 @@ Status cmdLoad(Session& s, const Command& c) {
             const RegisterInfo* r = b.record(p, id);
             Written w;
             if (!expectedWrite(k, line->value, r, &w)) continue;
-            const Value now = readValue(b, id, p, r);
-            if (holds(now, w)) continue;
             const std::string subject = std::string(k.name) + "=" + visible(shorten(line->value, 60)) + " in " +
                                         section + ", line " + std::to_string(line->line);
-            const std::string kept = now.code ? "<error " + errorText(now.code) + ">" : showValue(now, r, true);
-            // Ask the board again: its answer tells why.
-            const int probe = Fg_setParameterWithType(b.fg(), id, w.ptr(), p, w.type);
-            const Value after = readValue(b, id, p, r);
+            const int probe = k.load == KeyLoad::Applied ? Fg_setParameterWithType(b.fg(), id, w.ptr(), p, w.type) : 0;
+            const Value now = readValue(b, id, p, r);
+            const std::string shownNow = now.code ? "<error " + errorText(now.code) + ">" : showValue(now, r, true);
             if (probe != 0) {
+                const Value& old = before[{port, id}];
+                std::string kept = old.code ? "<error " + errorText(old.code) + ">" : showValue(old, r, true);
+                if (!sameValue(old, now)) kept += " (it reads back " + shownNow + ")";
                 err(Session::context(c), subject + ": refused (" + errorText(probe) + rangeNote(b.record(p, id)) +
                                              "); the board keeps " + kept);
                 ++notTaken;
-            } else if (holds(after, w)) {
-                // Taken now, after the rest of the file: put the state of the load back.
-                Written back;
-                if (writtenOf(now, &back)) Fg_setParameterWithType(b.fg(), id, back.ptr(), p, back.type);
-                err(Session::context(c), subject + ": not taken while loading (it conflicts with values set before "
-                                                   "it); the board keeps " + kept);
-                ++notTaken;
-            } else {
-                warn(Session::context(c), subject + ": taken as " + showValue(after, r, true));
+            } else if (!holds(now, w)) {
+                warn(Session::context(c), subject + ": taken as " + shownNow);
             }
         }
     }

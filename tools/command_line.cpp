@@ -196,7 +196,7 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
                 }
                 value = words[pos++];
             }
-            if (o->valueName && !checkValue(o->kind, value, std::string(spec->name) + ": " + o->longName, why)) {
+            if (o->valueName && !checkValue(o->kind, value, spec->name, why)) {
                 return kUsage;
             }
             if (o->kind == ArgKind::Port) {
