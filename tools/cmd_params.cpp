@@ -205,10 +205,15 @@ Status cmdDescribe(Session& s, const Command& c) {
                                 : "read (no record for this port)"});
     if (r && r->format == REG_FORMAT_ENUM) {
         const EnumReg& e = r->u.eReg;
+        std::vector<std::vector<std::string>> entries;
         for (int i = 0; e.enumValues && i < e.nrOfElements && i < 100000; ++i) {
             const std::string disp = e.enumNames && e.enumNames[i] ? quoted(toUtf8(e.enumNames[i])) : "";
-            rows.push_back({i == 0 ? "entries" : "", enumConstant(r, i) + "  " + disp + "  " +
-                                                         std::to_string(e.enumValues[i])});
+            entries.push_back({enumConstant(r, i), disp, std::to_string(e.enumValues[i])});
+        }
+        const std::string lines = columns(entries);
+        size_t at = 0;
+        for (size_t nl; (nl = lines.find('\n', at)) != std::string::npos; at = nl + 1) {
+            rows.push_back({at == 0 ? "entries" : "", lines.substr(at, nl - at)});
         }
     } else if (r) {
         rows.push_back({"range", rangeText(r)});
