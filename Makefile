@@ -5,7 +5,8 @@ JOBS ?= 2
 BUILD ?= build
 # Debian packages the build, the tests and the benchmarks need.
 PACKAGES := cmake make g++ g++-multilib googletest libbenchmark-dev libboost-dev \
-            libxml2-utils aravis-tools libaravis-dev libusb-1.0-0-dev pkg-config valgrind
+            libxml2-utils aravis-tools libaravis-dev libusb-1.0-0-dev pkg-config valgrind \
+            man-db groff-base
 
 CMAKE_COMMON := -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
