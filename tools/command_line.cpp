@@ -230,8 +230,11 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
             return kUsage;
         }
     }
-    // Checks of the arguments that need no board.
-    for (size_t i = 0; i < cmd.args.size(); ++i) {
+    // Checks of the arguments that need no board (an assignment adds its value
+    // after the arguments, once they are all checked).
+    std::string assigned;
+    bool hasAssignment = false;
+    for (size_t i = 0; i < filled; ++i) {
         const ArgSpec& a = spec->args[i];
         std::string& v = cmd.args[i];
         if (a.kind == ArgKind::Parameter) {
@@ -254,11 +257,13 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
                 return kUsage;
             }
             v = whole.substr(0, eq);
-            cmd.args.push_back(value);  // the value after the name
+            assigned = value;
+            hasAssignment = true;
         } else if (!checkValue(a.kind, v, spec->name, why)) {
             return kUsage;
         }
     }
+    if (hasAssignment) cmd.args.push_back(assigned);  // the value after the name
     return kOk;
 }
 

@@ -84,9 +84,10 @@ const std::vector<CommandSpec>& commandTable() {
         {"load", {{"FILE", ArgKind::InputFile, false, ".mcf"}}, {}, true, true, cmdLoad,
          "loads a configuration file and reports what the board did not take",
          "Loads a configuration file written by 'save' (or by any application). The file is checked first "
-         "(as 'check' does) and each problem is printed as a warning; after loading, every value is read "
-         "back and each one the board did not take is reported with the board's answer and the value it "
-         "keeps. The exit status is 1 when the load failed or a value was not taken."},
+         "(as 'check' does) and each problem is printed as a warning. The board's load drops a refused value "
+         "without a word, so after loading every value the load applies is written once more, with the "
+         "file's other values in place, and each one the board refuses is reported with its answer and the "
+         "value it keeps. The exit status is 1 when the load failed or a value was not taken."},
         {"lut save", {{"FILE", ArgKind::OutputFile, false, ".lut"}}, {portOption()}, true, false, cmdLutSave,
          "writes the lookup table of a port to a file",
          "Writes the lookup table of port P (default 0) to FILE."},
