@@ -203,8 +203,9 @@ void* Fg_getBufferPtrEx(Fg_Struct* Fg, frameindex_t BufIndex, dma_mem* mem);
  * acquisition, and the picture counts as taken; NULL when the ring does not
  * hold it (not yet complete, overwritten) or for bad arguments. */
 void* Fg_getPicturePtrEx(Fg_Struct* Fg, frameindex_t PicNr, int CamPort, dma_mem* mem);
-/* Copies picture `PicNr` (<= 0: the newest complete one) into `dst` so that
- * the producer cannot overwrite it meanwhile, and takes it. Answers the
+/* Copies picture `PicNr` (<= 0: the newest complete one, chosen again when
+ * the producer overwrites it first) into `dst` so that the producer cannot
+ * overwrite it meanwhile, and takes it. Answers the
  * picture number copied; -2070 for bad arguments or a picture the ring does
  * not hold, -500 when `size` is below the frame size. */
 frameindex_t Fg_copyPictureEx(Fg_Struct* Fg, frameindex_t PicNr, int CamPort, void* dst, size_t size,

@@ -554,45 +554,56 @@ void* ringPicture(Device* d, dma_mem* mem, int dma, frameindex_t picNr) {
 
 frameindex_t ringCopy(Device* d, dma_mem* mem, int dma, frameindex_t picNr, void* dst, size_t size) {
     if (dma < 0 || dma >= kNrOfDmas || dst == nullptr) return FG_ERR_INVALID_PARAMETER;
-    Ring* r;
-    int b;
-    frameindex_t p;
-    size_t bytes;
-    {
-        std::lock_guard<std::mutex> lk(d->m);
-        r = findRing(d, mem);
-        if (r == nullptr) return FG_ERR_INVALID_PARAMETER;
-        Channel& ch = channel(d, dma);
-        std::lock_guard<std::mutex> cl(ch.m);
-        if (ch.ring != r) return FG_ERR_INVALID_PARAMETER;
-        p = picNr <= 0 ? ch.last : picNr;
-        b = heldIndex(r, p);
-        if (b < 0) return FG_ERR_INVALID_PARAMETER;
-        bytes = std::min<size_t>(static_cast<size_t>(ch.format.frameBytes()), r->size);
-        if (size < bytes) return FG_ERR_BUFFER_TOO_SMALL;
-    }
-    // The buffer lock keeps the producer out; the picture is checked again
-    // under it (the producer marks a buffer before it writes it). The ring
-    // cannot go away meanwhile: it is freed only while no acquisition runs,
-    // and the application must not free it while it copies from it.
-    std::mutex& bufferLock = r->bufferLocks[static_cast<size_t>(b)];
-    Channel& ch = channel(d, dma);
-    for (;;) {
-        const bool locked = bufferLock.try_lock();
+    // The newest picture may be overwritten between choosing it and locking its
+    // buffer; then the newest one is chosen again (a bounded number of times).
+    const int attempts = picNr <= 0 ? 1000 : 1;
+    for (int attempt = 0;; ++attempt) {
+        Ring* r;
+        int b;
+        frameindex_t p;
+        size_t bytes;
         {
+            std::lock_guard<std::mutex> lk(d->m);
+            r = findRing(d, mem);
+            if (r == nullptr) return FG_ERR_INVALID_PARAMETER;
+            Channel& ch = channel(d, dma);
             std::lock_guard<std::mutex> cl(ch.m);
-            if (heldIndex(r, p) != b) {
-                if (locked) bufferLock.unlock();
-                return FG_ERR_INVALID_PARAMETER;
-            }
-            if (locked) ch.taken = std::max(ch.taken, p);
+            if (ch.ring != r) return FG_ERR_INVALID_PARAMETER;
+            p = picNr <= 0 ? ch.last : picNr;
+            b = heldIndex(r, p);
+            if (b < 0) return FG_ERR_INVALID_PARAMETER;
+            bytes = std::min<size_t>(static_cast<size_t>(ch.format.frameBytes()), r->size);
+            if (size < bytes) return FG_ERR_BUFFER_TOO_SMALL;
         }
-        if (locked) break;
-        std::this_thread::yield();
+        // The buffer lock keeps the producer out; the picture is checked again
+        // under it (the producer marks a buffer before it writes it). The ring
+        // cannot go away meanwhile: it is freed only while no acquisition runs,
+        // and the application must not free it while it copies from it.
+        std::mutex& bufferLock = r->bufferLocks[static_cast<size_t>(b)];
+        Channel& ch = channel(d, dma);
+        bool overwritten = false;
+        for (;;) {
+            const bool locked = bufferLock.try_lock();
+            {
+                std::lock_guard<std::mutex> cl(ch.m);
+                if (heldIndex(r, p) != b) {
+                    if (locked) bufferLock.unlock();
+                    overwritten = true;
+                    break;
+                }
+                if (locked) ch.taken = std::max(ch.taken, p);
+            }
+            if (locked) break;
+            std::this_thread::yield();
+        }
+        if (overwritten) {
+            if (attempt + 1 < attempts) continue;
+            return FG_ERR_INVALID_PARAMETER;
+        }
+        std::lock_guard<std::mutex> bl(bufferLock, std::adopt_lock);
+        std::memcpy(dst, r->buffers[static_cast<size_t>(b)], bytes);
+        return p;
     }
-    std::lock_guard<std::mutex> bl(bufferLock, std::adopt_lock);
-    std::memcpy(dst, r->buffers[static_cast<size_t>(b)], bytes);
-    return p;
 }
 
 int frameFormat(Device* d, int dma, FgFrameFormat* out) {

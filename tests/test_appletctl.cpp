@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,15 +38,24 @@ const char* tool() {
     return t ? t : "";
 }
 
+// Runs a program (argv[0] a path) with `input` on standard input.
+Outcome runProgram(const std::vector<std::string>& argvIn, const std::string& input);
+
 // Runs appletctl with the arguments and `input` on standard input.
 Outcome run(const std::vector<std::string>& args, const std::string& input = std::string()) {
+    std::vector<std::string> argv = {tool()};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return runProgram(argv, input);
+}
+
+Outcome runProgram(const std::vector<std::string>& argvIn, const std::string& input) {
     static int serial = 0;
     const std::string base = "run" + std::to_string(getpid()) + "_" + std::to_string(++serial);
     const std::string in = base + ".in", out = base + ".out", err = base + ".err";
     writeFile(in, input);
 
-    std::vector<char*> argv = {const_cast<char*>(tool())};
-    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    std::vector<char*> argv;
+    for (const std::string& a : argvIn) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
     // The user's environment without a library path (the tool finds the
     // runtime and the applet by itself) and without the switches that change
@@ -70,7 +80,7 @@ Outcome run(const std::vector<std::string>& args, const std::string& input = std
     int rc = posix_spawn(&pid, argv[0], &fa, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&fa);
     if (rc != 0) {
-        r.err = std::string("cannot start ") + tool() + ": " + std::strerror(rc);
+        r.err = "cannot start " + argvIn[0] + ": " + std::strerror(rc);
         return r;
     }
     int st = 0;
@@ -124,7 +134,8 @@ bool validUtf8(const std::string& s) {
 
 // ---- help and usage errors --------------------------------------------------
 
-const char* const kCommandWords[] = {"info", "list", "get", "set", "describe", "xml", "save", "load", "lut", "help"};
+const char* const kCommandWords[] = {"info", "list", "get", "set", "describe", "reset", "diff", "check",
+                                     "xml",  "save", "load", "lut", "help"};
 
 TEST(ToolUsage, HelpOfTheToolNamesEveryCommandAndTheExitStatus) {
     for (const char* flag : {"--help", "-h"}) {
@@ -165,10 +176,13 @@ TEST(ToolUsage, UsageErrorsExitWithTwoAndRunNothing) {
         {{}, "no command given"},
         {{"get", "FG_WIDTH", "frobnicate"}, "unknown command 'frobnicate'"},
         {{"--frob", "info"}, "unknown option '--frob'"},
-        {{"get"}, "get: missing argument"},
+        {{"get"}, "get: missing NAME[@P]"},
         {{"set", "FG_WIDTH"}, "set: expected NAME=VALUE"},
         {{"set", "="}, "set: missing parameter name"},
-        {{"lut", "copy", "x.lut"}, "lut: expected 'save' or 'load'"},
+        {{"lut", "copy", "x.lut"}, "lut: expected 'save' or 'load', not 'copy'"},
+        {{"list", "--frob"}, "list: unknown option '--frob'"},
+        {{"diff", "a.mcf"}, "diff: missing B"},
+        {{"help", "frob"}, "unknown command 'frob'"},
         {{"xml", "-o"}, "xml: -o needs a value"},
         {{"list", "--port", "x"}, "list: bad port 'x'"},
         {{"--board", "zero", "info"}, "bad board number 'zero'"},
@@ -243,9 +257,15 @@ TEST(ToolParameters, FailuresPrintTheCodeWithItsMeaning) {
         {{"set", "FG_WIDTH=16"}, "set FG_WIDTH=16: -6000 value outside its range or not in its enumeration", ""},
         {{"set", "FG_APPLET_VERSION=4"}, "-12 host function or host board handle missing; write of a read-only parameter", ""},
         {{"get", "FG_NO_SUCH_THING"}, "-2070 unknown parameter", "'FG_NO_SUCH_THING'"},
-        {{"list", "--port", "2"}, "-2075 no parameter description for the port", ""},
-        {{"save", "settings.txt"}, "save settings.txt: -5001 configuration save failed", ".mcf"},
-        {{"load", "absent.mcf"}, "load absent.mcf: -2076 file missing", ""},
+        {{"list", "--port", "2"}, "list --port 2: port 2 does not exist (ports 0 and 1)", ""},
+        {{"get", "FG_WIDTH@7"}, "get FG_WIDTH@7: port 7 does not exist (ports 0 and 1)", ""},
+        {{"set", "FG_WIDTH=16"}, "range 32..16384 step 16", ""},
+        {{"save", "settings.txt"}, "save settings.txt: -5001 the configuration file could not be created", ".mcf"},
+        {{"load", "absent.mcf"}, "load absent.mcf: -2076 configuration file missing", ""},
+        {{"load", "."}, "load .: '.' is a directory", ""},
+        {{"load", "/dev/null"}, "'/dev/null' is not a regular file", ""},
+        {{"lut", "load", "/dev/zero"}, "'/dev/zero' is not a regular file", ""},
+        {{"check", "."}, "cannot read '.': is a directory", ""},
         {{"load", "garbage.mcf"}, "load garbage.mcf: -5000 configuration load failed", ""},
         {{"xml", "-o", "no-such-dir/x.xml"}, "cannot write 'no-such-dir/x.xml'", ""},
         {{"--script", "no-such-script.txt"}, "cannot read script 'no-such-script.txt'", ""},
@@ -290,13 +310,35 @@ TEST(ToolParameters, StopsAtTheFirstFailureUnlessKeepGoing) {
     EXPECT_EQ("FG_WIDTH@0 = 1024\n", go.out);
 }
 
-TEST(ToolParameters, DescribePrintsTheLongDescription) {
-    Outcome r = run({"describe", "FG_WIDTH@1", "describe", "FG_LUT_CUSTOM_FILE", "describe", "FG_NR_OF_DMAS"});
+TEST(ToolParameters, DescribeShowsEverythingAUserAsksBeforeWriting) {
+    Outcome r = run({"set", "FG_FORMAT=FG_GRAY16@1", "describe", "FG_FORMAT@1", "describe", "fg_width", "describe",
+                     "FG_NR_OF_DMAS"});
     EXPECT_RUN(r, 0);
-    EXPECT_EQ("FG_WIDTH: Image width of the acquisition ROI.\n"
-              "FG_LUT_CUSTOM_FILE: Filename with custom lookup table values.\n"
-              "FG_NR_OF_DMAS: (no description)\n",
-              r.out);
+    EXPECT_EQ("FG_FORMAT@1 = FG_GRAY16 (1)\n"
+              "FG_FORMAT@1\n"
+              "  display name  Output Format\n"
+              "  identity      700\n"
+              "  kind          enumeration\n"
+              "  access        read and write\n"
+              "  entries       FG_GRAY    \"Gray 8bit\"   3\n"
+              "                FG_GRAY10  \"Gray 10bit\"  21\n"
+              "                FG_GRAY12  \"Gray 12bit\"  22\n"
+              "                FG_GRAY16  \"Gray 16bit\"  1\n"
+              "  default       FG_GRAY (3)\n"
+              "  value         FG_GRAY16 (1)\n"
+              "  description   Pixel format of the output image.\n",
+              r.out.substr(0, r.out.find("FG_WIDTH@0")));
+    const std::string width = r.out.substr(r.out.find("FG_WIDTH@0"));
+    for (const char* part : {"kind          unsigned 32-bit integer\n", "range         32..16384 step 16\n",
+                             "unit          pixel\n", "default       1024\n", "value         1024\n",
+                             "description   Image width of the acquisition ROI.\n", "FG_NR_OF_DMAS@0\n",
+                             "(no description)"}) {
+        EXPECT_TRUE(contains(width, part)) << part << " in\n" << width;
+    }
+    // Without the default values written, the tool does not know them.
+    Outcome n = run({"--no-defaults", "describe", "FG_WIDTH"});
+    EXPECT_RUN(n, 0);
+    EXPECT_TRUE(contains(n.out, "default       unknown (the board was opened with --no-defaults)")) << n.out;
 }
 
 // ---- list ------------------------------------------------------------------
@@ -409,7 +451,7 @@ TEST(ToolFiles, LookupTableSavedAndLoadedBack) {
     std::remove("absent.lut");
     Outcome missing = run({"-k", "lut", "load", "absent.lut", "get", "FG_LUT_TYPE", "get", "FG_LUT_CUSTOM_FILE"});
     EXPECT_RUN(missing, 1);
-    EXPECT_TRUE(contains(missing.err, "lut load absent.lut: -2076 file missing")) << missing.err;
+    EXPECT_TRUE(contains(missing.err, "lut load absent.lut: -2076 lookup-table file missing")) << missing.err;
     EXPECT_EQ("FG_LUT_TYPE@0 = LUT_TYPE_PROCESSING (3)\nFG_LUT_CUSTOM_FILE@0 = \"\"\n", missing.out);
 }
 
@@ -444,12 +486,13 @@ TEST(ToolScript, ScriptFailuresNameTheLine) {
     EXPECT_TRUE(contains(r.err, "<stdin>:2: set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16"))
         << r.err;
 
+    // Every usage error of a script is reported, and nothing runs, even with -k.
     Outcome usage = run({"-k", "-"}, "bogus\nget FG_WIDTH extra\nget \"FG_WIDTH\nget FG_HEIGHT\n");
     EXPECT_RUN(usage, 2);
     EXPECT_TRUE(contains(usage.err, "<stdin>:1: unknown command 'bogus'")) << usage.err;
     EXPECT_TRUE(contains(usage.err, "<stdin>:2: unexpected 'extra'")) << usage.err;
     EXPECT_TRUE(contains(usage.err, "<stdin>:3: unterminated double quote")) << usage.err;
-    EXPECT_EQ("FG_HEIGHT@0 = 1024\n", usage.out);
+    EXPECT_EQ("", usage.out);
 }
 
 TEST(ToolScript, ScriptFilesRunInTheirPlaceAmongTheCommands) {
@@ -460,6 +503,380 @@ TEST(ToolScript, ScriptFilesRunInTheirPlaceAmongTheCommands) {
 
     Outcome nested = run({"-"}, "--script script.txt\n");
     EXPECT_RUN(nested, 2);
+}
+
+// ---- check, load reports, diff, reset -------------------------------------------------
+
+// The lines of a file and the 1-based line of KEY= after the section line.
+unsigned lineOf(const std::vector<std::string>& ls, const std::string& section, const std::string& key) {
+    size_t i = 0;
+    while (i < ls.size() && ls[i] != section) ++i;
+    if (key.empty()) return static_cast<unsigned>(i + 1);
+    for (++i; i < ls.size(); ++i) {
+        if (ls[i].compare(0, key.size() + 1, key + "=") == 0) return static_cast<unsigned>(i + 1);
+    }
+    return 0;
+}
+
+std::string joined(const std::vector<std::string>& ls) {
+    std::string s;
+    for (const std::string& l : ls) s += l + "\n";
+    return s;
+}
+
+// A lookup-table file as the format describes it: heading, three empty lines,
+// the section, an empty line, four keys, then "i,value;" lines.
+std::vector<std::string> lutLines(unsigned n) {
+    std::vector<std::string> ls = {"# Lut data file v1.1", "", "", "", "[gray]", "", "id=3;",
+                                   "nrOfElements=" + std::to_string(n) + ";", "format=0;", "number=0;"};
+    for (unsigned i = 0; i < n; ++i) ls.push_back(std::to_string(i) + "," + std::to_string(4095 - i) + ";");
+    return ls;
+}
+const unsigned kFirstEntryLine = 11;  // line of entry 0 in lutLines
+
+TEST(ToolCheck, FilesTheBoardWritesAreClean) {
+    std::remove("clean.mcf");
+    std::remove("clean.lut");
+    Outcome w = run({"set", "FG_CAMERASIMULATOR_SELECT_MODE=FG_PIXEL_FREQUENCY@1", "set", "FG_WIDTH=512@1", "set",
+                     "FG_IMGTRIGGERINSRC=TRGINSOFTWARE", "save", "clean.mcf", "lut", "save", "clean.lut"});
+    EXPECT_RUN(w, 0);
+    writeFile("own.lut", joined(lutLines(4096)));
+    Outcome r = run({"check", "clean.mcf", "check", "clean.lut", "check", "own.lut"});
+    EXPECT_RUN(r, 0);
+    EXPECT_EQ("clean.mcf: no problems (configuration file)\nclean.lut: no problems (lookup-table file)\n"
+              "own.lut: no problems (lookup-table file)\n",
+              r.out);
+    EXPECT_EQ("", r.err);
+    // A file the board wrote loads back without a word.
+    Outcome l = run({"load", "clean.mcf"});
+    EXPECT_RUN(l, 0);
+    EXPECT_EQ("", l.err);
+}
+
+TEST(ToolCheck, EachProblemOfAConfigurationFileIsNamedWithItsLine) {
+    std::remove("base.mcf");
+    EXPECT_RUN(run({"save", "base.mcf"}), 0);
+    const std::vector<std::string> base = lines(readFile("base.mcf"));
+    ASSERT_GT(base.size(), 100u);
+    struct Case {
+        const char* section;
+        const char* key;      // the line replaced (empty: the section line itself)
+        const char* replace;  // nullptr: the line is deleted; the problem is then on the section line
+        const char* message;
+    } cases[] = {
+        {"[Port A]", "FG_WIDTH", "FG_WIDTH=99999;", "FG_WIDTH=99999 in [Port A]: outside the range 32..16384 step 16"},
+        {"[Port B]", "FG_XOFFSET", "FG_XOFFSET=8;", "FG_XOFFSET=8 in [Port B]: not on the step grid of 0..16352 step 16"},
+        {"[Port A]", "FG_FORMAT", "FG_FORMAT=4;", "not an entry of the enumeration (FG_GRAY=3 FG_GRAY10=21"},
+        {"[Port A]", "FG_LINEPERIODE", "FG_LINEPERIODE=inf;", "FG_LINEPERIODE=inf in [Port A]: not a finite decimal"},
+        {"[Port A]", "FG_LINEEXPOSURE", "FG_LINEEXPOSURE=2000;", "outside the range 0.512..1048 step 0.008"},
+        {"[Port B]", "FG_HEIGHT", "FG_HEIGHT=12x;", "FG_HEIGHT=12x in [Port B]: not a whole number (the board reads 12)"},
+        {"[Port B]", "FG_LUT_CUSTOM_FILE", "FG_LUT_CUSTOM_FILE='a;b.lut';", "cuts the text at its first quote"},
+        {"[Port A]", "FG_TIMEOUT", "FG_TIMEOUT=5", "FG_TIMEOUT=5: no ';' at the end of the line"},
+        {"[Port A]", "FG_YOFFSET", "FG_WIDTH=1024;", "FG_WIDTH=1024 in [Port A]: appears twice (first on line"},
+        {"[Port A]", "FG_REVERSE_X", "FG_NO_SUCH_KEY=1;", "FG_NO_SUCH_KEY=1 in [Port A]: unknown key"},
+        {"[Port A]", "FG_IMG_SELECT", "just words", "not a key line: 'just words'"},
+        {"[Port B]", "FG_WIDTH", nullptr, "FG_WIDTH missing from [Port B] (the board refuses the file)"},
+        {"[Port A]", "FG_HEIGHT", nullptr, "FG_HEIGHT missing from [Port A] (the board takes the value of [Port B]"},
+        {"[Kamerasektion]", "Typ", "Typ='Other';", "the file is for another applet"},
+        {"[Kamerasektion]", "AktivePort", nullptr, "header key AktivePort missing"},
+        {"[Kamerasektion]", "", "[Camera]", "the file does not begin with [Kamerasektion]"},
+        {"[Port B]", "", "[Port C]", "unknown section [Port C]"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> ls = base;
+        const unsigned at = lineOf(ls, c.section, c.key);
+        ASSERT_GT(at, 0u) << c.section << " " << c.key;
+        unsigned expected = at;
+        if (c.replace) {
+            ls[at - 1] = c.replace;
+        } else {
+            ls.erase(ls.begin() + (at - 1));
+            expected = lineOf(ls, c.section, "");
+        }
+        writeFile("broken.mcf", joined(ls));
+        Outcome r = run({"check", "broken.mcf"});
+        EXPECT_RUN(r, 1);
+        const std::string want = "broken.mcf:" + std::to_string(expected) + ": ";
+        bool found = false;
+        for (const std::string& l : lines(r.out)) found = found || (l.find(want) == 0 && contains(l, c.message));
+        EXPECT_TRUE(found) << want << c.message << "\nin:\n" << r.out;
+        EXPECT_TRUE(contains(r.err, "check broken.mcf: ")) << r.err;
+    }
+    // The file as a whole: line ends and binary content.
+    std::string crlf;
+    for (const std::string& l : base) crlf += l + "\r\n";
+    writeFile("crlf.mcf", crlf);
+    writeFile("binary.mcf", std::string("[Kamerasektion]\n\0\x01\x02", 19));
+    Outcome r = run({"-k", "check", "crlf.mcf", "check", "binary.mcf"});
+    EXPECT_RUN(r, 1);
+    EXPECT_TRUE(contains(r.out, "crlf.mcf:1: line ends with a carriage return")) << r.out;
+    EXPECT_TRUE(contains(r.out, "binary.mcf: binary file")) << r.out;
+}
+
+TEST(ToolCheck, EachProblemOfALookupTableFileIsNamedWithItsLine) {
+    struct Case {
+        void (*edit)(std::vector<std::string>&);
+        unsigned line;
+        const char* message;
+    } cases[] = {
+        {[](std::vector<std::string>& ls) { ls[kFirstEntryLine + 99] = "100,5000;"; }, kFirstEntryLine + 100,
+         "entry 100 = 5000 outside the range 0..4095"},
+        {[](std::vector<std::string>& ls) { ls.erase(ls.begin() + kFirstEntryLine - 1 + 7); }, kFirstEntryLine + 7,
+         "entry 8 where entry 7 is expected"},
+        {[](std::vector<std::string>& ls) { std::swap(ls[kFirstEntryLine - 1 + 20], ls[kFirstEntryLine - 1 + 21]); },
+         kFirstEntryLine + 20, "entry 21 where entry 20 is expected"},
+        {[](std::vector<std::string>& ls) { ls[7] = "nrOfElements=100;"; }, 8,
+         "nrOfElements=100 but the file has 4096 entries"},
+        {[](std::vector<std::string>& ls) { ls[4] = "[red]"; }, 5, "unknown section [red]"},
+        {[](std::vector<std::string>& ls) { ls[kFirstEntryLine + 9] = "10;10;"; }, kFirstEntryLine + 10,
+         "not an entry line"},
+        {[](std::vector<std::string>& ls) { ls[0] = "# something else"; }, 1, "the file does not begin with"},
+        {[](std::vector<std::string>& ls) { ls.erase(ls.begin() + 6); }, 0, ""},  // id missing: on the section line
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> ls = lutLines(4096);
+        c.edit(ls);
+        writeFile("broken.lut", joined(ls));
+        Outcome r = run({"check", "broken.lut"});
+        EXPECT_RUN(r, 1);
+        const std::string want = c.line ? "broken.lut:" + std::to_string(c.line) + ": " + c.message
+                                        : std::string("broken.lut:5: key id missing");
+        EXPECT_TRUE(contains(r.out, want)) << want << "\nin:\n" << r.out;
+    }
+    // A short table: the count it states is right, but the table has 4096 entries.
+    writeFile("short.lut", joined(lutLines(100)));
+    Outcome r = run({"check", "short.lut"});
+    EXPECT_RUN(r, 1);
+    EXPECT_TRUE(contains(r.out, "short.lut:8: nrOfElements=100: the table has 4096 entries")) << r.out;
+    EXPECT_TRUE(contains(r.out, "short.lut: 3996 of 4096 entries missing (first: 100)")) << r.out;
+}
+
+TEST(ToolLoad, LoadReportsEachValueTheBoardDidNotTake) {
+    std::remove("base.mcf");
+    EXPECT_RUN(run({"save", "base.mcf"}), 0);
+    std::vector<std::string> ls = lines(readFile("base.mcf"));
+    const unsigned width = lineOf(ls, "[Port A]", "FG_WIDTH"), format = lineOf(ls, "[Port B]", "FG_FORMAT");
+    const unsigned height = lineOf(ls, "[Port B]", "FG_HEIGHT");
+    ls[width - 1] = "FG_WIDTH=99999;";
+    ls[format - 1] = "FG_FORMAT=4;";
+    ls[height - 1] = "FG_HEIGHT=512;";
+    writeFile("refused.mcf", joined(ls));
+    Outcome r = run({"-k", "load", "refused.mcf", "get", "FG_HEIGHT@1"});
+    EXPECT_RUN(r, 1);
+    const std::string ws = std::to_string(width), fs = std::to_string(format);
+    EXPECT_TRUE(contains(r.err, "warning: refused.mcf:" + ws + ": FG_WIDTH=99999 in [Port A]: outside the range"))
+        << r.err;
+    EXPECT_TRUE(contains(r.err, "load refused.mcf: FG_WIDTH=99999 in [Port A], line " + ws +
+                                    ": refused (-6000 value outside its range or not in its enumeration, range "
+                                    "32..16384 step 16); the board keeps 1024"))
+        << r.err;
+    EXPECT_TRUE(contains(r.err, "FG_FORMAT=4 in [Port B], line " + fs + ": refused (-6000")) << r.err;
+    EXPECT_TRUE(contains(r.err, "the board keeps FG_GRAY (3)")) << r.err;
+    EXPECT_FALSE(contains(r.err, "FG_HEIGHT")) << "a value the board took is not reported";
+    EXPECT_EQ("configuration loaded from refused.mcf (2 values not taken)\nFG_HEIGHT@1 = 512\n", r.out);
+}
+
+TEST(ToolLoad, LutLoadReportsEntriesTheBoardReadDifferently) {
+    // "11,7;" before the line of entry 1 is read by the board as entry 1
+    // (the entry reader matches "1," anywhere in a line).
+    std::vector<std::string> ls = lutLines(4096);
+    ls.insert(ls.begin() + kFirstEntryLine, "11,7;");
+    writeFile("shifted.lut", joined(ls));
+    Outcome r = run({"-k", "lut", "load", "shifted.lut", "--port", "1"});
+    EXPECT_RUN(r, 1);
+    EXPECT_TRUE(contains(r.err, "warning: shifted.lut:" + std::to_string(kFirstEntryLine + 1) +
+                                    ": entry 11 where entry 1 is expected"))
+        << r.err;
+    EXPECT_TRUE(contains(r.err, "entry 1 = 4094 (line " + std::to_string(kFirstEntryLine + 2) +
+                                    "): the board holds 7"))
+        << r.err;
+    // The file says twice what entry 11 is; the first line is taken as the file's word.
+    EXPECT_TRUE(contains(r.err, "entry 11 = 7 (line " + std::to_string(kFirstEntryLine + 1) + "): the board holds 4084"))
+        << r.err;
+    EXPECT_TRUE(contains(r.out, "(2 entries not as in the file)")) << r.out;
+}
+
+TEST(ToolDiffReset, DiffComparesFilesAndTheBoardParameterByParameter) {
+    std::remove("a.mcf");
+    std::remove("b.mcf");
+    EXPECT_RUN(run({"save", "a.mcf", "set", "FG_WIDTH=512@1", "set", "FG_FORMAT=FG_GRAY16", "save", "b.mcf"}), 0);
+    Outcome r = run({"diff", "a.mcf", "b.mcf", "diff", "b.mcf", "-", "diff", "a.mcf", "-"});
+    EXPECT_RUN(r, 0);
+    const std::vector<std::string> ls = lines(r.out);
+    ASSERT_EQ(9u, ls.size()) << r.out;
+    EXPECT_EQ("PARAMETER    a.mcf        b.mcf", ls[0]);
+    EXPECT_EQ("FG_FORMAT@0  FG_GRAY (3)  FG_GRAY16 (1)", ls[1]);
+    EXPECT_EQ("FG_WIDTH@1   1024         512", ls[2]);
+    EXPECT_EQ(0u, ls[3].find("2 parameters differ (")) << ls[3];
+    EXPECT_EQ("PARAMETER    b.mcf          board", ls[4]);
+    EXPECT_EQ("FG_FORMAT@0  FG_GRAY16 (1)  FG_GRAY (3)", ls[5]);
+    EXPECT_EQ(0u, ls[7].find("2 parameters differ")) << ls[7];
+    EXPECT_EQ(0u, ls[8].find("no differences (120 parameters compared)")) << ls[8];
+}
+
+TEST(ToolDiffReset, ResetWritesTheDefaultValuesAgain) {
+    const std::vector<std::string> changes = {"set", "FG_WIDTH=2048", "set", "FG_XOFFSET=512", "set",
+                                              "FG_FORMAT=FG_GRAY12@1", "set", "FG_LINEPERIODE=100@1", "set",
+                                              "FG_PROCESSING_GAIN=2", "set", "FG_CAMERASIMULATOR_SELECT_MODE=0@1"};
+    const std::vector<std::string> reads = {"get", "FG_WIDTH",          "get", "FG_XOFFSET", "get",
+                                            "FG_FORMAT@1",              "get", "FG_LINEPERIODE@1",
+                                            "get", "FG_PROCESSING_GAIN", "get", "FG_LUT_VALUE",
+                                            "get", "FG_CAMERASIMULATOR_SELECT_MODE@1"};
+    const std::string defaults = "FG_WIDTH@0 = 1024\nFG_XOFFSET@0 = 0\nFG_FORMAT@1 = FG_GRAY (3)\n"
+                                 "FG_LINEPERIODE@1 = 200\nFG_PROCESSING_GAIN@0 = 1\n"
+                                 "FG_LUT_VALUE@0 = 4096 values: 0, 1, 2, 3, ..., 4095\n"
+                                 "FG_CAMERASIMULATOR_SELECT_MODE@1 = FG_LINERATE (1)\n";
+    std::vector<std::string> args = changes;
+    args.push_back("reset");
+    args.insert(args.end(), reads.begin(), reads.end());
+    Outcome r = run(args);
+    EXPECT_RUN(r, 0);
+    EXPECT_EQ("", r.err);
+    EXPECT_TRUE(contains(r.out, "port 0: default values written")) << r.out;
+    EXPECT_EQ(defaults, r.out.substr(r.out.find("FG_WIDTH@0 = 1024")));
+    // One port only: the other keeps its values.
+    args = changes;
+    args.insert(args.end(), {"reset", "--port", "1", "get", "FG_WIDTH", "get", "FG_FORMAT@1"});
+    Outcome one = run(args);
+    EXPECT_RUN(one, 0);
+    EXPECT_TRUE(contains(one.out, "port 1: default values written")) << one.out;
+    EXPECT_FALSE(contains(one.out, "port 0: default values written")) << one.out;
+    EXPECT_TRUE(contains(one.out, "FG_WIDTH@0 = 2048\nFG_FORMAT@1 = FG_GRAY (3)\n")) << one.out;
+    // Without the default values written at the start, they are not known.
+    Outcome none = run({"--no-defaults", "reset"});
+    EXPECT_RUN(none, 1);
+    EXPECT_TRUE(contains(none.err, "the default values are not known")) << none.err;
+}
+
+// ---- scripts and files the tool writes ---------------------------------------------------
+
+TEST(ToolScript, AUsageErrorAnywhereMeansNothingRuns) {
+    std::remove("never.mcf");
+    writeFile("late-error.txt", "set FG_WIDTH=2048\nsave never.mcf\n\nget FG_WIDTH extra\n");
+    Outcome r = run({"info", "--script", "late-error.txt", "get", "FG_WIDTH"});
+    EXPECT_RUN(r, 2);
+    EXPECT_EQ("", r.out);
+    EXPECT_TRUE(contains(r.err, "late-error.txt:4: unexpected 'extra'")) << r.err;
+    EXPECT_FALSE(fileExists("never.mcf"));
+
+    struct Case {
+        std::vector<std::string> args;
+        std::string input;
+        int status;
+        const char* message;
+    } cases[] = {
+        {{"--script", "."}, "", 1, "cannot read script '.': it is a directory"},
+        {{"--script", "/dev/zero"}, "", 1, "not a regular file"},
+        {{"-"}, std::string("get FG_WIDTH\n\0\n", 15), 2, "<stdin>:2: binary data"},
+        {{"-"}, "get FG_WIDTH\nset FG_LUT_SAVE_FILE=" + std::string(5000, 'x') + "\n", 2,
+         "<stdin>:2: line longer than 4096 characters"},
+        {{"-", "-"}, "", 2, "standard input can be read only once"},
+    };
+    for (const Case& c : cases) {
+        Outcome o = run(c.args, c.input);
+        EXPECT_RUN(o, c.status);
+        EXPECT_TRUE(contains(o.err, c.message)) << o.err;
+        EXPECT_EQ("", o.out);
+    }
+}
+
+TEST(ToolFiles, XmlOutputReplacesAFileOnlyWhenComplete) {
+    writeFile("kept.xml", "the old document\n");
+    ASSERT_EQ(0, chmod("kept.xml", 0640));
+    // A file size limit makes the write fail part-way; the old file stays.
+    Outcome r = runProgram({"/bin/sh", "-c", "ulimit -f 8; exec \"$0\" \"$@\"", tool(), "xml", "-o", "kept.xml"}, "");
+    EXPECT_RUN(r, 1);
+    EXPECT_TRUE(contains(r.err, "xml -o kept.xml: cannot write 'kept.xml': File too large")) << r.err;
+    EXPECT_EQ("the old document\n", readFile("kept.xml"));
+    Outcome ls = runProgram({"/bin/sh", "-c", "ls -a | grep -c '^\\.kept\\.xml\\.' || true"}, "");
+    EXPECT_EQ("0\n", ls.out) << "no temporary file is left behind";
+    // A complete write replaces it and keeps its permission bits.
+    Outcome ok = run({"xml", "-o", "kept.xml"});
+    EXPECT_RUN(ok, 0);
+    EXPECT_TRUE(contains(readFile("kept.xml"), "<RegisterDescription"));
+    struct stat st;
+    ASSERT_EQ(0, stat("kept.xml", &st));
+    EXPECT_EQ(0640u, st.st_mode & 07777u);
+}
+
+// ---- interactive session, version, completion and manual page --------------------------
+
+TEST(ToolSession, ATerminalSessionKeepsTheBoardOpenAndGoesOnAfterAMistake) {
+    int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(0, grantpt(master));
+    ASSERT_EQ(0, unlockpt(master));
+    const std::string slave = ptsname(master);
+    const std::string out = "session.out", errFile = "session.err";
+    posix_spawn_file_actions_t fa;
+    posix_spawn_file_actions_init(&fa);
+    posix_spawn_file_actions_addopen(&fa, 0, slave.c_str(), O_RDWR, 0);
+    posix_spawn_file_actions_addopen(&fa, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&fa, 2, errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    std::vector<char*> argv = {const_cast<char*>(tool()), const_cast<char*>("-"), nullptr};
+    pid_t pid = 0;
+    ASSERT_EQ(0, posix_spawn(&pid, argv[0], &fa, nullptr, argv.data(), environ));
+    posix_spawn_file_actions_destroy(&fa);
+    const std::string typed = "set FG_WIDTH=2048\nbogus\nget FG_WIDTH\n\x04";
+    ASSERT_EQ(static_cast<ssize_t>(typed.size()), write(master, typed.data(), typed.size()));
+    int st = 0;
+    // The terminal echoes what was typed; read it so that nothing blocks.
+    char buf[256];
+    while (waitpid(pid, &st, WNOHANG) == 0) {
+        if (read(master, buf, sizeof buf) <= 0) usleep(1000);
+    }
+    close(master);
+    ASSERT_TRUE(WIFEXITED(st));
+    EXPECT_EQ(2, WEXITSTATUS(st)) << "a mistake in the session shows in the exit status";
+    EXPECT_EQ("FG_WIDTH@0 = 2048\nFG_WIDTH@0 = 2048\n", readFile(out));
+    const std::string e = readFile(errFile);
+    EXPECT_TRUE(contains(e, "appletctl> ")) << e;
+    EXPECT_TRUE(contains(e, "<stdin>:2: unknown command 'bogus'")) << e;
+}
+
+TEST(ToolDocuments, VersionCompletionAndManualPage) {
+    Outcome v = run({"--version"});
+    EXPECT_RUN(v, 0);
+    EXPECT_EQ(0u, v.out.find("appletctl ")) << v.out;
+    EXPECT_GT(v.out.size(), std::string("appletctl \n").size());
+
+    const char* completion = std::getenv("APPLETCTL_COMPLETION");
+    const char* manpage = std::getenv("APPLETCTL_MANPAGE");
+    ASSERT_TRUE(completion && manpage);
+    EXPECT_EQ(readFile(completion), run({"--completion", "bash"}).out) << "the build tree holds the current script";
+    struct Case {
+        std::vector<std::string> words;  // after the tool; the last one is completed
+        const char* expected;
+    } cases[] = {
+        {{"desc"}, "describe\n"},
+        {{"get", "FG_WID"}, "FG_WIDTH\n"},
+        {{"set", "FG_XOFF"}, "FG_XOFFSET=\n"},
+        {{"lut", "lo"}, "load\n"},
+        {{"list", "--po"}, "--port\n"},
+        {{"help", "chec"}, "check\n"},
+        {{"get", "FG_WIDTH", "res"}, "reset\n"},
+        {{"xml", "--port", ""}, "0\n1\n"},
+    };
+    for (const Case& c : cases) {
+        std::string words = "'" + std::string(tool()) + "'";
+        for (const std::string& w : c.words) words += " '" + w + "'";
+        const std::string script = "source '" + std::string(completion) + "'; COMP_WORDS=(" + words +
+                                   "); COMP_CWORD=" + std::to_string(c.words.size()) +
+                                   "; _appletctl; printf '%s\\n' \"${COMPREPLY[@]}\"";
+        Outcome r = runProgram({"/bin/bash", "-c", script}, "");
+        EXPECT_RUN(r, 0);
+        EXPECT_EQ(c.expected, r.out) << words;
+    }
+
+    // The manual page renders without warnings and lists every command.
+    Outcome m = runProgram({"/bin/sh", "-c", "MANWIDTH=200 man -l -P cat \"$0\" 2>&1", manpage}, "");
+    EXPECT_RUN(m, 0);
+    for (const char* part : {"appletctl - drive a frame-grabber board", "describe NAME[@P]", "lut load FILE [--port P]",
+                             "--keep-going", "EXIT STATUS"}) {
+        EXPECT_TRUE(contains(m.out, part)) << part;
+    }
+    Outcome g = runProgram({"/bin/sh", "-c", "groff -man -ww -z \"$0\" 2>&1", manpage}, "");
+    EXPECT_EQ("", g.out);
 }
 
 // ---- odd input -----------------------------------------------------------------------

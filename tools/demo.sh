@@ -1,8 +1,9 @@
 #!/bin/sh
 # A short session with appletctl on the simulated board: the board's identity,
 # a region of interest, the x-offset range narrowing after a width change, a
-# rejected value, a configuration saved and loaded back, and the start of the
-# GenApi document. Exit status 0 when everything went as expected.
+# rejected value, a configuration saved and loaded back, a broken file caught
+# by check and by load, and the start of the GenApi document. Exit status 0
+# when everything went as expected.
 #
 #   tools/demo.sh BUILD_DIR        (for example tools/demo.sh build/x64)
 
@@ -107,7 +108,22 @@ printf 'describe FG_XOFFSET\nget FG_LUT_TYPE@1\n' > script.txt
 printf '$ printf '"'"'describe FG_XOFFSET\\nget FG_LUT_TYPE@1\\n'"'"' | appletctl -\n'
 "$tool" - < script.txt > out.txt 2>&1 || failures=$((failures + 1))
 cat out.txt
-expect "FG_XOFFSET: X-offset of the acquisition ROI."
+expect "description   X-offset of the acquisition ROI."
+
+step "A broken configuration file: check names file, line and key of each problem"
+sed -e 's/^FG_WIDTH=512;/FG_WIDTH=99999;/' -e 's/^FG_FORMAT=22;/FG_FORMAT=4;/' demo.mcf > broken.mcf
+run 1 check demo.mcf check broken.mcf
+cat out.txt
+expect "demo.mcf: no problems (configuration file)"
+expect "broken.mcf:81: FG_WIDTH=99999 in [Port B]: outside the range 32..16384 step 16"
+expect "FG_FORMAT=4 in [Port B]: not an entry of the enumeration"
+
+echo
+echo "The board's own load would drop both values without a word; load checks the"
+echo "file first and reports every value the board did not take:"
+run 1 load broken.mcf get FG_WIDTH@1
+grep -v ': warning: ' out.txt
+expect "FG_WIDTH=99999 in [Port B], line 81: refused (-6000"
 
 step "The start of the GenApi document of port 0"
 run 0 xml -o port0.xml

@@ -42,8 +42,33 @@ inline const char* errorMeaning(int code) {
     return nullptr;
 }
 
+// Codes whose meaning depends on the operation that answered them: the text
+// names what failed in that operation.
+struct OperationErrorText {
+    const char* operation;  // a command of the tool ("save", "lut load", ...)
+    int code;
+    const char* meaning;
+};
+
+inline constexpr OperationErrorText kOperationErrorTexts[] = {
+    {"save", FG_ERR_FILE_ACCESS, "the configuration file could not be created"},
+    {"load", FG_ERR_FILE_NOT_FOUND, "configuration file missing, or its name does not contain \".mcf\""},
+    {"load", FG_ERR_CONFIG_LOAD,
+     "configuration load failed: the header does not name this applet, or a key is missing"},
+    {"lut save", FG_ERR_FILE_ACCESS, "the lookup-table file could not be written"},
+    {"lut load", FG_ERR_FILE_ACCESS, "the lookup-table file could not be read"},
+    {"lut load", FG_ERR_FILE_NOT_FOUND, "lookup-table file missing"},
+};
+
 // "<code> <meaning>", for codes outside the table "<code> unknown error code".
-inline std::string errorText(int code) {
+// With an operation, a code that means different things in different
+// operations gets the meaning it has in that one.
+inline std::string errorText(int code, const char* operation = nullptr) {
+    if (operation) {
+        for (const OperationErrorText& e : kOperationErrorTexts) {
+            if (e.code == code && std::string(e.operation) == operation) return std::to_string(code) + " " + e.meaning;
+        }
+    }
     const char* m = errorMeaning(code);
     return std::to_string(code) + " " + (m ? m : "unknown error code");
 }
