@@ -10,7 +10,7 @@ PACKAGES := cmake make g++ g++-multilib googletest libbenchmark-dev libboost-dev
 CMAKE_COMMON := -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
 .PHONY: all deps build build-x64 build-asan build-x86 test test-x64 test-asan test-x86 demo bench clean help
-.PHONY: build-tsan test-tsan deps-fuzz build-fuzz fuzz
+.PHONY: build-tsan test-tsan deps-fuzz build-fuzz fuzz build-fuzz-coverage fuzz-coverage
 
 all: build
 
@@ -19,6 +19,8 @@ help:
 	@echo "make test    install what is missing, build x86-64 (plain and ASan+UBSan) and 32-bit x86, run every test"
 	@echo "make bench   build and run the benchmarks (x86-64), print the table of medians and ratios"
 	@echo "make fuzz    build the libFuzzer targets with clang and run each for FUZZ_SECONDS (default 60)"
+	@echo "             (FUZZ_MERGE=1: minimise the corpus grown into fuzz/corpus/)"
+	@echo "make fuzz-coverage  line coverage of each fuzz target's code from its committed corpus"
 	@echo "make clean   remove the build trees"
 
 deps:
@@ -69,10 +71,12 @@ demo: build-x64
 # libFuzzer targets (fuzz/): clang from Debian, every object instrumented
 # with -fsanitize=fuzzer-no-link,address,undefined and the shared sanitizer
 # runtime (the applet and the platform are shared libraries); each target runs
-# FUZZ_SECONDS from its seed corpus (fuzz/corpus/); fuzz/run.sh prints the
-# executions and findings per target and fails on a finding.
+# FUZZ_SECONDS from its seed corpus (fuzz/corpus/) with its dictionary, if it
+# has one; fuzz/run.sh prints the executions and findings per target and fails
+# on a finding. FUZZ_MERGE=1 minimises the corpus grown into fuzz/corpus/.
 FUZZ_SECONDS ?= 60
-FUZZ_PACKAGES := clang libclang-rt-14-dev
+FUZZ_MERGE ?=
+FUZZ_PACKAGES := clang libclang-rt-14-dev llvm
 FUZZ_SANITIZE := -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined \
                  -fno-omit-frame-pointer -shared-libasan
 
@@ -94,7 +98,23 @@ build-fuzz: deps-fuzz
 	ASAN_OPTIONS=detect_leaks=0 cmake --build $(BUILD)/fuzz -j$(JOBS) --target fuzz_targets
 
 fuzz: build-fuzz
-	fuzz/run.sh $(BUILD)/fuzz $(FUZZ_SECONDS)
+	fuzz/run.sh $(if $(FUZZ_MERGE),--merge) $(BUILD)/fuzz $(FUZZ_SECONDS)
+
+# Line coverage of the fuzz targets (clang source-based coverage, llvm-profdata
+# and llvm-cov from Debian's llvm): a tree of its own without sanitizers, each
+# target replays its committed corpus, the report covers the code the target
+# exists for.
+FUZZ_COVERAGE := -fprofile-instr-generate -fcoverage-mapping
+
+build-fuzz-coverage: deps-fuzz
+	cmake -S . -B $(BUILD)/fuzz-coverage $(CMAKE_COMMON) -DORV_FUZZ=ON \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+	  -DCMAKE_C_FLAGS="$(FUZZ_COVERAGE)" -DCMAKE_CXX_FLAGS="$(FUZZ_COVERAGE)" \
+	  -DCMAKE_EXE_LINKER_FLAGS="$(FUZZ_COVERAGE)" -DCMAKE_SHARED_LINKER_FLAGS="$(FUZZ_COVERAGE)"
+	cmake --build $(BUILD)/fuzz-coverage -j$(JOBS) --target fuzz_targets
+
+fuzz-coverage: build-fuzz-coverage
+	fuzz/run.sh --coverage $(BUILD)/fuzz-coverage
 
 # Every benchmark in interleaved repetitions, then the table of medians and
 # ratios (BENCH_ARGS adds Google Benchmark flags, e.g. a --benchmark_filter).

@@ -130,28 +130,33 @@ bool Fg_TextFileReader::load(const char* path, bool forWriting)
 {
     clear();
     const int fd = openRegular(path, forWriting);
-    if (fd < 0)
+    struct stat st;
+    if (fd < 0 || ::fstat(fd, &st) != 0) {
+        if (fd >= 0)
+            ::close(fd);
         return false;
-    std::string text;
+    }
+    // Room for the size the file has now and one byte more, which shows
+    // its end; a file that grows meanwhile (or reports no size) gets more.
+    std::string text(static_cast<std::size_t>(st.st_size) + 1, '\0');
+    std::size_t have = 0;
     bool ok = true;
     for (;;) {
-        const std::size_t have = text.size();
-        const std::size_t chunk = 1 << 16;
-        text.resize(have + chunk);
-        const ssize_t n = ::read(fd, &text[have], chunk);
-        if (n < 0 && errno == EINTR) {
-            text.resize(have);
+        if (have == text.size())
+            text.resize(std::min(2 * text.size() + 4096, MaxFileSize + 1));
+        const ssize_t n = ::read(fd, &text[have], text.size() - have);
+        if (n < 0 && errno == EINTR)
             continue;
-        }
-        text.resize(have + (n > 0 ? static_cast<std::size_t>(n) : 0));
-        if (n < 0 || text.size() > MaxFileSize)
+        if (n < 0 || have + static_cast<std::size_t>(n) > MaxFileSize)
             ok = false;
         if (n <= 0 || !ok)
             break;
+        have += static_cast<std::size_t>(n);
     }
     ::close(fd);
     if (!ok)
         return false;
+    text.resize(have);
     mText.swap(text);
     mLoaded = true;
     return true;
@@ -278,8 +283,11 @@ bool Fg_SafeFileWriter::open(const char* path)
     bool ok = true;
     if (exists) {
         struct stat made;
-        if (::fstat(fd, &made) == 0 && (made.st_uid != st.st_uid || made.st_gid != st.st_gid))
-            (void)::fchown(fd, st.st_uid, st.st_gid);  // allowed for root only; the bits below matter
+        // The owner can be kept by root only; a failure there is no failure
+        // of the save. The permission bits are always kept.
+        if (::fstat(fd, &made) == 0 && (made.st_uid != st.st_uid || made.st_gid != st.st_gid)
+            && ::fchown(fd, st.st_uid, st.st_gid) != 0) {
+        }
         ok = ::fchmod(fd, st.st_mode & 07777) == 0;
     }
     if (ok)
@@ -306,6 +314,9 @@ bool Fg_SafeFileWriter::commit()
         ok = false;
     mStream = nullptr;
     if (!mTemporary.empty()) {
+        // The content is on the medium before the name points at it, and the
+        // new name once the save has answered: after a crash the file is
+        // the old one or the new one, and the new one once saved.
         if (ok && std::rename(mTemporary.c_str(), mTarget.c_str()) != 0)
             ok = false;
         if (ok)
