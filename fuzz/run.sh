@@ -11,6 +11,7 @@
 # finding (artifacts/) stay for inspection; a target with a dictionary
 # (BUILD_DIR/fuzz/NAME.dict) uses it. A finding is reproduced with
 #   BUILD_DIR/fuzz/fuzz_NAME ARTIFACT
+# FUZZ_TARGETS (for example "config_file lut_file") runs only those targets.
 # With --merge, the corpus grown is minimised into fuzz/corpus/NAME after the
 # run (libFuzzer -merge=1): the inputs named by their SHA-1 are replaced by
 # the new minimal set, hand-named seeds stay as they are.
@@ -48,7 +49,7 @@ fi
 here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "$build" && pwd) || exit 1
 root=$(cd "$here/.." && pwd)
-targets="config_file lut_file xml_filter typed_access"
+targets=${FUZZ_TARGETS:-config_file lut_file xml_filter typed_access}
 
 # Input size limits per target: configuration files are a few kilobytes.
 max_len() {
@@ -140,7 +141,7 @@ report_coverage() {
     llvm-cov show -format=text -show-line-counts "$@" $files > "$out/$name.show.txt" 2>/dev/null
     printf 'fuzz_%-14s line coverage %s, %s corpus inputs\n' "$name" "$total" "$(ls "$here/corpus/$name" | wc -l | tr -d ' ')"
     if [ -z "$functions" ]; then
-        awk '/^\// { n = split($1, p, "/"); printf "    %-40s %s of %d lines\n", p[n - 1] "/" p[n], $10, $8 }' \
+        awk 'NF >= 10 && $1 != "Filename" && $1 != "TOTAL" { printf "    %-44s %7s of %4d lines\n", $1, $10, $8 }' \
             "$out/$name.txt"
     fi
 }
