@@ -100,8 +100,11 @@ target_sources() {
             appletwrappers-baselib/FgQorWrapperConfig.cpp applet/config.cpp ;;
         lut_file) echo appletwrappers-baselib/Fg_LutFileParser.cpp grabber_basis/Fg_TextFile.cpp ;;
         xml_filter) echo appletwrappers-baselib/ParameterInfoBuilderXML.cpp ;;
+        # Everything a parameter access can reach: the exports, the host
+        # binding, the applet's files but the configuration files and Info.
         typed_access) echo appletwrappers-baselib/grabber_basis_qor_wrapper.cpp \
-            appletwrappers-baselib/FgQorWrapper.cpp "$(cd "$root" && echo applet/*.cpp)" ;;
+            appletwrappers-baselib/FgQorWrapper.cpp \
+            "$(cd "$root" && ls applet/*.cpp | grep -v -e '/config\.cpp$' -e '/info\.cpp$')" ;;
     esac
 }
 target_functions() {
