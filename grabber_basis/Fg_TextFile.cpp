@@ -1,3 +1,7 @@
+// Sizes, inode numbers and offsets of 64 bits also in the 32-bit build: a
+// stat that failed with EOVERFLOW would take a file for one not there.
+#define _FILE_OFFSET_BITS 64
+
 #include "Fg_TextFile.h"
 
 #include <fcntl.h>

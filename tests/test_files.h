@@ -31,7 +31,8 @@ inline bool writeFile(const std::string& path, const std::string& text) {
 inline int entriesIn(const std::string& dir) {
     int n = 0;
     DIR* d = opendir(dir.c_str());
-    while (dirent* e = d != nullptr ? readdir(d) : nullptr)
+    // readdir64: the 32-bit build's readdir fails on 64-bit directory offsets.
+    while (dirent64* e = d != nullptr ? readdir64(d) : nullptr)
         n += std::string(e->d_name) != "." && std::string(e->d_name) != "..";
     if (d != nullptr) closedir(d);
     return n;
