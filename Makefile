@@ -13,7 +13,7 @@ PACKAGES := cmake make g++ g++-multilib googletest libbenchmark-dev libboost-dev
 export CMAKE_BUILD_PARALLEL_LEVEL ?= $(JOBS)
 export CTEST_PARALLEL_LEVEL ?= $(JOBS)
 
-.PHONY: all help deps deps-x86 deps-fuzz build demo test bench build-fuzz fuzz clean
+.PHONY: all help deps deps-x86 deps-fuzz build demo test bench build-fuzz fuzz build-fuzz-coverage fuzz-coverage clean
 
 all: build
 
@@ -22,6 +22,8 @@ help:
 	@echo "make test    install what is missing, build and test x86-64 (plain and ASan+UBSan), 32-bit x86 and the concurrency test under TSan"
 	@echo "make bench   build and run the benchmarks (x86-64), print the table of medians and ratios"
 	@echo "make fuzz    build the libFuzzer targets with clang and run each for FUZZ_SECONDS (default 60)"
+	@echo "             (FUZZ_MERGE=1: minimise the corpus grown into fuzz/corpus/)"
+	@echo "make fuzz-coverage  line coverage of each fuzz target's code from its committed corpus"
 	@echo "make clean   remove the build trees"
 	@echo "Any tree by hand: cmake --workflow --preset NAME (cmake --list-presets=all)"
 
@@ -65,9 +67,11 @@ bench: deps
 	build/bench/bench/orvindel_bench $(BENCH_ARGS)
 
 # libFuzzer targets (fuzz/) with Debian's clang; each runs FUZZ_SECONDS from
-# its seed corpus, fuzz/run.sh reports and fails on a finding.
+# its seed corpus with its dictionary, fuzz/run.sh reports and fails on a
+# finding. FUZZ_MERGE=1 minimises the corpus grown into fuzz/corpus/.
 FUZZ_SECONDS ?= 60
-FUZZ_PACKAGES := clang libclang-rt-14-dev
+FUZZ_MERGE ?=
+FUZZ_PACKAGES := clang libclang-rt-14-dev llvm
 
 deps-fuzz: deps
 	$(call install_missing,$(FUZZ_PACKAGES))
@@ -76,7 +80,15 @@ build-fuzz: deps-fuzz
 	cmake --workflow --preset fuzz
 
 fuzz: build-fuzz
-	fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+	fuzz/run.sh $(if $(FUZZ_MERGE),--merge) build/fuzz $(FUZZ_SECONDS)
+
+# Line coverage of the fuzz targets (clang source-based coverage; llvm-profdata
+# and llvm-cov from Debian's llvm): each target replays its committed corpus.
+build-fuzz-coverage: deps-fuzz
+	cmake --workflow --preset fuzz-coverage
+
+fuzz-coverage: build-fuzz-coverage
+	fuzz/run.sh --coverage build/fuzz-coverage
 
 clean:
 	rm -rf build

@@ -44,7 +44,14 @@ int FgQorWrapper::Fg_saveConfig(Fg_Struct* /*Fg*/, const char* Filename)
         saveConfig(parser);
     } catch (const std::exception&) {
         // Per-key errors are handled by saveConfig; only resource exhaustion
-        // gets here, and the file is then incomplete.
+        // gets here: the incomplete content does not replace the file.
+        parser.discardSave();
+        setError(FG_ERR_FILE_ACCESS);
+        return FG_ERR_FILE_ACCESS;
+    }
+    // A write that failed (a full file system, a device that refuses the
+    // bytes) fails the save, and the file keeps its previous content.
+    if (!parser.finishSave()) {
         setError(FG_ERR_FILE_ACCESS);
         return FG_ERR_FILE_ACCESS;
     }

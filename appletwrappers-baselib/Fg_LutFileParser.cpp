@@ -62,7 +62,7 @@ int toInt(const char* s)
 
 } // namespace
 
-Fg_LutFileParser::Fg_LutFileParser() : mConfigFile(nullptr) {}
+Fg_LutFileParser::Fg_LutFileParser() {}
 
 Fg_LutFileParser::~Fg_LutFileParser()
 {
@@ -71,17 +71,19 @@ Fg_LutFileParser::~Fg_LutFileParser()
 
 void Fg_LutFileParser::closeFile()
 {
-    if (mConfigFile != nullptr) {
-        std::fflush(mConfigFile);
-        std::fclose(mConfigFile);
-        mConfigFile = nullptr;
-    }
+    finishSave();
+    mText.clear();
+}
+
+bool Fg_LutFileParser::finishSave()
+{
+    return mSave.isOpen() && mSave.commit();
 }
 
 void Fg_LutFileParser::flush()
 {
-    if (mConfigFile != nullptr)
-        std::fflush(mConfigFile);
+    if (out() != nullptr)
+        std::fflush(out());
 }
 
 void Fg_LutFileParser::releaseLut(LookupTable* table)
@@ -110,13 +112,7 @@ bool Fg_LutFileParser::checkFileType(const char* /*name*/)
 
 bool Fg_LutFileParser::checkFileExist(const char* name)
 {
-    if (name == nullptr)
-        return false;
-    std::FILE* f = std::fopen(name, "r");
-    if (f == nullptr)
-        return false;
-    std::fclose(f);
-    return true;
+    return Fg_TextFileReader::readable(name);
 }
 
 bool Fg_LutFileParser::setOpenFile(const char* name, bool readOnly)
@@ -124,8 +120,7 @@ bool Fg_LutFileParser::setOpenFile(const char* name, bool readOnly)
     if (!checkFileType(name) || !checkFileExist(name))
         return false;
     closeFile();
-    mConfigFile = std::fopen(name, readOnly ? "r" : "r+");
-    return mConfigFile != nullptr;
+    return mText.load(name, !readOnly);
 }
 
 bool Fg_LutFileParser::setSaveFile(const char* name)
@@ -133,25 +128,24 @@ bool Fg_LutFileParser::setSaveFile(const char* name)
     if (name == nullptr)
         return false;
     closeFile();
-    mConfigFile = std::fopen(name, "w");
-    return mConfigFile != nullptr;
+    return mSave.open(name);
 }
 
 // -------------------------------------------------------------- writing --
 
 void Fg_LutFileParser::writeLutFileHeader(const char* s)
 {
-    if (mConfigFile == nullptr)
+    if (out() == nullptr)
         return;
-    std::fputs(text(s), mConfigFile);
+    std::fputs(text(s), out());
     flush();
 }
 
 void Fg_LutFileParser::writeLutFileValue(const char* key, const char* value, const char* separator)
 {
-    if (mConfigFile == nullptr)
+    if (out() == nullptr)
         return;
-    std::fprintf(mConfigFile, "%s%s%s;\n", text(key), text(separator), text(value));
+    std::fprintf(out(), "%s%s%s;\n", text(key), text(separator), text(value));
     flush();
 }
 
@@ -171,17 +165,17 @@ void Fg_LutFileParser::writeDoubleKey(const char* key, double value, const char*
 
 void Fg_LutFileParser::writeIntInt(int index, int value, const char* separator)
 {
-    if (mConfigFile == nullptr)
+    if (out() == nullptr)
         return;
-    std::fprintf(mConfigFile, "%d%s%d;\n", index, text(separator), value);
+    std::fprintf(out(), "%d%s%d;\n", index, text(separator), value);
     flush();
 }
 
 void Fg_LutFileParser::writeIntDouble(int index, double value, const char* separator)
 {
-    if (mConfigFile == nullptr)
+    if (out() == nullptr)
         return;
-    std::fprintf(mConfigFile, "%d%s%0.12lf;\n", index, text(separator), value);
+    std::fprintf(out(), "%d%s%0.12lf;\n", index, text(separator), value);
     flush();
 }
 
@@ -241,7 +235,7 @@ int Fg_LutFileParser::saveLutToFile(const char* name, const LookupTable* table)
     writeLutFileHeader("[gray]");
     writeLutFileHeader(kBlank);
     writeBody(*table);
-    return 0;
+    return finishSave() ? 0 : -1;
 }
 
 void Fg_LutFileParser::writeBody(const LookupTable& table)
@@ -270,7 +264,7 @@ int Fg_LutFileParser::saveChannels(const char* name, const char* heading, const 
         writeLutFileHeader(kBlank);
         writeBody(*tables[c]);
     }
-    return 0;
+    return finishSave() ? 0 : -1;
 }
 
 int Fg_LutFileParser::saveLutToFile(const char* name, const LookupTable* red,
@@ -288,7 +282,7 @@ int Fg_LutFileParser::saveLutToFile(const char* name, const KneeLookupTable* tab
     writeLutFileHeader(section);
     writeLutFileHeader(kBlank);
     writeEntries(*table);
-    return 0;
+    return finishSave() ? 0 : -1;
 }
 
 int Fg_LutFileParser::saveLutToFile(const char* name, const KneeLookupTable* red,
@@ -305,7 +299,7 @@ int Fg_LutFileParser::saveMatrixToFile(const char* name, const char* header, con
     writeIntKey("nrOfElements", n, kKeySeparator);
     for (int i = 0; i < n; ++i)
         writeIntInt(i, values[i], kEntrySeparator);
-    return 0;
+    return finishSave() ? 0 : -1;
 }
 
 int Fg_LutFileParser::getMatrixFromFile(const char* /*name*/, int* /*values*/, int /*n*/)
@@ -320,22 +314,19 @@ int Fg_LutFileParser::parseKeyFromLine(const char* key, char* out, const char* s
     if (out == nullptr)
         return -1;
     std::strcpy(out, kNotFoundText);
-    if (mConfigFile == nullptr || key == nullptr || separators == nullptr)
+    if (key == nullptr || separators == nullptr)
         return -1;
-    std::rewind(mConfigFile);
+    Fg_TextFileReader::Cursor at;
     char piece[kTextSize];
-    while (std::fgets(piece, sizeof piece, mConfigFile) != nullptr) {
-        if (std::strstr(piece, key) == nullptr)
-            continue;
-        // The first line naming the key decides; without a value after its
-        // separator the key counts as missing.
-        if (!valueAfterSeparator(piece, separators, out)) {
-            std::strcpy(out, kNotFoundText);
-            return -1;
-        }
-        return 0;
+    if (!mText.findPieceContaining(at, key) || !mText.nextPiece(at, piece))
+        return -1;
+    // The first line naming the key decides; without a value after its
+    // separator the key counts as missing.
+    if (!valueAfterSeparator(piece, separators, out)) {
+        std::strcpy(out, kNotFoundText);
+        return -1;
     }
-    return -1;
+    return 0;
 }
 
 int Fg_LutFileParser::parseIntKey(const char* key, int* out, const char* separators)
@@ -374,26 +365,24 @@ int Fg_LutFileParser::getDoubleValue(const char* s, double* value)
     return 0;
 }
 
-bool Fg_LutFileParser::findSection(const char* section)
+bool Fg_LutFileParser::findSection(const char* section, Fg_TextFileReader::Cursor& at) const
 {
-    std::rewind(mConfigFile);
     char piece[kTextSize];
-    while (std::fgets(piece, sizeof piece, mConfigFile) != nullptr)
-        if (std::strstr(piece, section) != nullptr)
-            return true;
-    return false;
+    at = Fg_TextFileReader::Cursor();
+    return mText.findPieceContaining(at, section) && mText.nextPiece(at, piece);
 }
 
 // Moves forward to the next line that contains index followed by the
 // separator and has a value; false at the end of the file.
-bool Fg_LutFileParser::nextEntryText(int index, const char* separator, char* value)
+bool Fg_LutFileParser::nextEntryText(Fg_TextFileReader::Cursor& at, int index, const char* separator,
+                                     char* value) const
 {
     char needle[48];
     std::snprintf(needle, sizeof needle, "%d", index);
     std::strncat(needle, separator, sizeof needle - std::strlen(needle) - 1);
     char piece[kTextSize];
-    while (std::fgets(piece, sizeof piece, mConfigFile) != nullptr) {
-        if (std::strstr(piece, needle) != nullptr && valueAfterSeparator(piece, separator, value))
+    while (mText.findPieceContaining(at, needle) && mText.nextPiece(at, piece)) {
+        if (valueAfterSeparator(piece, separator, value))
             return true;
     }
     return false;
@@ -401,22 +390,24 @@ bool Fg_LutFileParser::nextEntryText(int index, const char* separator, char* val
 
 int Fg_LutFileParser::parseIntInt(int* values, int n, const char* separator, const char* section)
 {
-    if (values == nullptr || n <= 0 || mConfigFile == nullptr || separator == nullptr
-        || *separator == '\0' || section == nullptr || !findSection(section))
+    Fg_TextFileReader::Cursor at;
+    if (values == nullptr || n <= 0 || separator == nullptr || *separator == '\0' || section == nullptr
+        || !findSection(section, at))
         return 0;
     char value[kTextSize];
-    for (int c = 0; c < n && nextEntryText(c, separator, value); ++c)
+    for (int c = 0; c < n && nextEntryText(at, c, separator, value); ++c)
         values[c] = toInt(value);
     return 0;
 }
 
 int Fg_LutFileParser::parseIntDouble(double* values, int n, const char* separator, const char* section)
 {
-    if (values == nullptr || n <= 0 || mConfigFile == nullptr || separator == nullptr
-        || *separator == '\0' || section == nullptr || !findSection(section))
+    Fg_TextFileReader::Cursor at;
+    if (values == nullptr || n <= 0 || separator == nullptr || *separator == '\0' || section == nullptr
+        || !findSection(section, at))
         return 0;
     char value[kTextSize];
-    for (int c = 0; c < n && nextEntryText(c, separator, value); ++c)
+    for (int c = 0; c < n && nextEntryText(at, c, separator, value); ++c)
         values[c] = std::strtod(value, nullptr);
     return 0;
 }

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 
+#include "Fg_TextFile.h"
+
 /** Integer lookup table as exchanged with ".lut" files. */
 struct LookupTable {
     unsigned int* lut;          /* nrOfElements entries */
@@ -40,7 +42,16 @@ struct KneeLookupTable {
  * three-channel files, where the first section's keys apply to all), and
  * entry c is the first line after the section line, and after entry c - 1,
  * that contains "c," anywhere. Missing keys and entries read as 0; only a
- * file that cannot be opened or created is an error (-1).
+ * file that cannot be opened or created, or a save whose writes failed, is an
+ * error (-1). A file is read into memory once per read (only a regular file
+ * of at most 64 MiB: a device, a FIFO or a directory counts as a file that
+ * does not exist), and the lookups search that copy.
+ *
+ * A save goes to a temporary file that replaces the target only when every
+ * write succeeded (Fg_SafeFileWriter): a failed or interrupted save leaves
+ * the old file as it was. The table writers finish their save themselves; a
+ * save begun with setSaveFile is finished when the parser closes it (another
+ * setSaveFile or setOpenFile, or the destructor).
  *
  * Entry arrays allocated by the readers are made with new[]; release them
  * with releaseLut() (or delete[]). A reader releases the array a table
@@ -103,8 +114,12 @@ private:
 
     void closeFile();
     void flush();
-    bool findSection(const char* section);
-    bool nextEntryText(int index, const char* separator, char* text);
+    // Ends the save under way: true when the file holds every byte written.
+    bool finishSave();
+    std::FILE* out() const { return mSave.stream(); }
+    // The piece after the first one containing the section; false if none.
+    bool findSection(const char* section, Fg_TextFileReader::Cursor& at) const;
+    bool nextEntryText(Fg_TextFileReader::Cursor& at, int index, const char* separator, char* text) const;
     void writeKeys(const LookupTable& table);
     void writeEntries(const LookupTable& table);
     void writeEntries(const KneeLookupTable& table);
@@ -117,7 +132,8 @@ private:
     int saveChannels(const char* name, const char* heading, const Table* red, const Table* green,
                      const Table* blue);
 
-    std::FILE* mConfigFile;
+    Fg_TextFileReader mText;  // the file opened for reading
+    Fg_SafeFileWriter mSave;  // the file being saved
 };
 
 #endif

@@ -7,9 +7,15 @@
 //  - a table read successfully has entries exactly when it has a count, and
 //    never more than the reader's limit;
 //  - an integer table read successfully, written back and read again gives
-//    the same descriptor and entries (for tables of a sensible size);
+//    the same descriptor and entries (for tables of a sensible size), and so
+//    do the three channels of a colour file;
+//  - a knee table written and read again gives each value as its twelve
+//    decimals give it (where the entry line fits the reader's 255 characters);
 //  - a key lookup stores at most 255 characters plus the end mark.
+#include <cmath>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -50,6 +56,57 @@ void roundTrip(const LookupTable& t) {
     Fg_LutFileParser::releaseLut(&again);
 }
 
+bool sameTable(const LookupTable& a, const LookupTable& b) {
+    if (a.id != b.id || a.nrOfElements != b.nrOfElements || a.format != b.format || a.number != b.number) return false;
+    for (unsigned i = 0; i < a.nrOfElements; ++i)
+        if (a.lut[i] != b.lut[i]) return false;
+    return true;
+}
+
+void roundTripChannels(const LookupTable* rgb) {
+    for (int c = 0; c < 3; ++c)
+        if (rgb[c].nrOfElements > kRoundTripLimit) return;
+    const std::string copy = orvfuzz::scratchPath("copy3.lut");
+    ORV_FUZZ_CHECK(Fg_LutFileParser().saveLutToFile(copy.c_str(), &rgb[0], &rgb[1], &rgb[2]) == 0,
+                   "writing three channels read back failed");
+    LookupTable again[3];
+    std::memset(again, 0, sizeof again);
+    ORV_FUZZ_CHECK(Fg_LutFileParser().getLutFromFile(copy.c_str(), &again[0], &again[1], &again[2]) == 0,
+                   "reading the written channels failed");
+    for (int c = 0; c < 3; ++c) {
+        ORV_FUZZ_CHECK(sameTable(rgb[c], again[c]), "channel %d changed in the round trip", c);
+        Fg_LutFileParser::releaseLut(&again[c]);
+    }
+}
+
+// The value an entry line "i,%0.12lf;" gives back, or false when the line
+// is longer than the reader's pieces.
+bool expectedKnee(unsigned index, double v, double* out) {
+    char line[512];
+    const int n = std::snprintf(line, sizeof line, "%u,%0.12lf;\n", index, v);
+    if (n < 0 || n > 255) return false;
+    *out = std::strtod(std::strchr(line, ',') + 1, nullptr);
+    return true;
+}
+
+void roundTripKnee(const KneeLookupTable& t) {
+    const std::string copy = orvfuzz::scratchPath("knee.lut");
+    ORV_FUZZ_CHECK(Fg_LutFileParser().saveLutToFile(copy.c_str(), &t, "[gray]") == 0, "writing a knee table failed");
+    KneeLookupTable again;
+    std::memset(&again, 0, sizeof again);
+    again.nrOfElements = t.nrOfElements;
+    ORV_FUZZ_CHECK(Fg_LutFileParser().getLutFromFile(copy.c_str(), &again, "[gray]") == 0,
+                   "reading the written knee table failed");
+    for (unsigned i = 0; i < t.nrOfElements; ++i) {
+        double want = 0;
+        if (!expectedKnee(i, t.value[i], &want)) break;  // the lines after a long one are out of step
+        const double got = again.value[i];
+        ORV_FUZZ_CHECK(got == want || (std::isnan(got) && std::isnan(want)), "knee entry %u: %.17g read as %.17g",
+                       i, want, got);
+    }
+    Fg_LutFileParser::releaseLut(&again);
+}
+
 void integerTables(const std::string& path, const std::string& section) {
     Fg_LutFileParser parser;
     LookupTable gray;
@@ -67,8 +124,10 @@ void integerTables(const std::string& path, const std::string& section) {
 
     LookupTable rgb[3];
     std::memset(rgb, 0, sizeof rgb);
-    if (parser.getLutFromFile(path.c_str(), &rgb[0], &rgb[1], &rgb[2]) == 0)
+    if (parser.getLutFromFile(path.c_str(), &rgb[0], &rgb[1], &rgb[2]) == 0) {
         for (const LookupTable& t : rgb) checkTable(t, "three channels");
+        roundTripChannels(rgb);
+    }
     for (LookupTable& t : rgb) Fg_LutFileParser::releaseLut(&t);
 }
 
@@ -77,8 +136,10 @@ void kneeTables(const std::string& path, const std::string& section, unsigned co
     KneeLookupTable knee;
     std::memset(&knee, 0, sizeof knee);
     knee.nrOfElements = count;
-    if (parser.getLutFromFile(path.c_str(), &knee, section.c_str()) == 0)
+    if (parser.getLutFromFile(path.c_str(), &knee, section.c_str()) == 0) {
         ORV_FUZZ_CHECK((knee.value != nullptr) == (count > 0), "knee table entries do not match its count");
+        if (count <= kRoundTripLimit) roundTripKnee(knee);
+    }
     Fg_LutFileParser::releaseLut(&knee);
 
     KneeLookupTable rgb[3];

@@ -70,21 +70,17 @@ bool secondPiece(const char* line, const char* delimiters, char* value)
 const char Fg_ConfigFileParser::ConfigFileVersionText[] = "\nConfigFileVersion=2.0;\n";
 
 Fg_ConfigFileParser::Fg_ConfigFileParser(Fg_Log* log, const char* fileName, bool readOnly)
-    : mConfigFile(nullptr), mFg_Log(log)
+    : mFg_Log(log)
 {
     trace("Fg_ConfigFileParser::Fg_ConfigFileParser(char * filename)");
     if (fileName != nullptr && checkFileType(fileName) && checkFileExist(fileName))
-        mConfigFile = std::fopen(fileName, readOnly ? "r" : "r+");
+        mText.load(fileName, !readOnly);
 }
 
 Fg_ConfigFileParser::~Fg_ConfigFileParser()
 {
     trace("Fg_ConfigFileParser::~Fg_ConfigFileParser()");
-    if (mConfigFile != nullptr) {
-        std::fflush(mConfigFile);
-        std::fclose(mConfigFile);
-        mConfigFile = nullptr;
-    }
+    finishSave();
 }
 
 void Fg_ConfigFileParser::trace(const char* text)
@@ -107,8 +103,8 @@ void Fg_ConfigFileParser::error(const char* text)
 
 void Fg_ConfigFileParser::flush()
 {
-    if (mConfigFile != nullptr)
-        std::fflush(mConfigFile);
+    if (out() != nullptr)
+        std::fflush(out());
 }
 
 // ---------------------------------------------------------------- files --
@@ -129,9 +125,7 @@ bool Fg_ConfigFileParser::checkFileType(const char* fileName)
 bool Fg_ConfigFileParser::checkFileExist(const char* path)
 {
     trace("Fg_ConfigFileParser::checkFileExist");
-    std::FILE* f = path != nullptr ? std::fopen(path, "r") : nullptr;
-    if (f != nullptr) {
-        std::fclose(f);
+    if (Fg_TextFileReader::readable(path)) {
         info("Config File exist");
         return true;
     }
@@ -146,12 +140,9 @@ bool Fg_ConfigFileParser::setSaveFile(const char* path)
         error("Config File is Invalid");
         return false;
     }
-    if (mConfigFile != nullptr) {
-        std::fclose(mConfigFile);
-        mConfigFile = nullptr;
-    }
-    mConfigFile = std::fopen(path, "w");
-    if (mConfigFile == nullptr) {
+    finishSave();
+    mText.clear();
+    if (!mSave.open(path)) {
         error("Config File: fopen failed");
         return false;
     }
@@ -159,33 +150,43 @@ bool Fg_ConfigFileParser::setSaveFile(const char* path)
     return true;
 }
 
+bool Fg_ConfigFileParser::finishSave()
+{
+    return mSave.isOpen() && mSave.commit();
+}
+
+void Fg_ConfigFileParser::discardSave()
+{
+    mSave.discard();
+}
+
 // -------------------------------------------------------------- writing --
 
 void Fg_ConfigFileParser::writeConfigFileHeader()
 {
     trace("Fg_ConfigFileParser::writeConfigFileHeader");
-    if (mConfigFile == nullptr)
+    if (out() == nullptr)
         return;
-    std::fputs(kHeaderSection, mConfigFile);
-    std::fputs(ConfigFileVersionText, mConfigFile);
+    std::fputs(kHeaderSection, out());
+    std::fputs(ConfigFileVersionText, out());
     flush();
 }
 
 void Fg_ConfigFileParser::writeConfigFile(const char* key, const char* text)
 {
     trace("Fg_ConfigFileParser::writeConfigFile");
-    if (mConfigFile == nullptr || key == nullptr)
+    if (out() == nullptr || key == nullptr)
         return;
-    std::fprintf(mConfigFile, "%s='%s';\n", key, text != nullptr ? text : "");
+    std::fprintf(out(), "%s='%s';\n", key, text != nullptr ? text : "");
     flush();
 }
 
 void Fg_ConfigFileParser::writeConfigFileValue(const char* key, const char* value)
 {
     trace("Fg_ConfigFileParser::writeConfigFileValue");
-    if (mConfigFile == nullptr || key == nullptr)
+    if (out() == nullptr || key == nullptr)
         return;
-    std::fprintf(mConfigFile, "%s=%s;\n", key, value != nullptr ? value : "");
+    std::fprintf(out(), "%s=%s;\n", key, value != nullptr ? value : "");
     flush();
 }
 
@@ -215,11 +216,11 @@ void Fg_ConfigFileParser::writeConfigFileDoubleKey(const char* key, double value
 
 void Fg_ConfigFileParser::writeConfigFileByPort(int port)
 {
-    if (mConfigFile == nullptr)
+    if (out() == nullptr)
         return;
-    std::fputs("\n", mConfigFile);
-    std::fputs(getPortString(port).c_str(), mConfigFile);
-    std::fputs("\n", mConfigFile);
+    std::fputs("\n", out());
+    std::fputs(getPortString(port).c_str(), out());
+    std::fputs("\n", out());
     flush();
 }
 
@@ -240,20 +241,12 @@ int Fg_ConfigFileParser::parseKeyFromLine(const char* key, char* value)
     trace("Fg_ConfigFileParser::parseKeyFromLine");
     if (value == nullptr)
         return kNotFound;
-    if (mConfigFile == nullptr || key == nullptr) {
-        storeNotFound(value);
-        return kNotFound;
-    }
-    std::rewind(mConfigFile);
+    Fg_TextFileReader::Cursor at;
     char piece[kPieceLength + 1];
-    while (std::fgets(piece, sizeof piece, mConfigFile) != nullptr) {
-        if (std::strstr(piece, key) == nullptr)
-            continue;
-        if (secondPiece(piece, kHeaderDelimiters, value))
-            return 0;
-        // The line names the key but carries no value: not found.
-        break;
-    }
+    // The first line naming the key decides; without a value it is not found.
+    if (key != nullptr && mText.findPieceContaining(at, key) && mText.nextPiece(at, piece)
+        && secondPiece(piece, kHeaderDelimiters, value))
+        return 0;
     storeNotFound(value);
     return kNotFound;
 }
@@ -263,33 +256,19 @@ int Fg_ConfigFileParser::parseKey(const char* section, const char* key, char* va
     trace("Fg_ConfigFileParser::parseKey");
     if (value == nullptr)
         return kNotFound;
-    if (mConfigFile == nullptr || section == nullptr || key == nullptr) {
+    if (section == nullptr || key == nullptr) {
         storeNotFound(value);
         return kNotFound;
     }
-    std::rewind(mConfigFile);
+    Fg_TextFileReader::Cursor at;
     char piece[kPieceLength + 1];
-
-    bool sectionFound = false;
-    while (std::fgets(piece, sizeof piece, mConfigFile) != nullptr) {
-        if (std::strstr(piece, section) != nullptr) {
-            sectionFound = true;
-            break;
-        }
-    }
-    if (!sectionFound) {
-        storeNotFound(value);
-        return kNotFound;
-    }
-
     // The search runs on past the next section line: a key missing from its
     // own section is taken from a later one.
-    const std::size_t keyLength = std::strlen(key);
-    while (std::fgets(piece, sizeof piece, mConfigFile) != nullptr) {
-        if (std::strncmp(piece, key, keyLength) == 0 && piece[keyLength] == '=') {
-            extractValue(piece + keyLength, value);
-            return 0;
-        }
+    const std::string line = std::string(key) + '=';
+    if (mText.findPieceContaining(at, section) && mText.nextPiece(at, piece)
+        && mText.findPieceStartingWith(at, line.c_str()) && mText.nextPiece(at, piece)) {
+        extractValue(piece + line.size() - 1, value);
+        return 0;
     }
     storeNotFound(value);
     return kNotFound;

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <string>
 
+#include "Fg_TextFile.h"
+
 class Fg_Log;
 
 /**
@@ -28,10 +30,15 @@ class Fg_Log;
  *
  * Reading works on pieces of at most 255 characters (a longer line is read
  * as several pieces). Value buffers handed to the lookups must hold at least
- * 256 characters; no lookup stores more.
+ * 256 characters; no lookup stores more. A file opened for reading is read
+ * into memory once (only a regular file of at most 64 MiB: anything else
+ * counts as a file that does not exist), and every lookup searches that copy.
  *
- * The parser owns its stream and closes it at its end. Steps and failures
- * are reported to the optional log.
+ * Saving goes to a temporary file that replaces the target only when the
+ * save is finished and every write succeeded (Fg_SafeFileWriter): an
+ * interrupted or failed save leaves the old file as it was. The destructor
+ * finishes a save still open. Steps and failures are reported to the
+ * optional log.
  */
 class Fg_ConfigFileParser {
 public:
@@ -47,11 +54,18 @@ public:
 
     /** True when the name contains ".mcf" anywhere. */
     bool checkFileType(const char* fileName);
-    /** True when the file can be opened for reading. */
+    /** True when the file is a regular file that can be opened for reading. */
     bool checkFileExist(const char* path);
-    /** Creates or truncates the file for writing (closing a file already open). */
+    /**
+     * Begins saving to the file (finishing a save already open); false when
+     * it cannot be written. The content replaces the file at finishSave().
+     */
     bool setSaveFile(const char* path);
-    bool isOpen() const { return mConfigFile != nullptr; }
+    /** Ends the save; true when the file now holds everything written. */
+    bool finishSave();
+    /** Ends the save and leaves the file as it was. */
+    void discardSave();
+    bool isOpen() const { return mText.loaded() || mSave.isOpen(); }
 
     // -- writing (every write is flushed) --
     void writeConfigFileHeader();
@@ -97,8 +111,11 @@ private:
     void info(const char* text);
     void error(const char* text);
     void flush();
+    // The stream being written, or null.
+    std::FILE* out() const { return mSave.stream(); }
 
-    std::FILE* mConfigFile;
+    Fg_TextFileReader mText;   // the file read, when one is open for reading
+    Fg_SafeFileWriter mSave;   // the file being saved
     Fg_Log* mFg_Log;
 };
 

@@ -6,6 +6,10 @@
 # below).
 orv_add_test(test_fault_sweep BOARD SOURCES test_fault_sweep.cpp)
 orv_add_test(test_concurrency BOARD SOURCES test_concurrency.cpp)
+# Files tried as a hostile user would: full file system, a device refusing
+# writes, devices, FIFOs and directories as input (a hang ends at the limit).
+orv_add_test(test_file_safety BOARD SOURCES test_file_safety.cpp)
+set_tests_properties(test_file_safety PROPERTIES TIMEOUT 120)
 # Type selectors and element types as any number a C host may pass.
 orv_add_test(test_hostile_selectors BOARD SOURCES test_hostile_selectors.cpp hostile_calls.c)
 # glibc's per-thread allocation caches off, so that the heap statistics the

@@ -11,3 +11,5 @@ orv_add_test(test_properties SOURCES test_properties.cpp LIBS ${ORV_SUPPORT_LIBS
 orv_add_test(test_log_error SOURCES test_log_error.cpp LIBS ${ORV_SUPPORT_LIBS})
 orv_add_test(test_config_file SOURCES test_config_file.cpp LIBS ${ORV_SUPPORT_LIBS})
 orv_add_test(test_lut_file SOURCES test_lut_file.cpp LIBS ${ORV_SUPPORT_LIBS})
+# The file helper of both parsers: in-memory search, refused inputs, safe saves.
+orv_add_test(test_text_file SOURCES test_text_file.cpp LIBS ${ORV_SUPPORT_LIBS})

@@ -2,6 +2,8 @@
 #ifndef ORV_TESTS_TEST_FILES_H
 #define ORV_TESTS_TEST_FILES_H
 
+#include <dirent.h>
+
 #include <cstdio>
 #include <string>
 
@@ -23,6 +25,17 @@ inline bool writeFile(const std::string& path, const std::string& text) {
     if (f == nullptr) return false;
     const bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
     return std::fclose(f) == 0 && ok;
+}
+
+// The number of names in a directory, hidden ones included (not "." and "..").
+inline int entriesIn(const std::string& dir) {
+    int n = 0;
+    DIR* d = opendir(dir.c_str());
+    // readdir64: the 32-bit build's readdir fails on 64-bit directory offsets.
+    while (dirent64* e = d != nullptr ? readdir64(d) : nullptr)
+        n += std::string(e->d_name) != "." && std::string(e->d_name) != "..";
+    if (d != nullptr) closedir(d);
+    return n;
 }
 
 }  // namespace orvtest

@@ -102,7 +102,7 @@ TEST_F(LutFile, KneeForms) {
               read(path("knee3.lut")));
 }
 
-TEST_F(LutFile, MatrixFormAndTheWritersFlushEveryLine) {
+TEST_F(LutFile, MatrixFormAndTheKeyAndEntryWriters) {
     const int values[3] = {5, -1, 70000};
     const std::string p = path("matrix.txt");
     ASSERT_EQ(0, parser.saveMatrixToFile(p.c_str(), "# matrix\n", values, 3));
@@ -111,16 +111,19 @@ TEST_F(LutFile, MatrixFormAndTheWritersFlushEveryLine) {
     EXPECT_EQ(-1, parser.getMatrixFromFile(p.c_str(), back, 3));
 
     const std::string w = path("writers.lut");
-    ASSERT_TRUE(parser.setSaveFile(w.c_str()));
-    parser.writeLutFileHeader("head\n");
-    parser.writeLutFileValue("name", "text", ":");
-    parser.writeIntKey("i", -3, "=");
-    parser.writeDoubleKey("d", 0.1, "=");
-    parser.writeDoubleKey("e", 1e-05, "=");
-    parser.writeDoubleKey("f", 10240.0, "=");
-    parser.writeIntInt(2, 9, ",");
-    parser.writeIntDouble(3, 0.1, ",");
-    // the file shows every write while still open
+    {
+        Fg_LutFileParser writer;
+        ASSERT_TRUE(writer.setSaveFile(w.c_str()));
+        writer.writeLutFileHeader("head\n");
+        writer.writeLutFileValue("name", "text", ":");
+        writer.writeIntKey("i", -3, "=");
+        writer.writeDoubleKey("d", 0.1, "=");
+        writer.writeDoubleKey("e", 1e-05, "=");
+        writer.writeDoubleKey("f", 10240.0, "=");
+        writer.writeIntInt(2, 9, ",");
+        writer.writeIntDouble(3, 0.1, ",");
+        EXPECT_EQ("<missing>", read(w)) << "the file appears when the parser closes it";
+    }
     EXPECT_EQ("head\nname:text;\ni=-3;\nd=0.1;\ne=1e-05;\nf=10240;\n2,9;\n3,0.100000000000;\n", read(w));
 }
 
