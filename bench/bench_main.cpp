@@ -117,16 +117,18 @@ void printSummary(const SummaryReporter& reporter) {
     const char* rule =
         "------------------------------------------------------------------------------------------------"
         "------------\n";
+    static const char* const kHeading[] = {"applet against its floor, null host",
+                                           "applet against its floor, simulated runtime", "applet against the peer"};
     orvbench::Comparison::Kind kind = orvbench::Comparison::kFloor;
     bool first = true;
     for (const orvbench::Comparison& c : list) {
-        const bool floor = c.kind == orvbench::Comparison::kFloor;
+        const bool floor = c.kind != orvbench::Comparison::kPeer;
         if (first || c.kind != kind) {
             kind = c.kind;
             first = false;
             std::printf("%s", rule);
-            std::printf("%-42s %11s %11s %9s %9s  %s\n", floor ? "applet against its floor" : "applet against the peer",
-                        "applet", floor ? "floor" : "Aravis", floor ? "x floor" : "faster", "(alone)", "goal");
+            std::printf("%-42s %11s %11s %9s %9s  %s\n", kHeading[c.kind], "applet", floor ? "floor" : "Aravis",
+                        floor ? "x floor" : "faster", "(alone)", "goal");
             std::printf("%s", rule);
         }
         const Median* s = reporter.find(c.subject);
