@@ -349,6 +349,9 @@ public:
 private:
     template <class Value, class Host, class Register, class Table>
     int typedAccess(int Param, Value* value, Host&& host, Register&& reg, Table&& table);
+    // The bodies of the table dispatch, inline in the typed access (dispatch.cpp only).
+    inline void dispatchSet(int Param, const void* Value, int CamPort, FgParamTypes Type);
+    inline void dispatchGet(int Param, void* Value, int CamPort, FgParamTypes Type);
     void addDirectRegisterRecords(int port, RegisterInfo* group);
     void addDirectQorRecords(int port, RegisterInfo* group);
     int directRegisterWrite(int id, const void* value);

@@ -75,9 +75,10 @@ void writeWholeTable(FgQorWrapperImpl& applet, int port) {
 
 // Runs `change` (which may rewrite the cached table and the design); if it
 // raises an error code, the cached table is put back as it was and the code
-// passes on.
+// passes on. Never inlined: its 16 KB copy stays in a frame of its own
+// instead of joining the frame of the typed access that calls the handler.
 template <class Change>
-void keepTableOnFailure(PortState& state, Change&& change) {
+[[gnu::noinline]] void keepTableOnFailure(PortState& state, Change&& change) {
     uint32_t saved[kLutSize];
     std::memcpy(saved, state.cache_FG_LUT_VALUE, sizeof saved);
     try {
@@ -273,7 +274,9 @@ void FgQorWrapperImpl::get_FG_LUT_SAVE_FILE(int port, char* value) { copyText(va
 
 // A range of entries: checked, cached, and the caller's record itself sent to
 // the design (only the given range).
-void FgQorWrapperImpl::set_FG_LUT_VALUE(int port, const FieldParameterAccess* value, bool throwOnError) {
+// Never inlined, like keepTableOnFailure: the 16 KB copy below stays in its own frame.
+[[gnu::noinline]] void FgQorWrapperImpl::set_FG_LUT_VALUE(int port, const FieldParameterAccess* value,
+                                                         bool throwOnError) {
     if (value == nullptr || value->index >= uint32_t(kLutSize) || value->count > uint32_t(kLutSize) ||
         value->index > uint32_t(kLutSize) - value->count) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
