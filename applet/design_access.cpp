@@ -129,7 +129,9 @@ void FgQorWrapperImpl::publishInspectableParameters(const std::string& section) 
         }
         if (!orvSwitchEnabled(mark.c_str())) continue;
         int hostId = getParameterIdByName(name.c_str());
-        if (hostId != 0) map_inspect_parameter_name_parameter_id["DQORA_" + name] = hostId + kDqoraBase;
+        if (hostId != 0)
+            map_inspect_parameter_name_parameter_id[StringToIntMap::key_type("DQORA_" + name, &mapMemory)] =
+                hostId + kDqoraBase;
     }
 }
 

@@ -41,8 +41,8 @@ int64_t truncateToInt32(double v) {
 //   ((i / max_in + offset) * gain) ^ (1 / gamma) * max_out + 0.5, truncated,
 // 0 where the base is negative, mirrored (max_out - entry) when inverted, and
 // finally limited to 0 .. max_out.
-void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gain, double gamma,
-                       double offset, uint32_t invert) {
+void computeLut(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gain, double gamma, double offset,
+                uint32_t invert) {
     const uint32_t entries = 1u << bits_in;
     const double maxIn = static_cast<double>(entries - 1);
     const int64_t maxOut = (int64_t(1) << bits_out) - 1;
@@ -59,6 +59,26 @@ void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, dou
         if (entry > maxOut) entry = maxOut;
         cache[i] = static_cast<uint32_t>(entry);
     }
+}
+
+// computeLut(), except that the table of the start-up processing values
+// (gain 1, gamma 1, offset 0, no inversion), which every port of every board
+// computes when it opens, is computed once and then copied.
+void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gain, double gamma,
+                       double offset, uint32_t invert) {
+    if (bits_in == kLutBits && bits_out == kLutBits && gain == 1.0 && gamma == 1.0 && offset == 0.0 && invert == 0) {
+        struct Table {
+            uint32_t entries[kLutSize];
+        };
+        static const Table startup = [] {
+            Table t;
+            computeLut(t.entries, kLutBits, kLutBits, 1.0, 1.0, 0.0, 0);
+            return t;
+        }();
+        std::memcpy(cache, startup.entries, sizeof startup.entries);
+        return;
+    }
+    computeLut(cache, bits_in, bits_out, gain, gamma, offset, invert);
 }
 
 // Sends the port's whole cached table to the design in one field write.
