@@ -326,11 +326,13 @@ public:
     // Ordered maps whose nodes and texts come from an arena of the object
     // (mapMemory, given back as a whole with it): a board fills them with
     // some eight hundred nodes and texts when it opens. Names are looked up
-    // without making a text of the key.
+    // without making a text of the key. The descriptions are the constant
+    // texts of the SDK table themselves, the same for both ports and every
+    // board, not copies of them.
     typedef std::pmr::map<int, int> IntToIntMap;
     typedef std::pmr::map<std::pmr::string, int, std::less<>> StringToIntMap;
     typedef std::pmr::map<int, std::pmr::string> IntToStringMap;
-    typedef std::pmr::map<std::pmr::string, std::pmr::string, std::less<>> StringToStringMap;
+    typedef std::pmr::map<std::pmr::string, const char*, std::less<>> StringToStringMap;
     typedef std::pmr::map<std::pmr::string, uint64_t, std::less<>> EventNameToEventIdMap;
     typedef std::pmr::map<uint64_t, std::pmr::string> EventIdToEventNameMap;
 

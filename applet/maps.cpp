@@ -200,5 +200,5 @@ const char* FgQorWrapperImpl::Fg_getEventName(uint64_t mask) {
 void FgQorWrapperImpl::describe(int port, char* buffer) {
     StringToStringMap::const_iterator it = map_parameter_name_parameter_description[port].find(buffer);
     if (it == map_parameter_name_parameter_description[port].end()) throw int(FG_ERR_INVALID_PARAMETER);
-    std::memcpy(buffer, it->second.c_str(), it->second.size() + 1);
+    std::memcpy(buffer, it->second, std::strlen(it->second) + 1);
 }

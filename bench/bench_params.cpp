@@ -90,7 +90,10 @@ ORV_WRITE_BENCHMARKS(SoftwareTrigger, kSoftwareTrigger, kPairedBlock);
 ORV_WRITE_BENCHMARKS(LineExposure, kLineExposure, kPairedBlock);
 ORV_WRITE_BENCHMARKS(Width, kWidth, kPairedBlock);
 ORV_WRITE_BENCHMARKS(Gamma, kGamma, 4);
-ORV_WRITE_BENCHMARKS(SimulatorMode, kSelectMode, kPairedBlock);
+// On the simulated runtime only: switching the simulator's speed mode
+// recomputes the rates from design values, which the null host answers with
+// 0, and the switch is then refused.
+ORV_WRITE_BENCHMARKS_ON(, Host::kSimulated, SimulatorMode, kSelectMode, kPairedBlock);
 
 // The same rows against each floor: the goals are judged on the null host, where
 // the floor hides none of the applet's cost.
@@ -102,12 +105,12 @@ ORV_WRITE_BENCHMARKS(SimulatorMode, kSelectMode, kPairedBlock);
     COMPARE("FG_WIDTH write (7 design writes)", BM_##PREFIX##Width_Write_Export, BM_##PREFIX##Width_Write_Floor, \
             BM_##PREFIX##Width_Write_Paired, 0);                                                                \
     COMPARE("FG_PROCESSING_GAMMA write (table)", BM_##PREFIX##Gamma_Write_Export, BM_##PREFIX##Gamma_Write_Floor, \
-            BM_##PREFIX##Gamma_Write_Paired, 0);                                                                \
-    COMPARE("FG_CAMERASIMULATOR_SELECT_MODE write", BM_##PREFIX##SimulatorMode_Write_Export,                    \
-            BM_##PREFIX##SimulatorMode_Write_Floor, BM_##PREFIX##SimulatorMode_Write_Paired, 0)
+            BM_##PREFIX##Gamma_Write_Paired, 0)
 
 ORV_COMPARE_WRITES(ORV_COMPARE_NULL_FLOOR, Null_, 1.5);
 ORV_COMPARE_WRITES(ORV_COMPARE_FLOOR, , 1.5);
+ORV_COMPARE_FLOOR("FG_CAMERASIMULATOR_SELECT_MODE write", BM_SimulatorMode_Write_Export, BM_SimulatorMode_Write_Floor,
+                  BM_SimulatorMode_Write_Paired, 0);
 
 // ---- reads of kept values ----
 
