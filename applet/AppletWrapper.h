@@ -9,11 +9,13 @@
 
 #include <cstdint>
 #include <map>
+#include <memory_resource>
 #include <string>
 
 #include "FgQorWrapper.h"
 #include "camera_simulator.h"
 #include "catalogue_ranges.h"
+#include "Fg_Arena.h"
 #include "fg_types.h"
 #include "sdk_enums.h"
 #include "sdk_ids.h"
@@ -321,24 +323,32 @@ public:
     PortState port_[kPortCount];
 
     // ---- maps (built by initInternalMaps) ----
-    typedef std::map<int, int> IntToIntMap;
-    typedef std::map<std::string, int> StringToIntMap;
-    typedef std::map<int, std::string> IntToStringMap;
-    typedef std::map<std::string, std::string> StringToStringMap;
-    typedef std::map<std::string, uint64_t> EventNameToEventIdMap;
-    typedef std::map<uint64_t, std::string> EventIdToEventNameMap;
+    // Ordered maps whose nodes and texts come from an arena of the object
+    // (mapMemory, given back as a whole with it): a board fills them with
+    // some eight hundred nodes and texts when it opens. Names are looked up
+    // without making a text of the key. The descriptions are the constant
+    // texts of the SDK table themselves, the same for both ports and every
+    // board, not copies of them.
+    typedef std::pmr::map<int, int> IntToIntMap;
+    typedef std::pmr::map<std::pmr::string, int, std::less<>> StringToIntMap;
+    typedef std::pmr::map<int, std::pmr::string> IntToStringMap;
+    typedef std::pmr::map<std::pmr::string, const char*, std::less<>> StringToStringMap;
+    typedef std::pmr::map<std::pmr::string, uint64_t, std::less<>> EventNameToEventIdMap;
+    typedef std::pmr::map<uint64_t, std::pmr::string> EventIdToEventNameMap;
 
     tervik::templates::platform::CriticalSection mParameterLock;
     tervik::templates::platform::PropertiesFile inspectProperties;
     std::string dllBaseName;
 
-    IntToIntMap map_dma_process;
-    StringToIntMap map_parameter_name_parameter_id;
-    StringToIntMap map_inspect_parameter_name_parameter_id;
-    IntToStringMap map_parameter_index_parameter_name;
-    StringToStringMap map_parameter_name_parameter_description[kPortCount];
-    EventNameToEventIdMap map_event_name_event_id;
-    EventIdToEventNameMap map_event_id_event_name;
+    Fg_Arena mapMemory;
+    IntToIntMap map_dma_process{&mapMemory};
+    StringToIntMap map_parameter_name_parameter_id{&mapMemory};
+    StringToIntMap map_inspect_parameter_name_parameter_id{&mapMemory};
+    IntToStringMap map_parameter_index_parameter_name{&mapMemory};
+    StringToStringMap map_parameter_name_parameter_description[kPortCount] = {StringToStringMap{&mapMemory},
+                                                                             StringToStringMap{&mapMemory}};
+    EventNameToEventIdMap map_event_name_event_id{&mapMemory};
+    EventIdToEventNameMap map_event_id_event_name{&mapMemory};
 
     // Direct QOR access: marks every eligible leaf of the host's description
     // tree in the properties store under `section`, and publishes the marked
@@ -349,6 +359,9 @@ public:
 private:
     template <class Value, class Host, class Register, class Table>
     int typedAccess(int Param, Value* value, Host&& host, Register&& reg, Table&& table);
+    // The bodies of the table dispatch, inline in the typed access (dispatch.cpp only).
+    inline void dispatchSet(int Param, const void* Value, int CamPort, FgParamTypes Type);
+    inline void dispatchGet(int Param, void* Value, int CamPort, FgParamTypes Type);
     void addDirectRegisterRecords(int port, RegisterInfo* group);
     void addDirectQorRecords(int port, RegisterInfo* group);
     int directRegisterWrite(int id, const void* value);

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "AppletWrapper.h"
 #include "parameterInfo.h"
@@ -11,20 +12,31 @@ namespace {
 
 const int kVisible = 1;
 
-// Finds or creates the group of a ">"-separated path in a port slot.
+// Finds or creates the group of a ">"-separated path in a port slot. The
+// catalogue names its paths with literals and lists a group's parameters
+// together, so the path of the previous parameter is tried first.
 class GroupPaths {
 public:
     GroupPaths(Fg_ParameterInfo& registry, int port) : registry_(registry), port_(port) {}
 
     RegisterInfo* group(const char* path) {
-        std::map<std::string, RegisterInfo*>::iterator found = groups_.find(path);
+        if (path == lastPath_) return lastGroup_;
+        RegisterInfo* g = find(path);
+        lastPath_ = path;
+        lastGroup_ = g;
+        return g;
+    }
+
+private:
+    RegisterInfo* find(const char* path) {
+        std::map<std::string, RegisterInfo*, std::less<>>::iterator found = groups_.find(std::string_view(path));
         if (found != groups_.end()) return found->second;
         std::string p(path);
         std::string::size_type cut = p.rfind('>');
         RegisterInfo* parent = nullptr;
         std::string name = p;
         if (cut != std::string::npos) {
-            parent = group(p.substr(0, cut).c_str());
+            parent = find(p.substr(0, cut).c_str());
             name = p.substr(cut + 1);
         }
         RegisterInfo* g = registry_.addGroupInfo(port_, parent, name.c_str());
@@ -32,18 +44,24 @@ public:
         return g;
     }
 
-private:
     Fg_ParameterInfo& registry_;
     int port_;
-    std::map<std::string, RegisterInfo*> groups_;
+    std::map<std::string, RegisterInfo*, std::less<>> groups_;
+    const char* lastPath_ = nullptr;
+    RegisterInfo* lastGroup_ = nullptr;
 };
 
 void addEnumEntries(Fg_ParameterInfo& registry, RegisterInfo* record, const EnumTable& table) {
     if (!record) return;
     for (int i = 0; i < table.count; ++i) {
-        char name[256];
-        std::strncpy(name, table.fields[i].name, sizeof name - 1);
-        name[sizeof name - 1] = '\0';
+        // Display names are entered with at most 255 characters.
+        const char* name = table.fields[i].name;
+        char cut[256];
+        if (std::strlen(name) >= sizeof cut) {
+            std::memcpy(cut, name, sizeof cut - 1);
+            cut[sizeof cut - 1] = '\0';
+            name = cut;
+        }
         registry.addEnumNameValue(record, i, name, static_cast<int>(table.fields[i].value), table.fields[i].defName);
     }
 }
@@ -54,7 +72,7 @@ void FgQorWrapperImpl::createUserParameters() {
     Fg_ParameterInfo& registry = *parameterInfo();
     for (int port = 0; port < kPortCount; ++port) {
         GroupPaths groups(registry, port);
-        std::map<int, RegisterInfo*>& byId = register_info_map[port];
+        RegisterInfoMap::mapped_type& byId = register_info_map[port];
         RegisterInfo* r;
 
 #define CAT_UINT(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT)                                  \

@@ -126,7 +126,9 @@ void FgQorWrapperImpl::publishInspectableParameters(const std::string& section) 
         }
         if (!orvSwitchEnabled(mark.c_str())) continue;
         int hostId = getParameterIdByName(name.c_str());
-        if (hostId != 0) map_inspect_parameter_name_parameter_id["DQORA_" + name] = hostId + FG_DQORA_ID_BASE;
+        if (hostId != 0)
+            map_inspect_parameter_name_parameter_id[StringToIntMap::key_type("DQORA_" + name, &mapMemory)] =
+                hostId + FG_DQORA_ID_BASE;
     }
 }
 

@@ -1,5 +1,10 @@
 // The typed parameter access of the applet object: the lock, the two debug
 // identity ranges, and the table dispatch to the per-port handlers.
+//
+// This is the path of every parameter access of an acquisition loop; its
+// cost above the bare mutex pair and host calls is kept small: the lock is
+// entered without guard bookkeeping (CriticalSectionScope), the row is found
+// by a perfect hash, and the path makes no calls of its own (see below).
 #include <cstring>
 
 #include "AppletWrapper.h"
@@ -17,6 +22,71 @@ inline double asDouble(const void* v) {
     return x;
 }
 
+// ---- identity to position in the SDK table ----
+//
+// The table dispatch selects its row by the parameter's position in the SDK
+// table, found through a perfect hash that the compiler builds from the same
+// table: one multiplication and two loads instead of a search among 99
+// sparse identities.
+
+constexpr int kSdkIds[] = {
+#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) ID,
+#include "sdk_params.def"
+};
+constexpr int kSdkCount = sizeof kSdkIds / sizeof kSdkIds[0];
+static_assert(kSdkCount == SDK_PARAM_COUNT && kSdkCount < 255, "positions are kept in a byte");
+
+constexpr unsigned kSlotBits = 10;
+constexpr unsigned kSlotCount = 1u << kSlotBits;
+
+constexpr unsigned slotOf(int id, uint32_t multiplier) {
+    return (static_cast<uint32_t>(id) * multiplier) >> (32 - kSlotBits);
+}
+
+// The first odd multiplier from the golden ratio on that gives every identity
+// a slot of its own; 0 if none of the first 100,000 does.
+constexpr uint32_t findMultiplier() {
+    for (uint32_t m = 0x9E3779B1u, tries = 0; tries < 100000; m += 2, ++tries) {
+        bool used[kSlotCount] = {};
+        bool distinct = true;
+        for (int i = 0; i < kSdkCount && distinct; ++i) {
+            const unsigned slot = slotOf(kSdkIds[i], m);
+            distinct = !used[slot];
+            used[slot] = true;
+        }
+        if (distinct) return m;
+    }
+    return 0;
+}
+constexpr uint32_t kMultiplier = findMultiplier();
+static_assert(kMultiplier != 0, "no perfect hash for the SDK identities: raise kSlotBits");
+
+// Per slot: the row of the identity that hashes there, that is its position
+// plus one (0: none); and per row its identity (row 0 stands for "none",
+// whatever its identity entry says).
+struct SlotTable {
+    uint8_t row[kSlotCount];
+    int id[kSdkCount + 1];
+};
+constexpr SlotTable buildSlots() {
+    SlotTable t{};
+    for (int i = 0; i < kSdkCount; ++i) {
+        t.row[slotOf(kSdkIds[i], kMultiplier)] = static_cast<uint8_t>(i + 1);
+        t.id[i + 1] = kSdkIds[i];
+    }
+    return t;
+}
+constexpr SlotTable kSlots = buildSlots();
+
+// The position of an SDK identity in the SDK table plus one, 0 for any other
+// number (one multiplication, two loads and a conditional move).
+[[gnu::always_inline]] inline unsigned sdkRow(int id) {
+    unsigned row = kSlots.row[slotOf(id, kMultiplier)];
+    if (kSlots.id[row] != id) row = 0;
+    if (row > static_cast<unsigned>(kSdkCount)) __builtin_unreachable();
+    return row;
+}
+
 }  // namespace
 
 // One typed access: NULL refused before the lock; then, under the lock, the
@@ -28,7 +98,7 @@ int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Registe
         setError(FG_ERR_INVALID_PARAMETER);
         return FG_ERR_INVALID_PARAMETER;
     }
-    tervik::templates::platform::CriticalSectionGuard guard(&mParameterLock);
+    tervik::templates::platform::CriticalSectionScope scope(mParameterLock);
     int result = 0;
     if (Param > FG_DQORA_ID_BASE) {
         result = host(Param - FG_DQORA_ID_BASE);
@@ -45,18 +115,26 @@ int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Registe
     return result;
 }
 
-int FgQorWrapperImpl::Fg_setParameterWithType(int Param, const void* Value, int CamPort, FgParamTypes Type) {
+// The two typed accesses take every call of their path into their own body
+// (flatten): the table dispatch and, where the library is optimised at link
+// time, the handler of each row and its design access. A call and its return
+// cost as much as a good part of the mutex pair; only the export's call, the
+// mutex calls and the host's entries are left. (Helpers that keep a whole
+// table on the stack stay out of line, see lookup_table.cpp.)
+[[gnu::flatten]] int FgQorWrapperImpl::Fg_setParameterWithType(int Param, const void* Value, int CamPort,
+                                                               FgParamTypes Type) {
     return typedAccess(
         Param, Value, [&](int id) { return setUnwrappedParameterWithType(id, Value, CamPort, Type); },
         [&] { return directRegisterWrite(Param, Value); },
-        [&] { setParameterWithType(Param, Value, CamPort, Type); });
+        [&] { dispatchSet(Param, Value, CamPort, Type); });
 }
 
-int FgQorWrapperImpl::Fg_getParameterWithType(int Param, void* Value, int CamPort, FgParamTypes Type) {
+[[gnu::flatten]] int FgQorWrapperImpl::Fg_getParameterWithType(int Param, void* Value, int CamPort,
+                                                               FgParamTypes Type) {
     return typedAccess(
         Param, Value, [&](int id) { return getUnwrappedParameterWithType(id, Value, CamPort, Type); },
         [&] { return directRegisterRead(Param, Value); },
-        [&] { getParameterWithType(Param, Value, CamPort, Type); });
+        [&] { dispatchGet(Param, Value, CamPort, Type); });
 }
 
 // ---- writes ----
@@ -73,17 +151,20 @@ int FgQorWrapperImpl::Fg_getParameterWithType(int Param, void* Value, int CamPor
         setLutElement(process, static_cast<const FieldParameterInt*>(Value));
 
 void FgQorWrapperImpl::setParameterWithType(int Param, const void* Value, int CamPort, FgParamTypes Type) {
+    dispatchSet(Param, Value, CamPort, Type);
+}
+
+[[gnu::always_inline]] inline void FgQorWrapperImpl::dispatchSet(int Param, const void* Value, int CamPort,
+                                                                 FgParamTypes Type) {
     const int process = mapDmaToProcess(CamPort);
     (void)Type;
-    switch (Param) {
+    switch (sdkRow(Param)) {
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
-    case ID:                                                \
+    case SDK_INDEX_##NAME + 1:                              \
         ORV_DISPATCH_SET_##WRITE(NAME, TYPE) break;
 #include "sdk_params.def"
-    case FG_PARAMETER_DESCRIPTION_QUERY:
-        throw int(FG_ERR_NOT_AVAILABLE);
     default:
-        throw int(FG_ERR_INVALID_PARAMETER);
+        throw int(Param == FG_PARAMETER_DESCRIPTION_QUERY ? FG_ERR_NOT_AVAILABLE : FG_ERR_INVALID_PARAMETER);
     }
 }
 
@@ -125,16 +206,20 @@ inline void storeConst(void* value, uint32_t c) { std::memcpy(value, &c, sizeof 
 }  // namespace
 
 void FgQorWrapperImpl::getParameterWithType(int Param, void* Value, int CamPort, FgParamTypes Type) {
+    dispatchGet(Param, Value, CamPort, Type);
+}
+
+[[gnu::always_inline]] inline void FgQorWrapperImpl::dispatchGet(int Param, void* Value, int CamPort,
+                                                                 FgParamTypes Type) {
     const int process = mapDmaToProcess(CamPort);
-    switch (Param) {
+    switch (sdkRow(Param)) {
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
-    case ID:                                                \
+    case SDK_INDEX_##NAME + 1:                              \
         ORV_DISPATCH_GET_##READ(NAME, TYPE) break;
 #include "sdk_params.def"
-    case FG_PARAMETER_DESCRIPTION_QUERY:
+    default:
+        if (Param != FG_PARAMETER_DESCRIPTION_QUERY) throw int(FG_ERR_INVALID_PARAMETER);
         describe(process, static_cast<char*>(Value));
         break;
-    default:
-        throw int(FG_ERR_INVALID_PARAMETER);
     }
 }

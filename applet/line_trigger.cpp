@@ -255,14 +255,17 @@ void FgQorWrapperImpl::get_FG_LINEPERIODE(int port, double* value) {
 
 void FgQorWrapperImpl::set_FG_LINEEXPOSURE(int port, double value, bool throwOnError) {
     PortState& ps = port_[port];
-    if (!(value >= catalogue::FG_LINEEXPOSURE::from)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
-    const double maximum =
-        grabberControlled(ps.cache_FG_LINETRIGGERMODE) ? std::min(ps.cache_FG_LINEPERIODE, kExposureMax) : kExposureMax;
-    if (!(value <= maximum)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    // (Grabber-controlled is the mode the port starts in.)
+    const double maximum = __builtin_expect(grabberControlled(ps.cache_FG_LINETRIGGERMODE), 1)
+                               ? std::min(ps.cache_FG_LINEPERIODE, kExposureMax)
+                               : kExposureMax;
+    if (!(value >= catalogue::FG_LINEEXPOSURE::from && value <= maximum)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    // The exposure-maximum rule, from the mode and the period read once (the
+    // design write does not change them): exposureBound() of the same two.
+    const double bound = std::max(maximum, std::numeric_limits<double>::min());
     commit(ps.cache_FG_LINEEXPOSURE, value, throwOnError, [&] {
         writeDouble(port, DP_Trigger_Trigger_ExsyncExposure, value);
-        if (RegisterInfo* r = info(port, FG_LINEEXPOSURE))
-            r->u.dReg.to = exposureBound(ps.cache_FG_LINETRIGGERMODE, ps.cache_FG_LINEPERIODE);
+        if (RegisterInfo* r = info(port, FG_LINEEXPOSURE)) r->u.dReg.to = bound;
     });
 }
 

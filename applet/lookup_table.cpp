@@ -40,8 +40,8 @@ int64_t truncateToInt32(double v) {
 //   ((i / max_in + offset) * gain) ^ (1 / gamma) * max_out + 0.5, truncated,
 // 0 where the base is negative, mirrored (max_out - entry) when inverted, and
 // finally limited to 0 .. max_out.
-void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gain, double gamma,
-                       double offset, uint32_t invert) {
+void computeLut(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gain, double gamma, double offset,
+                uint32_t invert) {
     const uint32_t entries = 1u << bits_in;
     const double maxIn = static_cast<double>(entries - 1);
     const int64_t maxOut = (int64_t(1) << bits_out) - 1;
@@ -60,6 +60,26 @@ void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, dou
     }
 }
 
+// computeLut(), except that the table of the start-up processing values
+// (gain 1, gamma 1, offset 0, no inversion), which every port of every board
+// computes when it opens, is computed once and then copied.
+void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gain, double gamma,
+                       double offset, uint32_t invert) {
+    if (bits_in == kLutBits && bits_out == kLutBits && gain == 1.0 && gamma == 1.0 && offset == 0.0 && invert == 0) {
+        struct Table {
+            uint32_t entries[kLutSize];
+        };
+        static const Table startup = [] {
+            Table t;
+            computeLut(t.entries, kLutBits, kLutBits, 1.0, 1.0, 0.0, 0);
+            return t;
+        }();
+        std::memcpy(cache, startup.entries, sizeof startup.entries);
+        return;
+    }
+    computeLut(cache, bits_in, bits_out, gain, gamma, offset, invert);
+}
+
 // Sends the port's whole cached table to the design in one field write.
 void writeWholeTable(FgQorWrapperImpl& applet, int port) {
     FieldParameterAccess record;
@@ -74,9 +94,10 @@ void writeWholeTable(FgQorWrapperImpl& applet, int port) {
 
 // Runs `change` (which may rewrite the cached table and the design); if it
 // raises an error code, the cached table is put back as it was and the code
-// passes on.
+// passes on. Never inlined: its 16 KB copy stays in a frame of its own
+// instead of joining the frame of the typed access that calls the handler.
 template <class Change>
-void keepTableOnFailure(PortState& state, Change&& change) {
+[[gnu::noinline]] void keepTableOnFailure(PortState& state, Change&& change) {
     uint32_t saved[kLutSize];
     std::memcpy(saved, state.cache_FG_LUT_VALUE, sizeof saved);
     try {
@@ -272,7 +293,9 @@ void FgQorWrapperImpl::get_FG_LUT_SAVE_FILE(int port, char* value) { copyText(va
 
 // A range of entries: checked, cached, and the caller's record itself sent to
 // the design (only the given range).
-void FgQorWrapperImpl::set_FG_LUT_VALUE(int port, const FieldParameterAccess* value, bool throwOnError) {
+// Never inlined, like keepTableOnFailure: the 16 KB copy below stays in its own frame.
+[[gnu::noinline]] void FgQorWrapperImpl::set_FG_LUT_VALUE(int port, const FieldParameterAccess* value,
+                                                         bool throwOnError) {
     if (value == nullptr || value->index >= uint32_t(kLutSize) || value->count > uint32_t(kLutSize) ||
         value->index > uint32_t(kLutSize) - value->count) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);

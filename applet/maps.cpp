@@ -1,5 +1,6 @@
 // The maps the applet object builds at start-up, the design-parameter
 // identities, and the queries answered from them.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -23,6 +24,25 @@ const SdkRow kSdkRows[] = {
 
 const char* const kPortDesignPrefix[kPortCount] = {"Device1_Process0_", "Device1_Process1_"};
 
+const int kSdkRowCount = sizeof kSdkRows / sizeof kSdkRows[0];
+
+// The rows in the order of their names, found once: the maps keyed by name
+// are then filled from the front to the back, each entry placed at once
+// instead of searched for.
+struct NameOrder {
+    int row[kSdkRowCount];
+    NameOrder() {
+        for (int i = 0; i < kSdkRowCount; ++i) row[i] = i;
+        std::sort(row, row + kSdkRowCount,
+                  [](int a, int b) { return std::strcmp(kSdkRows[a].name, kSdkRows[b].name) < 0; });
+    }
+};
+
+const NameOrder& nameOrder() {
+    static const NameOrder order;
+    return order;
+}
+
 }  // namespace
 
 void FgQorWrapperImpl::initInternalMaps() {
@@ -33,7 +53,10 @@ void FgQorWrapperImpl::initInternalMaps() {
     map_dma_process[1] = 1;
     for (int p = 0; p < kPortCount; ++p) dmaProcess_[p] = map_dma_process[p];
 
-    for (const SdkRow& row : kSdkRows) map_parameter_name_parameter_id[row.name] = row.id;
+    const NameOrder& byName = nameOrder();
+    for (int i : byName.row)
+        map_parameter_name_parameter_id.emplace_hint(map_parameter_name_parameter_id.end(), kSdkRows[i].name,
+                                                     kSdkRows[i].id);
 
     int registerCount = 0;
     fpga_design* design = designHandle();
@@ -44,7 +67,9 @@ void FgQorWrapperImpl::initInternalMaps() {
             const char* name = HapGetRegisterName(design, i);
             if (!name) continue;
             int number = HapGetRegisterByName(design, name);
-            map_parameter_name_parameter_id[std::string("DRA_") + name] = FG_DRA_ID_BASE + number;
+            StringToIntMap::key_type key("DRA_", &mapMemory);
+            key += name;
+            map_parameter_name_parameter_id[std::move(key)] = FG_DRA_ID_BASE + number;
         }
     }
 
@@ -52,7 +77,8 @@ void FgQorWrapperImpl::initInternalMaps() {
     publishInspectableParameters(dllBaseName);
 
     int index = 0;
-    for (const SdkRow& row : kSdkRows) map_parameter_index_parameter_name[index++] = row.name;
+    for (const SdkRow& row : kSdkRows)
+        map_parameter_index_parameter_name.emplace_hint(map_parameter_index_parameter_name.end(), index++, row.name);
     int last = SDK_PARAM_COUNT - 1;
     if (draEnabled && registerCount > 0) {
         for (int i = 1; i <= registerCount; ++i) {
@@ -64,8 +90,10 @@ void FgQorWrapperImpl::initInternalMaps() {
     for (const auto& entry : map_inspect_parameter_name_parameter_id)
         map_parameter_index_parameter_name[++last] = entry.first;
 
-    for (int port = 0; port < kPortCount; ++port)
-        for (const SdkRow& row : kSdkRows) map_parameter_name_parameter_description[port][row.name] = row.description;
+    for (int port = 0; port < kPortCount; ++port) {
+        StringToStringMap& descriptions = map_parameter_name_parameter_description[port];
+        for (int i : byName.row) descriptions.emplace_hint(descriptions.end(), kSdkRows[i].name, kSdkRows[i].description);
+    }
 
     // Events: an event's mask is 2 to the power of its index in the design.
     int count = 0;
@@ -172,5 +200,5 @@ const char* FgQorWrapperImpl::Fg_getEventName(uint64_t mask) {
 void FgQorWrapperImpl::describe(int port, char* buffer) {
     StringToStringMap::const_iterator it = map_parameter_name_parameter_description[port].find(buffer);
     if (it == map_parameter_name_parameter_description[port].end()) throw int(FG_ERR_INVALID_PARAMETER);
-    std::memcpy(buffer, it->second.c_str(), it->second.size() + 1);
+    std::memcpy(buffer, it->second, std::strlen(it->second) + 1);
 }

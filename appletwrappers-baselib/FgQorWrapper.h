@@ -9,7 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory_resource>
 
+#include "Fg_Arena.h"
 #include "Fg_Error.h"
 #include "fg_platform.h"
 #include "fg_types.h"
@@ -37,7 +39,9 @@ struct FgHostEntries {
 
 struct FgQorWrapperPrivate;
 
-typedef std::map<int, std::map<int, RegisterInfo*> > RegisterInfoMap;
+// Port -> SDK identity -> record; its nodes come from an arena of the applet
+// object (a board enters some two hundred records when it opens).
+typedef std::pmr::map<int, std::pmr::map<int, RegisterInfo*> > RegisterInfoMap;
 
 class FgQorWrapper {
 public:
@@ -92,8 +96,12 @@ public:
     static QORdevice* accessDeviceHandle(QORdevice* h);
     static fpga_design* accessDesignHandle(fpga_design* h);
 
+private:
+    Fg_Arena mRangeMapMemory;  // the nodes of register_info_map
+
+public:
     // The dynamic range map: port -> SDK identity -> record (not owned).
-    RegisterInfoMap register_info_map;
+    RegisterInfoMap register_info_map{&mRangeMapMemory};
     bool draEnabled;
 
     // Looks a record up in register_info_map; NULL when none is registered.

@@ -26,7 +26,7 @@ struct Geometry {
 class AcqBench {
 public:
     AcqBench(const Geometry& g, int ports, int pacing) : g_(g), ports_(ports) {
-        SimBoard_SetPacing(b_.dev, pacing);
+        b_.sim.SimBoard_SetPacing(b_.dev, pacing);
         for (int port = 0; port < ports; ++port) {
             b_.setU32(FG_CAMERASIMULATOR_ENABLE, 1, port);
             b_.setU32(FG_CAMERASIMULATOR_WIDTH, g.width, port);
@@ -35,24 +35,24 @@ public:
             b_.setU32(FG_HEIGHT, g.height, port);
             b_.setU32(FG_FORMAT, g.format, port);
             FgFrameFormat f;
-            Fg_getFrameFormatEx(b_.fg, port, &f);
+            b_.sim.Fg_getFrameFormatEx(b_.fg, port, &f);
             bytes_ = f.frameBytes;
-            ring_[port] = Fg_AllocRingEx(b_.fg, bytes_, kBuffers);
+            ring_[port] = b_.sim.Fg_AllocRingEx(b_.fg, bytes_, kBuffers);
         }
         src_.assign(bytes_, 0x5A);
         dst_.assign(bytes_ * kBuffers, 0);
     }
     ~AcqBench() {
         for (int port = 0; port < ports_; ++port) {
-            Fg_stopAcquireEx(b_.fg, port, ring_[port], 0);
-            Fg_FreeRingEx(b_.fg, ring_[port]);
+            b_.sim.Fg_stopAcquireEx(b_.fg, port, ring_[port], 0);
+            b_.sim.Fg_FreeRingEx(b_.fg, ring_[port]);
         }
     }
     // `frames` pictures on every port: start, wait for the last, stop.
     void grab(int frames) {
-        for (int port = 0; port < ports_; ++port) Fg_AcquireEx(b_.fg, port, frames, 0, ring_[port]);
-        for (int port = 0; port < ports_; ++port) Fg_getLastPicNumberBlockingEx(b_.fg, frames, port, 10, ring_[port]);
-        for (int port = 0; port < ports_; ++port) Fg_stopAcquireEx(b_.fg, port, ring_[port], 0);
+        for (int port = 0; port < ports_; ++port) b_.sim.Fg_AcquireEx(b_.fg, port, frames, 0, ring_[port]);
+        for (int port = 0; port < ports_; ++port) b_.sim.Fg_getLastPicNumberBlockingEx(b_.fg, frames, port, 10, ring_[port]);
+        for (int port = 0; port < ports_; ++port) b_.sim.Fg_stopAcquireEx(b_.fg, port, ring_[port], 0);
     }
     // The same bytes by memcpy, into as many buffers.
     void copy(int frames) {
@@ -66,23 +66,23 @@ public:
     // waits answer, not the ones asked for, so a late look does not count a
     // picture twice); every picture is taken.
     double pacedRate(double seconds, uint64_t* lost) {
-        for (int port = 0; port < ports_; ++port) Fg_AcquireEx(b_.fg, port, 0, 0, ring_[port]);
+        for (int port = 0; port < ports_; ++port) b_.sim.Fg_AcquireEx(b_.fg, port, 0, 0, ring_[port]);
         frameindex_t first = 1;
         for (int port = 0; port < ports_; ++port)
-            first = std::max(first, Fg_getLastPicNumberBlockingEx(b_.fg, first, port, 10, ring_[port]));
+            first = std::max(first, b_.sim.Fg_getLastPicNumberBlockingEx(b_.fg, first, port, 10, ring_[port]));
         const Clock::time_point t0 = Clock::now();
         frameindex_t pic = first, seen = first;
         while (std::chrono::duration<double>(Clock::now() - t0).count() < seconds) {
             ++pic;
             seen = pic;
             for (int port = 0; port < ports_; ++port)
-                seen = std::min(seen, Fg_getLastPicNumberBlockingEx(b_.fg, pic, port, 10, ring_[port]));
+                seen = std::min(seen, b_.sim.Fg_getLastPicNumberBlockingEx(b_.fg, pic, port, 10, ring_[port]));
         }
         const double elapsed = std::chrono::duration<double>(Clock::now() - t0).count();
         *lost = 0;
         for (int port = 0; port < ports_; ++port) {
-            *lost += static_cast<uint64_t>(Fg_getStatusEx(b_.fg, SIM_STATUS_LOST, 0, port, ring_[port]));
-            Fg_stopAcquireEx(b_.fg, port, ring_[port], 0);
+            *lost += static_cast<uint64_t>(b_.sim.Fg_getStatusEx(b_.fg, SIM_STATUS_LOST, 0, port, ring_[port]));
+            b_.sim.Fg_stopAcquireEx(b_.fg, port, ring_[port], 0);
         }
         return double(seen - first) / elapsed;
     }

@@ -112,7 +112,7 @@ BENCHMARK(BM_SoftwareTrigger_Aravis);
 const int kPeerBlock = 64;
 
 static void BM_Width_Write_VsAravis(benchmark::State& state) {
-    WriteBench applet(kWidth);
+    WriteBench applet(kWidth, Host::kSimulated);
     FakeCamera camera(state);
     if (!camera.ok()) return;
     bool failed = false;
@@ -123,7 +123,7 @@ static void BM_Width_Write_VsAravis(benchmark::State& state) {
 BENCHMARK(BM_Width_Write_VsAravis);
 
 static void BM_Width_Read_VsAravis(benchmark::State& state) {
-    ReadBench applet(FG_WIDTH, false, false);
+    ReadBench applet(FG_WIDTH, false, false, Host::kSimulated);
     FakeCamera camera(state);
     if (!camera.ok()) return;
     bool failed = false;
@@ -134,7 +134,7 @@ static void BM_Width_Read_VsAravis(benchmark::State& state) {
 BENCHMARK(BM_Width_Read_VsAravis);
 
 static void BM_SoftwareTrigger_VsAravis(benchmark::State& state) {
-    WriteBench applet(kSoftwareTrigger);
+    WriteBench applet(kSoftwareTrigger, Host::kSimulated);
     FakeCamera camera(state);
     if (!camera.ok()) return;
     bool failed = false;
@@ -144,16 +144,21 @@ static void BM_SoftwareTrigger_VsAravis(benchmark::State& state) {
 }
 BENCHMARK(BM_SoftwareTrigger_VsAravis);
 
-static void BM_Open_VsAravis(benchmark::State& state) {
-    OpenClose applet(0);
+static void openVsAravis(benchmark::State& state, int flags, Host host) {
+    OpenClose applet(flags, host);
     arv_enable_interface("Fake");
     GError* error = nullptr;
     bool failed = false;
-    measurePaired(
+    measurePaired<ThreadCpuClock>(
         state, 1, [&] { failed |= !applet.once(); }, [&] { failed |= !FakeCamera::openClose(&error); });
     if (error) g_error_free(error);
     if (failed) state.SkipWithError("an open failed");
 }
+static void BM_Null_Open_VsAravis(benchmark::State& s) { openVsAravis(s, 0, Host::kNull); }
+static void BM_Null_Open_NoDefaults_VsAravis(benchmark::State& s) { openVsAravis(s, 1, Host::kNull); }
+static void BM_Open_VsAravis(benchmark::State& s) { openVsAravis(s, 0, Host::kSimulated); }
+BENCHMARK(BM_Null_Open_VsAravis)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Null_Open_NoDefaults_VsAravis)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Open_VsAravis)->Unit(benchmark::kMicrosecond);
 
 ORV_COMPARE_PEER("FG_WIDTH write vs Aravis \"Width\"", BM_Width_Write_Export, BM_Width_Write_Aravis,
@@ -162,6 +167,10 @@ ORV_COMPARE_PEER("FG_WIDTH read vs Aravis \"Width\"", BM_Width_Read_Export, BM_W
                  BM_Width_Read_VsAravis, 10);
 ORV_COMPARE_PEER("FG_SENDSOFTWARETRIGGER vs \"TriggerSoftware\"", BM_SoftwareTrigger_Write_Export,
                  BM_SoftwareTrigger_Aravis, BM_SoftwareTrigger_VsAravis, 10);
+ORV_COMPARE_PEER("open + close, null host, vs Aravis", BM_Null_Open_StdEntry_Defaults, BM_Open_Aravis,
+                 BM_Null_Open_VsAravis, 10);
+ORV_COMPARE_PEER("open + close (no defaults), null host", BM_Null_Open_StdEntry_NoDefaults, BM_Open_Aravis,
+                 BM_Null_Open_NoDefaults_VsAravis, 0);
 ORV_COMPARE_PEER("open + close vs Aravis open + close", BM_Open_StdEntry_Defaults, BM_Open_Aravis,
                  BM_Open_VsAravis, 2);
 ORV_COMPARE_PEER("open + close (no defaults) vs Aravis", BM_Open_StdEntry_NoDefaults, BM_Open_Aravis, , 0);

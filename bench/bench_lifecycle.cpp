@@ -1,6 +1,6 @@
 // The applet's one-time and occasional work: opening and closing a board
-// (Std_entry + Fg_FreeGrabber, with and without the default values, and the
-// whole application-side open), one port's GenApi document, a configuration
+// (Std_entry + Fg_FreeGrabber, with and without the default values, on the
+// null host and on the simulated runtime, and the whole application-side open), one port's GenApi document, a configuration
 // save and load, and Info queries.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -33,8 +33,8 @@ private:
     std::string path_;
 };
 
-void openClose(benchmark::State& state, int flags) {
-    OpenClose board(flags);
+void openClose(benchmark::State& state, int flags, Host host) {
+    OpenClose board(flags, host);
     for (auto _ : state) {
         if (!board.once()) {
             state.SkipWithError("Std_entry failed");
@@ -44,8 +44,12 @@ void openClose(benchmark::State& state, int flags) {
 }
 }  // namespace
 
-static void BM_Open_StdEntry_Defaults(benchmark::State& s) { openClose(s, 0); }
-static void BM_Open_StdEntry_NoDefaults(benchmark::State& s) { openClose(s, 1); }
+static void BM_Null_Open_StdEntry_Defaults(benchmark::State& s) { openClose(s, 0, Host::kNull); }
+static void BM_Null_Open_StdEntry_NoDefaults(benchmark::State& s) { openClose(s, 1, Host::kNull); }
+static void BM_Open_StdEntry_Defaults(benchmark::State& s) { openClose(s, 0, Host::kSimulated); }
+static void BM_Open_StdEntry_NoDefaults(benchmark::State& s) { openClose(s, 1, Host::kSimulated); }
+BENCHMARK(BM_Null_Open_StdEntry_Defaults)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Null_Open_StdEntry_NoDefaults)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Open_StdEntry_Defaults)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Open_StdEntry_NoDefaults)->Unit(benchmark::kMicrosecond);
 
@@ -54,12 +58,12 @@ BENCHMARK(BM_Open_StdEntry_NoDefaults)->Unit(benchmark::kMicrosecond);
 static void BM_Open_Application(benchmark::State& state) {
     BenchBoard b(1);  // keeps the applet loaded, as in a program that opens a second board
     for (auto _ : state) {
-        Fg_Struct* fg = Fg_InitEx("Orvindel", 1, 0);
+        Fg_Struct* fg = b.sim.Fg_InitEx("Orvindel", 1, 0);
         if (fg == nullptr) {
             state.SkipWithError("Fg_InitEx failed");
             break;
         }
-        Fg_FreeGrabber(fg);
+        b.sim.Fg_FreeGrabber(fg);
     }
 }
 BENCHMARK(BM_Open_Application)->Unit(benchmark::kMicrosecond);

@@ -125,10 +125,12 @@ void printSummary(const SummaryReporter& reporter) {
         if (first || c.kind != kind) {
             kind = c.kind;
             first = false;
-            static const char* const heads[][4] = {{"applet against its floor", "applet", "floor", "x floor"},
-                                                   {"applet against the peer", "applet", "Aravis", "faster"},
-                                                   {"acquisition against memcpy (per call)", "engine", "memcpy", "x memcpy"},
-                                                   {"paced acquisition (frame period)", "delivered", "programmed", "ratio"}};
+            static const char* const heads[][4] = {
+                {"applet against its floor, null host", "applet", "floor", "x floor"},
+                {"applet against its floor, simulated runtime", "applet", "floor", "x floor"},
+                {"applet against the peer", "applet", "Aravis", "faster"},
+                {"acquisition against memcpy (per call)", "engine", "memcpy", "x memcpy"},
+                {"paced acquisition (frame period)", "delivered", "programmed", "ratio"}};
             std::printf("%s", rule);
             std::printf("%-42s %11s %11s %9s %9s  %s\n", heads[kind][0], heads[kind][1], heads[kind][2], heads[kind][3],
                         "(alone)", "goal");

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -21,6 +22,18 @@ char* copyText(const char* text, bool& failed)
 }
 
 }  // namespace
+
+void* Fg_ParameterInfo::Pool::allocate(size_t size)
+{
+    void* piece;
+    try {
+        piece = arena_.allocate(size == 0 ? 1 : size, alignof(std::max_align_t));
+    } catch (const std::bad_alloc&) {
+        return NULL;
+    }
+    memset(piece, 0, size);
+    return piece;
+}
 
 Fg_ParameterInfo::Fg_ParameterInfo() : groupAutoIndex(0)
 {
@@ -53,6 +66,7 @@ void Fg_ParameterInfo::init(int port)
 
 void Fg_ParameterInfo::freeRecord(RegisterInfo* reg)
 {
+    // The record itself and its enumeration arrays live in the slot's pool.
     if (reg == NULL)
         return;
     free(const_cast<char*>(reg->name));
@@ -67,9 +81,6 @@ void Fg_ParameterInfo::freeRecord(RegisterInfo* reg)
             if (reg->u.eReg.enumDefName != NULL)
                 free(reg->u.eReg.enumDefName[i]);
         }
-        free(reg->u.eReg.enumNames);
-        free(reg->u.eReg.enumDefName);
-        free(reg->u.eReg.enumValues);
         break;
     case REG_FORMAT_STRING:
         free(reg->u.sReg.FileExtension);
@@ -80,7 +91,6 @@ void Fg_ParameterInfo::freeRecord(RegisterInfo* reg)
     default:
         break;
     }
-    free(reg);
 }
 
 void Fg_ParameterInfo::destroy(int port)
@@ -91,19 +101,19 @@ void Fg_ParameterInfo::destroy(int port)
     for (size_t i = 0; i < all.size(); ++i)
         freeRecord(all[i]);
     all.clear();
+    mPool[port].release();
 }
 
 RegisterInfo* Fg_ParameterInfo::newRecord(int port, REG_FORMAT format)
 {
     if (!validPort(port) || allRegFinalized[port])
         return NULL;
-    RegisterInfo* reg = static_cast<RegisterInfo*>(calloc(1, sizeof(RegisterInfo)));
+    RegisterInfo* reg = static_cast<RegisterInfo*>(mPool[port].allocate(sizeof(RegisterInfo)));
     if (reg == NULL)
         return NULL;
     try {
         allRegInfo[port].push_back(reg);
     } catch (...) {
-        free(reg);
         return NULL;
     }
     reg->format = format;
@@ -328,9 +338,10 @@ RegisterInfo* Fg_ParameterInfo::addInfoEnum(RegisterInfo* parent, const char* na
         EnumReg& e = r.u.eReg;
         if (nrOfElements > 0) {
             const size_t n = static_cast<size_t>(nrOfElements);
-            e.enumNames = static_cast<char**>(calloc(n, sizeof(char*)));
-            e.enumDefName = static_cast<char**>(calloc(n, sizeof(char*)));
-            e.enumValues = static_cast<int*>(calloc(n, sizeof(int)));
+            Pool& pool = mPool[port];
+            e.enumNames = static_cast<char**>(pool.allocate(n * sizeof(char*)));
+            e.enumDefName = static_cast<char**>(pool.allocate(n * sizeof(char*)));
+            e.enumValues = static_cast<int*>(pool.allocate(n * sizeof(int)));
             // The entry count is set only with all three arrays in place, so
             // that releasing a half-built record never walks a missing array.
             if (e.enumNames == NULL || e.enumDefName == NULL || e.enumValues == NULL)

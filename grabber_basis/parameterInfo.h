@@ -4,14 +4,20 @@
 // The top level of a slot is a doubly linked list of groups (through next and
 // previous), newest first. A group holds its children (parameters and nested
 // groups) in its elements array at their index. Records and every text in
-// them are C allocations owned by the registry: they are handed to the host
-// runtime as they are and stay valid until the registry is destroyed.
+// them are owned by the registry: they are handed to the host runtime as they
+// are and stay valid until the registry is destroyed. Every text and every
+// group's array of children is a C allocation of its own; the records and
+// the enumeration arrays are carved from an arena per slot (Fg_Arena, given
+// back as a whole when the slot is destroyed), since every board builds some
+// hundreds of them when it opens.
 #ifndef FG_PARAMETER_INFO_H
 #define FG_PARAMETER_INFO_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include "Fg_Arena.h"
 #include "fg_types.h"
 
 class Fg_ParameterInfo {
@@ -107,10 +113,23 @@ private:
     static bool attachToParent(RegisterInfo* parent, RegisterInfo* child);
     static void freeRecord(RegisterInfo* reg);
 
+    // The memory of one slot's records and enumeration arrays.
+    class Pool {
+    public:
+        // `size` bytes, cleared, aligned for any record member; NULL when
+        // memory is short.
+        void* allocate(size_t size);
+        void release() { arena_.release(); }
+
+    private:
+        Fg_Arena arena_;
+    };
+
     RegisterInfo* mGlobRegInfo[NR_OF_PORTS];
     int groupAutoIndex;
     std::vector<RegisterInfo*> allRegInfo[NR_OF_PORTS];
     bool allRegFinalized[NR_OF_PORTS];
+    Pool mPool[NR_OF_PORTS];
 };
 
 #endif

@@ -1,6 +1,7 @@
 // The design runtime: loads a design image (format in hap_internal.h) and
 // answers questions about its events, registers and parameters.
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -9,7 +10,7 @@
 #include <memory>
 #include <new>
 #include <string>
-#include <unordered_set>
+#include <string_view>
 #include <vector>
 
 #include "hap_internal.h"
@@ -55,39 +56,115 @@ namespace {
 
 bool validDesign(const fpga_design* d) { return d != nullptr && d->magic == kDesignMagic; }
 
-// Splits a line into fields separated by blanks / tabs. `maxFields` limits the
-// split: the last field then holds the rest of the line (leading blanks
-// removed), as used for TEXT initial values.
-std::vector<std::string> splitFields(const std::string& line, size_t maxFields) {
-    std::vector<std::string> out;
+// The fields of a line, as views into the image (valid while it is parsed).
+// `count` is the number of fields; at most kMaxKept are kept, which is more
+// than any line kind may have, so a longer line is refused by its count.
+// `plain` has bit i set when field i holds no control character and no DEL
+// (the characters a name must not have besides the blanks between fields).
+struct Fields {
+    static constexpr size_t kMaxKept = 8;
+    std::string_view at[kMaxKept];
+    size_t count = 0;
+    unsigned plain = 0;
+    std::string_view operator[](size_t i) const { return at[i]; }
+    size_t size() const { return count; }
+    bool isPlain(size_t i) const { return (plain >> i) & 1u; }
+};
+
+inline bool blank(char c) { return c == ' ' || c == '\t'; }
+// A blank, another control character or DEL.
+inline bool special(unsigned char c) { return c <= ' ' || c == 0x7f; }
+
+// The position of the first special character of `s` at or after `i`, or
+// its size. Eight characters at a time: in each word the lowest byte below
+// 0x21 and the lowest byte equal to 0x7f are found exactly (the borrow of
+// the subtraction only reaches bytes above a matching one).
+size_t nextSpecial(std::string_view s, size_t i) {
+    const uint64_t ones = 0x0101010101010101ull;
+    const uint64_t highs = 0x8080808080808080ull;
+    const size_t n = s.size();
+    for (; i + 8 <= n; i += 8) {
+        uint64_t w;
+        std::memcpy(&w, s.data() + i, 8);
+        const uint64_t del = w ^ (ones * 0x7f);
+        const uint64_t found = (((w - ones * 0x21) & ~w) | ((del - ones) & ~del)) & highs;
+        if (found != 0) return i + static_cast<size_t>(__builtin_ctzll(found) >> 3);  // little-endian
+    }
+    while (i < n && !special(static_cast<unsigned char>(s[i]))) ++i;
+    return i;
+}
+
+// Splits a line into fields separated by blanks / tabs, noting which fields
+// are plain.
+Fields splitFields(std::string_view line) {
+    Fields out;
     size_t i = 0;
     const size_t n = line.size();
     while (i < n) {
-        while (i < n && (line[i] == ' ' || line[i] == '\t')) ++i;
+        while (i < n && blank(line[i])) ++i;
         if (i >= n) break;
-        if (out.size() + 1 == maxFields) {
-            size_t end = n;
-            while (end > i && (line[end - 1] == ' ' || line[end - 1] == '\t')) --end;
-            out.emplace_back(line, i, end - i);
-            return out;
+        bool plain = true;
+        size_t j = nextSpecial(line, i);
+        while (j < n && !blank(line[j])) {
+            plain = false;
+            j = nextSpecial(line, j + 1);
         }
-        size_t j = i;
-        while (j < n && line[j] != ' ' && line[j] != '\t') ++j;
-        out.emplace_back(line, i, j - i);
+        if (out.count < Fields::kMaxKept) {
+            out.at[out.count] = line.substr(i, j - i);
+            if (plain) out.plain |= 1u << out.count;
+        }
+        ++out.count;
         i = j;
     }
     return out;
 }
 
-bool parseU64(const std::string& s, uint64_t& out) {
+// The fields of `line` split with a limit of `maxFields` (the last holding
+// the rest of the line, leading blanks removed and trailing blanks cut, as
+// TEXT initial values are read), from its fields split without limit.
+Fields limitFields(const Fields& all, std::string_view line, size_t maxFields) {
+    Fields out = all;
+    if (all.count <= maxFields) return out;
+    out.count = maxFields;
+    const char* begin = all.at[maxFields - 1].data();
+    size_t end = line.size();
+    while (end > 0 && blank(line[end - 1])) --end;
+    out.at[maxFields - 1] = std::string_view(begin, static_cast<size_t>(line.data() + end - begin));
+    return out;
+}
+
+// A field as a NUL-terminated text for the C conversions: short fields (all
+// numbers of a well-formed image) on the stack, longer ones on the heap.
+class CText {
+public:
+    explicit CText(std::string_view s) {
+        if (s.size() < sizeof small_) {
+            std::memcpy(small_, s.data(), s.size());
+            small_[s.size()] = '\0';
+            text_ = small_;
+        } else {
+            large_.assign(s.data(), s.size());
+            text_ = large_.c_str();
+        }
+    }
+    const char* c_str() const { return text_; }
+
+private:
+    char small_[64];
+    std::string large_;
+    const char* text_;
+};
+
+bool parseU64(std::string_view s, uint64_t& out) {
     if (s.empty() || s[0] == '-' || s[0] == '+' || s[0] == ' ') return false;
     int base = 10;
-    const char* b = s.c_str();
     if (s.size() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
         base = 16;
-        b += 2;
-        if (*b == '-' || *b == '+' || *b == ' ') return false;
+        s.remove_prefix(2);
+        if (s[0] == '-' || s[0] == '+' || s[0] == ' ') return false;
     }
+    const CText text(s);
+    const char* b = text.c_str();
     char* e = nullptr;
     errno = 0;
     unsigned long long v = std::strtoull(b, &e, base);
@@ -96,7 +173,7 @@ bool parseU64(const std::string& s, uint64_t& out) {
     return true;
 }
 
-bool parseInt(const std::string& s, long lo, long hi, int& out) {
+bool parseInt(std::string_view s, long lo, long hi, int& out) {
     uint64_t v = 0;
     bool neg = !s.empty() && s[0] == '-';
     if (!parseU64(neg ? s.substr(1) : s, v)) return false;
@@ -107,9 +184,10 @@ bool parseInt(const std::string& s, long lo, long hi, int& out) {
     return true;
 }
 
-bool parseDouble(const std::string& s, double& out) {
+bool parseDouble(std::string_view s, double& out) {
     if (s.empty()) return false;
-    const char* b = s.c_str();
+    const CText text(s);
+    const char* b = text.c_str();
     char* e = nullptr;
     errno = 0;
     double v = std::strtod(b, &e);
@@ -118,14 +196,12 @@ bool parseDouble(const std::string& s, double& out) {
     return true;
 }
 
-bool validName(const std::string& s) {
-    if (s.empty() || s.size() > HAP_MAX_NAME) return false;
-    for (unsigned char c : s)
-        if (c <= ' ' || c == 0x7f) return false;
-    return true;
+// Field i of `f` as a name: 1 to 255 characters, none of them special.
+bool validName(const Fields& f, size_t i) {
+    return f.isPlain(i) && !f[i].empty() && f[i].size() <= HAP_MAX_NAME;
 }
 
-bool parseKind(const std::string& s, int& kind) {
+bool parseKind(std::string_view s, int& kind) {
     static const struct { const char* n; int k; } kinds[] = {
         {"U32", HAP_KIND_U32},       {"U64", HAP_KIND_U64},       {"DOUBLE", HAP_KIND_DOUBLE},
         {"TEXT", HAP_KIND_TEXT},     {"UFIELD", HAP_KIND_UFIELD}, {"DFIELD", HAP_KIND_DFIELD}};
@@ -137,10 +213,10 @@ bool parseKind(const std::string& s, int& kind) {
     return false;
 }
 
-bool parseParam(const std::vector<std::string>& f, ParamRec& p) {
+bool parseParam(const Fields& f, ParamRec& p) {
     // f[0] == "param"
     if (f.size() < 5 || f.size() > 6) return false;
-    if (!validName(f[1])) return false;
+    if (!validName(f, 1)) return false;
     int kind = 0;
     if (!parseKind(f[2], kind)) return false;
     uint64_t count = 0;
@@ -152,12 +228,12 @@ bool parseParam(const std::vector<std::string>& f, ParamRec& p) {
         ro = 1;
     else if (f[4] != "RW")
         return false;
-    p.name = f[1];
+    p.name.assign(f[1].data(), f[1].size());
     p.info.kind = kind;
     p.info.count = static_cast<unsigned int>(count);
     p.info.readOnly = ro;
     if (f.size() == 6) {
-        const std::string& init = f[5];
+        const std::string_view init = f[5];
         switch (kind) {
             case HAP_KIND_U32: {
                 uint64_t v = 0;
@@ -179,14 +255,14 @@ bool parseParam(const std::vector<std::string>& f, ParamRec& p) {
             }
             case HAP_KIND_TEXT:
                 if (init.size() > HAP_MAX_TEXT) return false;
-                p.text = init;
+                p.text.assign(init.data(), init.size());
                 break;
             default: {
                 size_t pos = 0;
                 while (pos <= init.size()) {
                     size_t comma = init.find(',', pos);
-                    if (comma == std::string::npos) comma = init.size();
-                    std::string tok = init.substr(pos, comma - pos);
+                    if (comma == std::string_view::npos) comma = init.size();
+                    const std::string_view tok = init.substr(pos, comma - pos);
                     if (p.uElems.size() + p.dElems.size() >= count) return false;
                     if (kind == HAP_KIND_UFIELD) {
                         uint64_t v = 0;
@@ -206,18 +282,25 @@ bool parseParam(const std::vector<std::string>& f, ParamRec& p) {
     return true;
 }
 
+// True when no two of `items` are equal.
+template <class T>
+bool distinct(std::vector<T>& items) {
+    std::sort(items.begin(), items.end());
+    return std::adjacent_find(items.begin(), items.end()) == items.end();
+}
+
 // Parses a manifest held in [data, data + size). Returns NULL when it is not a
-// complete, well-formed manifest.
+// complete, well-formed manifest. Lines and fields are looked at in place;
+// names are checked for repeats once the whole manifest has been read.
 fpga_design* parseDesign(const char* data, size_t size) {
     if (data == nullptr || size == 0) return nullptr;
     std::unique_ptr<fpga_design> d(new (std::nothrow) fpga_design);
     if (!d) return nullptr;
-    std::unordered_set<std::string> paramNames, eventNames, regNames;
-    std::unordered_set<int> regNumbers;
+    std::vector<std::string_view> paramNames, eventNames, regNames;
+    std::vector<int> regNumbers;
     size_t pos = 0;
     bool first = true;
     bool ended = false;
-    std::string line;
     while (pos < size) {
         const void* nlp = std::memchr(data + pos, '\n', size - pos);
         if (nlp == nullptr) return nullptr;  // no complete line: truncated
@@ -225,30 +308,30 @@ fpga_design* parseDesign(const char* data, size_t size) {
         size_t len = nl - pos;
         if (len > kMaxLine) return nullptr;
         if (std::memchr(data + pos, '\0', len) != nullptr) return nullptr;
-        line.assign(data + pos, len);
+        std::string_view line(data + pos, len);
         pos = nl + 1;
-        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
         if (first) {
             if (line != HAP_MAGIC_LINE) return nullptr;
             first = false;
             continue;
         }
         size_t s = line.find_first_not_of(" \t");
-        if (s == std::string::npos || line[s] == '#') continue;
-        std::vector<std::string> head = splitFields(line, 0);
-        const std::string& kw = head[0];
+        if (s == std::string_view::npos || line[s] == '#') continue;
+        const Fields head = splitFields(line);
+        const std::string_view kw = head[0];
         if (kw == "end") {
             if (head.size() != 1) return nullptr;
             ended = true;
             break;
         } else if (kw == "design") {
-            if (head.size() != 2 || !validName(head[1])) return nullptr;
-            d->name = head[1];
+            if (head.size() != 2 || !validName(head, 1)) return nullptr;
+            d->name.assign(head[1].data(), head[1].size());
         } else if (kw == "param") {
-            std::vector<std::string> f = splitFields(line, 6);
+            const Fields f = limitFields(head, line, 6);
             ParamRec p;
             if (!parseParam(f, p)) return nullptr;
-            if (!paramNames.insert(p.name).second) return nullptr;
+            paramNames.push_back(f[1]);
             d->params.push_back(std::move(p));
         } else if (kw == "event") {
             if (head.size() != 4) return nullptr;
@@ -256,10 +339,10 @@ fpga_design* parseDesign(const char* data, size_t size) {
             int kind = 0;
             if (!parseInt(head[1], 0, HAP_MAX_EVENT_INDEX, e.index)) return nullptr;
             if (!parseInt(head[2], 0, 255, kind)) return nullptr;
-            if (!validName(head[3])) return nullptr;
-            e.name = head[3];
+            if (!validName(head, 3)) return nullptr;
+            e.name.assign(head[3].data(), head[3].size());
             e.ev.kind = kind;
-            if (!eventNames.insert(e.name).second) return nullptr;
+            eventNames.push_back(head[3]);
             if (static_cast<size_t>(e.index) >= d->eventSlot.size())
                 d->eventSlot.resize(static_cast<size_t>(e.index) + 1, -1);
             if (d->eventSlot[static_cast<size_t>(e.index)] != -1) return nullptr;
@@ -269,18 +352,20 @@ fpga_design* parseDesign(const char* data, size_t size) {
             if (head.size() != 5) return nullptr;
             RegRec r;
             if (!parseInt(head[1], 1, HAP_MAX_REGISTER_NUMBER, r.info.number)) return nullptr;
-            if (!validName(head[2])) return nullptr;
+            if (!validName(head, 2)) return nullptr;
             if (!parseInt(head[3], 1, 64, r.info.bits)) return nullptr;
             if (!parseInt(head[4], 0, 2, r.info.direction)) return nullptr;
-            r.name = head[2];
-            if (!regNames.insert(r.name).second) return nullptr;
-            if (!regNumbers.insert(r.info.number).second) return nullptr;
+            r.name.assign(head[2].data(), head[2].size());
+            regNames.push_back(head[2]);
+            regNumbers.push_back(r.info.number);
             d->regs.push_back(std::move(r));
         } else {
             return nullptr;
         }
     }
     if (!ended) return nullptr;
+    if (!distinct(paramNames) || !distinct(eventNames) || !distinct(regNames) || !distinct(regNumbers))
+        return nullptr;
     // Fix the public records' pointers now that no container grows any more.
     for (ParamRec& p : d->params) {
         p.info.name = p.name.c_str();

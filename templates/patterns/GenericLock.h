@@ -73,12 +73,12 @@ protected:
 
     bool m_locked;
 
-private:
-    // The misuse reports (out of line: enter() and leave() sit on the path of
-    // every typed parameter access and are inline).
+    // The misuse reports (out of line: enter() and leave() are inline, and a
+    // derived lock may offer a shorter way in and out with the same reports).
     [[noreturn]] static void throwAlreadyLocked();
     [[noreturn]] static void throwNotHeld();
 
+private:
     GenericLock(const GenericLock&);
     GenericLock& operator=(const GenericLock&);
 };

@@ -1,5 +1,8 @@
 #include "templates/platform/CriticalSection.h"
 
+#include <cerrno>
+#include <exception>
+
 namespace tervik {
 namespace templates {
 namespace platform {
@@ -29,6 +32,20 @@ CriticalSection::~CriticalSection() noexcept(false)
             pthread_mutex_unlock(m_lock);
         pthread_mutex_destroy(m_lock);
     }
+}
+
+void CriticalSection::lockFailed(pthread_mutex_t* mutex, int rc)
+{
+    if (rc != EDEADLK)
+        return;
+    pthread_mutex_unlock(mutex);
+    throwAlreadyLocked();
+}
+
+void CriticalSection::unlockFailed(int rc)
+{
+    if (rc == EPERM && std::uncaught_exceptions() == 0)
+        throwNotHeld();
 }
 
 CriticalSectionGuard::CriticalSectionGuard(pthread_mutex_t* mutex)
