@@ -15,5 +15,7 @@ if(ORV_INSTALL_TESTS)
   add_test(NAME install_debian_packages
     COMMAND bash ${CMAKE_CURRENT_LIST_DIR}/install/check.sh packages ${CMAKE_BINARY_DIR}
             ${ORV_CONSUMER_DIR} ${ORV_CONSUMER_PROGRAM} ${CMAKE_INSTALL_LIBDIR} ${PROJECT_VERSION})
-  set_tests_properties(install_tree install_debian_packages PROPERTIES TIMEOUT 900 LABELS install)
+  # Both run the build tree's install scripts: one at a time.
+  set_tests_properties(install_tree install_debian_packages PROPERTIES TIMEOUT 900 LABELS install
+                       RESOURCE_LOCK orvindel_build_tree_install)
 endif()

@@ -514,7 +514,7 @@ LutFile checkLut(const std::string& content, const LutReference& ref) {
                                        : "entry " + std::to_string(idx) + " out of order (after entry " +
                                              std::to_string(next - 1) + ")");
         }
-        if (value < lo || value > hi) {
+        if (static_cast<double>(value) < lo || static_cast<double>(value) > hi) {
             problem(&ps, n, "entry " + std::to_string(idx) + " = " + std::to_string(value) + " outside the range " +
                                 formatDouble(lo) + ".." + formatDouble(hi));
         }
