@@ -46,11 +46,7 @@ std::string readNumberBytes(Board& b, int id, int port, FgParamTypes type, T fil
 template <class T>
 std::string readFieldBytes(Board& b, int id, int port, FgParamTypes vtype, int count, T fill) {
     std::vector<T> t(static_cast<size_t>(count > 0 ? count : 0), fill);
-    FieldParameterAccess a;
-    std::memset(&a, 0, sizeof a);
-    a.vtype = vtype;
-    a.count = static_cast<unsigned>(t.size());
-    a.ptr = t.data();
+    FieldParameterAccess a = fieldAccess(vtype, 0, unsigned(t.size()), t.data());
     const int rc = Fg_getParameterWithType(b.fg(), id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
     return std::to_string(rc) + ":" + std::string(reinterpret_cast<const char*>(t.data()), t.size() * sizeof(T));
 }

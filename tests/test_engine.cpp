@@ -24,11 +24,11 @@ public:
             std::ofstream f("Orvindel.hap", std::ios::binary);
             f << "TERVIK-HAP 1\n" << manifest << "end\n";
         }
-        setenv("__TERVIK_FORCE_EXTERNAL_HAP", "1", 1);
-        if (dra) setenv("TERVIK_ENABLE_DRA", "yes", 1);
-        fg_ = Fg_InitEx("Orvindel", 0, 1);
-        unsetenv("__TERVIK_FORCE_EXTERNAL_HAP");
-        unsetenv("TERVIK_ENABLE_DRA");
+        {
+            ScopedEnv force("__TERVIK_FORCE_EXTERNAL_HAP", "1");
+            ScopedEnv enable("TERVIK_ENABLE_DRA", dra ? "yes" : "no");
+            fg_ = Fg_InitEx("Orvindel", 0, 1);
+        }
         unlink("Orvindel.hap");
         if (fg_) dev_ = SimBoard_DeviceOf(fg_);
     }
