@@ -358,7 +358,7 @@ const double kNot = -1;
 struct Setting {
     int id;
     double value[2];
-    bool isDouble;
+    bool isDouble = false;
 };
 const Setting kBefore[] = {
     {FG_PIXELFORMAT, {258, 259}},       {FG_CXP_TRIGGER_PACKET_MODE, {1, 1}},
@@ -454,8 +454,8 @@ TEST(ConfigRoundTrip, LoadOnAFreshBoardRestoresEveryReadableParameterOfBothPorts
     // pixel-frequency mode before line-rate mode, whose divisor the design
     // keeps but no longer uses.
     for (auto* state : {&savedParams, &loadedParams}) {
-        state->erase("0/FG_CAMERASIMULATOR_FRAMERATE.range");
-        state->erase("1/FG_CAMERASIMULATOR_FRAMERATE.range");
+        state->erase("0/FG_CAMERASIMULATOR_FRAMERATE.value");
+        state->erase("1/FG_CAMERASIMULATOR_FRAMERATE.value");
     }
     for (auto* state : {&savedDesign, &loadedDesign})
         state->erase(dp(1, "CameraSimulator_PixelFrequency_RepeatPat_Divisor"));
