@@ -175,7 +175,9 @@ TEST(Soak, StdEntryAndFreeGrabberDirectlyAlsoWhenInitialisationFails) {
         SimBoard_FailInit(d.dev, failInit ? -777 : 0);
         EXPECT_EQ(failInit, d.open(flags) == nullptr);
         EXPECT_EQ(failInit ? -777 : 0, d.status);
-        if (d.fg.Master) EXPECT_EQ(0, d.freeGrabber(&d.fg));
+        if (d.fg.Master) {
+            EXPECT_EQ(0, d.freeGrabber(&d.fg));
+        }
         EXPECT_EQ(nullptr, d.fg.Master);
     };
 
