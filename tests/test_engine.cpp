@@ -52,37 +52,31 @@ const char kRegisters[] =
 
 // ---- names and identities ----
 
-TEST(Names, NinetyNineParametersInTableOrder) {
+TEST(Names, NinetyNineParametersInTableOrderFoundByTheirExactName) {
     Board b(1);
     ASSERT_TRUE(b.ok());
     EXPECT_EQ(99, Fg_getNrOfParameter(b.fg()));
     EXPECT_STREQ("FG_PIXELFORMAT", Fg_getParameterName(b.fg(), 0));
-    EXPECT_EQ(0, b.lastError());
     EXPECT_STREQ("FG_DIGIO_INPUT", Fg_getParameterName(b.fg(), 98));
-    EXPECT_EQ(nullptr, Fg_getParameterName(b.fg(), 99));
-    EXPECT_EQ(-2070, b.lastError());
-    EXPECT_EQ(nullptr, Fg_getParameterName(b.fg(), -1));
-    EXPECT_EQ(100, Fg_getParameterId(b.fg(), 31));
     EXPECT_EQ(0, b.lastError());
-    EXPECT_EQ(-2070, Fg_getParameterId(b.fg(), 99));
-    EXPECT_EQ(-2070, b.lastError());
-}
-
-TEST(Names, LookupByNameIsExactAndCaseSensitive) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
-    EXPECT_EQ(96, Fg_getParameterIdByName(b.fg(), "FG_LINEPERIODE"));
-    EXPECT_EQ(0, b.lastError());
-    EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), "fg_lineperiode"));
-    EXPECT_EQ(-2070, b.lastError());
-    EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), ""));
-    EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), "FG_LINEPERIODE "));
     // Every name maps back to the identity its index gives.
     for (int i = 0; i < 99; ++i) {
         const char* name = Fg_getParameterName(b.fg(), i);
         ASSERT_NE(nullptr, name);
         EXPECT_EQ(Fg_getParameterId(b.fg(), i), Fg_getParameterIdByName(b.fg(), name)) << name;
     }
+    // Indices past the table and names that are not exactly a parameter's.
+    EXPECT_EQ(nullptr, Fg_getParameterName(b.fg(), 99));
+    EXPECT_EQ(-2070, b.lastError());
+    EXPECT_EQ(nullptr, Fg_getParameterName(b.fg(), -1));
+    EXPECT_EQ(100, Fg_getParameterId(b.fg(), 31));
+    EXPECT_EQ(0, b.lastError()) << "a success clears the error store";
+    EXPECT_EQ(-2070, Fg_getParameterId(b.fg(), 99));
+    EXPECT_EQ(-2070, b.lastError());
+    EXPECT_EQ(96, Fg_getParameterIdByName(b.fg(), "FG_LINEPERIODE"));
+    for (const char* name : {"fg_lineperiode", "", "FG_LINEPERIODE "})
+        EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), name)) << "'" << name << "'";
+    EXPECT_EQ(-2070, b.lastError());
 }
 
 TEST(Names, DirectRegisterAccessAddsRegisterNamesAfterTheSdkNames) {
