@@ -6,6 +6,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include <cstdint>
 #include <cstring>
@@ -257,6 +258,29 @@ inline double doubleMax(Board& b, int id, int port = 0) {
     return r ? r->u.dReg.to : -1.0;
 }
 
+// A field access record over `count` elements of type `vtype` from `index`.
+inline FieldParameterAccess fieldAccess(FgParamTypes vtype, unsigned index, unsigned count, void* elements) {
+    FieldParameterAccess a;
+    std::memset(&a, 0, sizeof a);
+    a.vtype = vtype;
+    a.index = index;
+    a.count = count;
+    a.ptr = elements;
+    return a;
+}
+
+// An environment variable set for the life of the object, then removed.
+class ScopedEnv {
+public:
+    ScopedEnv(const char* name, const char* value) : name_(name) { setenv(name, value, 1); }
+    ~ScopedEnv() { unsetenv(name_); }
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+private:
+    const char* name_;
+};
+
 // The applet library opened directly, for the exports themselves (NULL boards,
 // Std_entry on a device of the test's own).
 class AppletLibrary {
@@ -274,6 +298,34 @@ public:
 
 private:
     void* handle_ = nullptr;
+};
+
+// The applet started as the host runtime starts it: its own Std_entry on a
+// simulated device of the test's; released (Fg_FreeGrabber) and the device
+// destroyed at the end of the scope.
+struct DirectBoard {
+    explicit DirectBoard(const AppletLibrary& lib, unsigned index = 0)
+        : stdEntry(lib.fn<decltype(&::Std_entry)>("Std_entry")),
+          freeGrabber(lib.fn<decltype(&::Fg_FreeGrabber)>("Fg_FreeGrabber")),
+          dev(SimBoard_CreateDevice(index)) {}
+    ~DirectBoard() {
+        if (fg.Master) freeGrabber(&fg);
+        SimBoard_DestroyDevice(dev);
+    }
+    DirectBoard(const DirectBoard&) = delete;
+    DirectBoard& operator=(const DirectBoard&) = delete;
+    bool ok() const { return stdEntry && freeGrabber && dev; }
+    // Std_entry with `flags`; the status it answers is kept in `status`.
+    Fg_Master* open(int flags = 1) {
+        status = 12345;
+        return fg.Master = stdEntry(dev, &status, flags);
+    }
+
+    decltype(&::Std_entry) stdEntry;
+    decltype(&::Fg_FreeGrabber) freeGrabber;
+    QORdevice* dev;
+    Fg_Struct fg{nullptr};
+    int status = 0;
 };
 
 }  // namespace orvtest

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "board_fixture.h"
+#include "record_text.h"
 
 namespace orvtest {
 
@@ -46,11 +47,7 @@ std::string readNumberBytes(Board& b, int id, int port, FgParamTypes type, T fil
 template <class T>
 std::string readFieldBytes(Board& b, int id, int port, FgParamTypes vtype, int count, T fill) {
     std::vector<T> t(static_cast<size_t>(count > 0 ? count : 0), fill);
-    FieldParameterAccess a;
-    std::memset(&a, 0, sizeof a);
-    a.vtype = vtype;
-    a.count = static_cast<unsigned>(t.size());
-    a.ptr = t.data();
+    FieldParameterAccess a = fieldAccess(vtype, 0, unsigned(t.size()), t.data());
     const int rc = Fg_getParameterWithType(b.fg(), id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
     return std::to_string(rc) + ":" + std::string(reinterpret_cast<const char*>(t.data()), t.size() * sizeof(T));
 }
@@ -130,7 +127,6 @@ inline Snapshot readAll(Board& b, const std::vector<Parameter>& params) {
 // Registry records, field by field: "port/NAME.field" -> value.
 inline void recordFields(const RegisterInfo* r, int port, Snapshot& out, const std::string& path) {
     if (r == nullptr) return;
-    char buf[96];
     if (r->format == REG_FORMAT_GROUP) {
         const std::string here = path + "/" + (r->name ? r->name : "");
         out[std::to_string(port) + here + ".elements"] = std::to_string(r->u.gReg.nrOfElements);
@@ -138,54 +134,10 @@ inline void recordFields(const RegisterInfo* r, int port, Snapshot& out, const s
         return;
     }
     const std::string key = std::to_string(port) + "/" + (r->parameterName ? r->parameterName : "?");
-    out[key + ".format"] = std::to_string(r->format);
-    out[key + ".access"] = std::to_string(r->accessFlags);
-    out[key + ".rangeFlags"] = std::to_string(r->rangeFlags);
-    out[key + ".visibility"] = std::to_string(r->visibilityFlags);
+    out[key + ".flags"] = std::to_string(r->accessFlags) + "/" + std::to_string(r->rangeFlags) + "/" +
+                          std::to_string(r->visibilityFlags);
     out[key + ".group"] = path;
-    switch (r->format) {
-    case REG_FORMAT_UINT:
-        std::snprintf(buf, sizeof buf, "%u %u %u", r->u.uiReg.from, r->u.uiReg.to, r->u.uiReg.steps);
-        out[key + ".range"] = buf;
-        break;
-    case REG_FORMAT_INT:
-        std::snprintf(buf, sizeof buf, "%d %d %d", r->u.iReg.from, r->u.iReg.to, r->u.iReg.steps);
-        out[key + ".range"] = buf;
-        break;
-    case REG_FORMAT_UINT64:
-    case REG_FORMAT_INT64:
-        std::snprintf(buf, sizeof buf, "%" PRIu64 " %" PRIu64 " %" PRIu64, r->u.iReg64.from, r->u.iReg64.to,
-                      r->u.iReg64.steps);
-        out[key + ".range"] = buf;
-        break;
-    case REG_FORMAT_DOUBLE:
-        std::snprintf(buf, sizeof buf, "%a %a %a", r->u.dReg.from, r->u.dReg.to, r->u.dReg.steps);
-        out[key + ".range"] = buf;
-        break;
-    case REG_FORMAT_ENUM: {
-        std::string entries;
-        for (int i = 0; i < r->u.eReg.nrOfElements; ++i) {
-            entries += std::to_string(r->u.eReg.enumValues ? r->u.eReg.enumValues[i] : 0) + "=";
-            entries += (r->u.eReg.enumNames && r->u.eReg.enumNames[i]) ? r->u.eReg.enumNames[i] : "";
-            entries += ";";
-        }
-        out[key + ".entries"] = entries;
-        break;
-    }
-    case REG_FORMAT_STRING:
-        out[key + ".extension"] = r->u.sReg.FileExtension ? r->u.sReg.FileExtension : "";
-        break;
-    case REG_FORMAT_UINTFIELD:
-        std::snprintf(buf, sizeof buf, "%u %u %d", r->u.uifReg.from, r->u.uifReg.to, r->u.uifReg.nrOfElements);
-        out[key + ".range"] = buf;
-        break;
-    case REG_FORMAT_DOUBLEFIELD:
-        std::snprintf(buf, sizeof buf, "%a %a %d", r->u.dfReg.from, r->u.dfReg.to, r->u.dfReg.nrOfElements);
-        out[key + ".range"] = buf;
-        break;
-    default:
-        break;
-    }
+    out[key + ".value"] = valueText(r);
 }
 
 inline Snapshot registry(Board& b) {

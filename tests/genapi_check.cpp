@@ -182,7 +182,7 @@ private:
     }
 
     void checkInteger(const Expected& e, ArvGcNode* node, const char* field, gint64 (*get)(ArvGcInteger*, GError**),
-                      const char* fallback, std::ostringstream& seen)
+                      const char* fallback)
     {
         std::map<std::string, std::string>::const_iterator f = e.fields.find(field);
         const std::string text = f != e.fields.end() ? f->second : std::string(fallback ? fallback : "");
@@ -202,11 +202,9 @@ private:
             m << field << " " << got << ", document says " << expected;
             mismatch(e, m.str());
         }
-        seen << " " << field << "=" << got;
     }
 
-    void checkFloat(const Expected& e, ArvGcNode* node, const char* field, double (*get)(ArvGcFloat*, GError**),
-                    std::ostringstream& seen)
+    void checkFloat(const Expected& e, ArvGcNode* node, const char* field, double (*get)(ArvGcFloat*, GError**))
     {
         std::map<std::string, std::string>::const_iterator f = e.fields.find(field);
         if (f == e.fields.end())
@@ -226,38 +224,28 @@ private:
             m << field << " " << got << ", document says " << f->second;
             mismatch(e, m.str());
         }
-        seen.precision(12);
-        seen << " " << field << "=" << got;
     }
 
-    void checkRegister(const Expected& e, ArvGcNode* node, std::ostringstream& seen)
+    void checkRegister(const Expected& e, ArvGcNode* node)
     {
         if (!ARV_IS_GC_REGISTER(node)) {
             mismatch(e, "not seen as a register");
             return;
         }
-        GError* error = NULL;
-        std::map<std::string, std::string>::const_iterator f = e.fields.find("Address");
-        if (f != e.fields.end()) {
+        const std::pair<const char*, guint64 (*)(ArvGcRegister*, GError**)> numbers[] = {
+            {"Address", arv_gc_register_get_address}, {"Length", arv_gc_register_get_length}};
+        for (const auto& n : numbers) {
+            std::map<std::string, std::string>::const_iterator f = e.fields.find(n.first);
+            if (f == e.fields.end())
+                continue;
+            GError* error = NULL;
             long long expected = 0;
-            const guint64 got = arv_gc_register_get_address(ARV_GC_REGISTER(node), &error);
-            if (noError(e, "Address", error)) {
-                if (!parseInteger(f->second, expected) || got != static_cast<guint64>(expected))
-                    mismatch(e, "Address " + std::to_string(got) + ", document says " + f->second);
-                seen << " address=" << got;
-            }
+            const guint64 got = n.second(ARV_GC_REGISTER(node), &error);
+            if (noError(e, n.first, error) &&
+                (!parseInteger(f->second, expected) || got != static_cast<guint64>(expected)))
+                mismatch(e, std::string(n.first) + " " + std::to_string(got) + ", document says " + f->second);
         }
-        f = e.fields.find("Length");
-        if (f != e.fields.end()) {
-            long long expected = 0;
-            const guint64 got = arv_gc_register_get_length(ARV_GC_REGISTER(node), &error);
-            if (noError(e, "Length", error)) {
-                if (!parseInteger(f->second, expected) || got != static_cast<guint64>(expected))
-                    mismatch(e, "Length " + std::to_string(got) + ", document says " + f->second);
-                seen << " length=" << got;
-            }
-        }
-        f = e.fields.find("AccessMode");
+        std::map<std::string, std::string>::const_iterator f = e.fields.find("AccessMode");
         if (f != e.fields.end() && !f->second.empty()) {
             const ArvGcAccessMode got = arv_gc_feature_node_get_actual_access_mode(ARV_GC_FEATURE_NODE(node));
             const char* name = got == ARV_GC_ACCESS_MODE_RO   ? "RO"
@@ -266,7 +254,6 @@ private:
                                                               : "undefined";
             if (f->second != name)
                 mismatch(e, std::string("AccessMode ") + name + ", document says " + f->second);
-            seen << " access=" << name;
         }
     }
 
@@ -282,8 +269,6 @@ private:
             mismatch(e, "not found in the node map");
             return;
         }
-        std::ostringstream seen;
-
         std::map<std::string, std::string>::const_iterator d = e.fields.find("Description");
         if (d != e.fields.end() && ARV_IS_GC_FEATURE_NODE(node)) {
             const char* got = arv_gc_feature_node_get_description(ARV_GC_FEATURE_NODE(node));
@@ -297,16 +282,16 @@ private:
                 mismatch(e, "not seen as an integer");
                 return;
             }
-            checkInteger(e, node, "Min", arv_gc_integer_get_min, NULL, seen);
-            checkInteger(e, node, "Max", arv_gc_integer_get_max, NULL, seen);
-            checkInteger(e, node, "Inc", arv_gc_integer_get_inc, "1", seen);
+            checkInteger(e, node, "Min", arv_gc_integer_get_min, NULL);
+            checkInteger(e, node, "Max", arv_gc_integer_get_max, NULL);
+            checkInteger(e, node, "Inc", arv_gc_integer_get_inc, "1");
         } else if (e.kind == "Float") {
             if (!ARV_IS_GC_FLOAT(node)) {
                 mismatch(e, "not seen as a float");
                 return;
             }
-            checkFloat(e, node, "Min", arv_gc_float_get_min, seen);
-            checkFloat(e, node, "Max", arv_gc_float_get_max, seen);
+            checkFloat(e, node, "Min", arv_gc_float_get_min);
+            checkFloat(e, node, "Max", arv_gc_float_get_max);
         } else if (e.kind == "Enumeration") {
             if (!ARV_IS_GC_ENUMERATION(node)) {
                 mismatch(e, "not seen as an enumeration");
@@ -336,22 +321,14 @@ private:
             }
             std::sort(expected.begin(), expected.end());
             std::sort(got.begin(), got.end());
-            for (size_t i = 0; i < expected.size(); ++i)
-                if (!std::binary_search(got.begin(), got.end(), expected[i]))
-                    mismatch(e, "entry " + expected[i].first + "=" + std::to_string(expected[i].second) +
-                                    " not seen");
-            for (size_t i = 0; i < got.size(); ++i)
-                if (!std::binary_search(expected.begin(), expected.end(), got[i]))
-                    mismatch(e, "entry " + got[i].first + "=" + std::to_string(got[i].second) +
-                                    " is not in the document");
+            if (got != expected)
+                mismatch(e, std::to_string(got.size()) + " entries seen, document lists " +
+                                std::to_string(expected.size()) + " (or other names or values)");
             mEntryCount += static_cast<int>(e.entries.size());
-            seen << " entries=";
-            for (size_t i = 0; i < got.size(); ++i)
-                seen << (i ? "," : "") << got[i].first << "=" << got[i].second;
         } else if (e.kind == "IntReg" || e.kind == "FloatReg") {
-            checkRegister(e, node, seen);
+            checkRegister(e, node);
         } else if (e.kind == "StringReg") {
-            checkRegister(e, node, seen);
+            checkRegister(e, node);
             if (!ARV_IS_GC_STRING(node)) {
                 mismatch(e, "not seen as a string");
             } else {
@@ -379,13 +356,12 @@ private:
                 if (arv_gc_get_node(gc, e.features[i].c_str()) == NULL)
                     mismatch(e, "feature " + e.features[i] + " names no node");
             mFeatureCount += static_cast<int>(e.features.size());
-            seen << " features=" << got.size();
         } else if (e.kind == "Port") {
             if (!ARV_IS_GC_PORT(node))
                 mismatch(e, "not seen as a port");
         }
         if (!mQuiet)
-            std::printf("ok %s %s%s\n", e.kind.c_str(), e.name.c_str(), seen.str().c_str());
+            std::printf("ok %s %s\n", e.kind.c_str(), e.name.c_str());
     }
 
     std::string mFile;

@@ -20,6 +20,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -28,7 +29,7 @@
 #include <thread>
 #include <vector>
 
-#include "board_fixture.h"
+#include "board_snapshot.h"
 
 using namespace orvtest;
 
@@ -81,45 +82,8 @@ int typedWrite(Board& b, const Write& w, double v, int port) {
     return b.set(w.id, static_cast<uint32_t>(v), port);
 }
 
-// A read of any exported parameter in the form its record describes.
-int typedRead(Board& b, int id, int port) {
-    const RegisterInfo* r = b.record(port, id);
-    const int format = r ? int(r->format) : int(REG_FORMAT_UINT);
-    switch (format) {
-    case REG_FORMAT_DOUBLE: {
-        double v = 0;
-        return Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_DOUBLE);
-    }
-    case REG_FORMAT_UINT64: {
-        uint64_t v = 0;
-        return Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_UINT64_T);
-    }
-    case REG_FORMAT_STRING: {
-        char text[2048] = {0};
-        return Fg_getParameterWithType(b.fg(), id, text, port, FG_PARAM_TYPE_CHAR_PTR);
-    }
-    case REG_FORMAT_UINTFIELD: {
-        uint32_t t[64];
-        FieldParameterAccess a;
-        std::memset(&a, 0, sizeof a);
-        a.vtype = FG_PARAM_TYPE_UINT32_T;
-        a.index = 100;
-        a.count = 64;
-        a.p_uint32_t = t;
-        return Fg_getParameterWithType(b.fg(), id, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
-    }
-    case REG_FORMAT_DOUBLEFIELD: {
-        FieldParameterDouble e;
-        e.value = 0;
-        e.index = 1;
-        return Fg_getParameterWithType(b.fg(), id, &e, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE);
-    }
-    default: {
-        uint32_t v = 0;
-        return Fg_getParameterWithType(b.fg(), id, &v, port, FG_PARAM_TYPE_UINT32_T);
-    }
-    }
-}
+// A read of any exported parameter in the form its record describes: its answer.
+int typedRead(Board& b, int id, int port) { return std::atoi(readBack(b, id, port).c_str()); }
 
 // Everything the threads of one board share.
 struct BoardRun {

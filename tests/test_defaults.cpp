@@ -107,21 +107,15 @@ TEST(Defaults, FlagBitZeroOpensWithoutWritingDefaults) {
 // remaining steps and the other port.
 TEST(Defaults, FailingStepDoesNotStopThePass) {
     AppletLibrary lib;
-    ASSERT_TRUE(lib.ok()) << dlerror();
-    auto stdEntry = lib.fn<decltype(&::Std_entry)>("Std_entry");
-    auto freeGrabber = lib.fn<decltype(&::Fg_FreeGrabber)>("Fg_FreeGrabber");
+    DirectBoard d(lib);
     auto lastError = lib.fn<decltype(&::Fg_getLastErrorNumber)>("Fg_getLastErrorNumber");
     auto get = lib.fn<decltype(&::Fg_getParameterWithType)>("Fg_getParameterWithType");
-    ASSERT_TRUE(stdEntry && freeGrabber && lastError && get);
-
-    QORdevice* dev = SimBoard_CreateDevice(0);
-    ASSERT_NE(nullptr, dev);
+    ASSERT_TRUE(d.ok() && lastError && get) << dlerror();
+    QORdevice* dev = d.dev;
     SimBoard_FailParameter(dev, "Device1_Process2_Trigger_SetOut7_Mode", 1, -4720);
-    int err = 12345;
-    Fg_Struct fg{stdEntry(dev, &err, 0)};
-    ASSERT_NE(nullptr, fg.Master);
-    EXPECT_EQ(0, err);
-    EXPECT_EQ(0, lastError(&fg));
+    ASSERT_NE(nullptr, d.open(0));
+    EXPECT_EQ(0, d.status);
+    EXPECT_EQ(0, lastError(&d.fg));
 
     std::vector<Write> outputs;
     for (int i = 0, n = SimBoard_LogCount(dev); i < n; ++i) {
@@ -135,9 +129,7 @@ TEST(Defaults, FailingStepDoesNotStopThePass) {
     EXPECT_EQ(expected, outputs);
     for (unsigned port = 0; port < 2; ++port) {
         uint32_t v = 0;
-        EXPECT_EQ(0, get(&fg, FG_DIGIO_OUTPUT, &v, port, FG_PARAM_TYPE_UINT32_T));
+        EXPECT_EQ(0, get(&d.fg, FG_DIGIO_OUTPUT, &v, port, FG_PARAM_TYPE_UINT32_T));
         EXPECT_EQ(3u, v);
     }
-    freeGrabber(&fg);
-    SimBoard_DestroyDevice(dev);
 }

@@ -38,33 +38,24 @@ struct Exports {
 };
 
 // A board opened by calling the applet's Std_entry directly on a device of our own.
-class DirectBoard : public ::testing::Test {
+class DirectBoardTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(lib.ok()) << dlerror();
-        dev = SimBoard_CreateDevice(0);
-        ASSERT_NE(dev, nullptr);
-    }
-    void TearDown() override {
-        if (fg.Master) x.free_grabber(&fg);
-        SimBoard_DestroyDevice(dev);
-    }
+    void SetUp() override { ASSERT_TRUE(lib.ok() && d.ok()) << dlerror(); }
     void open(int flags = 1) {
-        int err = 12345;
-        fg.Master = x.std_entry(dev, &err, flags);
-        ASSERT_NE(fg.Master, nullptr);
-        ASSERT_EQ(err, 0);
+        ASSERT_NE(nullptr, d.open(flags));
+        ASSERT_EQ(0, d.status);
     }
 
     AppletLibrary lib;
     Exports x{lib};
-    QORdevice* dev = nullptr;
-    Fg_Struct fg{nullptr};
+    DirectBoard d{lib};
+    QORdevice* const dev = d.dev;
+    Fg_Struct& fg = d.fg;
 };
 
 }  // namespace
 
-TEST_F(DirectBoard, StdEntrySucceedsWithStatusZeroAndFreeGrabberClearsMaster) {
+TEST_F(DirectBoardTest, StdEntrySucceedsWithStatusZeroAndFreeGrabberClearsMaster) {
     open(0);
     EXPECT_EQ(0, x.last_error(&fg));
     EXPECT_NE(nullptr, SimBoard_HostHandleOf(dev));
@@ -74,36 +65,34 @@ TEST_F(DirectBoard, StdEntrySucceedsWithStatusZeroAndFreeGrabberClearsMaster) {
     EXPECT_EQ(-2001, x.free_grabber(&fg)) << "a second release finds no board";
 }
 
-TEST_F(DirectBoard, StdEntryAcceptsNullStatus) {
+TEST_F(DirectBoardTest, StdEntryAcceptsNullStatus) {
     fg.Master = x.std_entry(dev, nullptr, 1);
     EXPECT_NE(nullptr, fg.Master);
 }
 
-TEST_F(DirectBoard, DesignNotLoadableFromMissingExternalFileGivesMinus100) {
+TEST_F(DirectBoardTest, DesignNotLoadableFromMissingExternalFileGivesMinus100) {
     // The test runs in its own empty working directory: there is no Orvindel.hap here.
     ASSERT_NE(0, access("Orvindel.hap", F_OK));
-    setenv("__TERVIK_FORCE_EXTERNAL_HAP", "", 1);
-    int err = 0;
-    Fg_Master* m = x.std_entry(dev, &err, 1);
-    unsetenv("__TERVIK_FORCE_EXTERNAL_HAP");
-    EXPECT_EQ(nullptr, m);
-    EXPECT_EQ(-100, err);
+    {
+        ScopedEnv force("__TERVIK_FORCE_EXTERNAL_HAP", "");
+        EXPECT_EQ(nullptr, d.open());
+    }
+    EXPECT_EQ(-100, d.status);
     EXPECT_EQ(nullptr, SimBoard_HostHandleOf(dev));
 }
 
-TEST_F(DirectBoard, ExternalDesignFileIsLoadedWhenForced) {
+TEST_F(DirectBoardTest, ExternalDesignFileIsLoadedWhenForced) {
     std::string image = std::string(std::getenv("ORV_DESIGN_DIR")) + "/Orvindel.hap";
     ASSERT_EQ(0, symlink(image.c_str(), "Orvindel.hap")) << image;
-    setenv("__TERVIK_FORCE_EXTERNAL_HAP", "1", 1);
-    int err = 1;
-    fg.Master = x.std_entry(dev, &err, 1);
-    unsetenv("__TERVIK_FORCE_EXTERNAL_HAP");
+    {
+        ScopedEnv force("__TERVIK_FORCE_EXTERNAL_HAP", "1");
+        EXPECT_NE(nullptr, d.open());
+    }
     unlink("Orvindel.hap");
-    EXPECT_NE(nullptr, fg.Master);
-    EXPECT_EQ(0, err);
+    EXPECT_EQ(0, d.status);
 }
 
-TEST_F(DirectBoard, EveryExportAnswersNoBoardForNullOrEmptyStructure) {
+TEST_F(DirectBoardTest, EveryExportAnswersNoBoardForNullOrEmptyStructure) {
     Fg_Struct empty{nullptr};
     for (Fg_Struct* f : {static_cast<Fg_Struct*>(nullptr), &empty}) {
         uint32_t v = 0;
@@ -140,7 +129,7 @@ TEST_F(DirectBoard, EveryExportAnswersNoBoardForNullOrEmptyStructure) {
     }
 }
 
-TEST_F(DirectBoard, ShadingIsNotSupportedAndStoresItsAnswer) {
+TEST_F(DirectBoardTest, ShadingIsNotSupportedAndStoresItsAnswer) {
     open();
     EXPECT_EQ(nullptr, x.alloc_shading(&fg, 0, 0));
     EXPECT_EQ(-1, x.last_error(&fg));
@@ -155,7 +144,7 @@ TEST_F(DirectBoard, ShadingIsNotSupportedAndStoresItsAnswer) {
     EXPECT_EQ(-2130, x.shad_write(&fg, nullptr, 3));
 }
 
-TEST_F(DirectBoard, ForwardedCallsReachTheHostAndKeepItsLastError) {
+TEST_F(DirectBoardTest, ForwardedCallsReachTheHostAndKeepItsLastError) {
     open();
     SimAcquisitionCounters before{}, after{};
     SimBoard_GetAcquisitionCounters(dev, &before);
@@ -179,12 +168,13 @@ TEST_F(DirectBoard, ForwardedCallsReachTheHostAndKeepItsLastError) {
 
 // ---- the direct register access switch ----
 
-class DraSwitch : public DirectBoard, public ::testing::WithParamInterface<std::pair<const char*, bool>> {};
+class DraSwitch : public DirectBoardTest, public ::testing::WithParamInterface<std::pair<const char*, bool>> {};
 
 TEST_P(DraSwitch, EnablesOnlyForYesTrueOnOrOne) {
-    setenv("TERVIK_ENABLE_DRA", GetParam().first, 1);
-    open();
-    unsetenv("TERVIK_ENABLE_DRA");
+    {
+        ScopedEnv dra("TERVIK_ENABLE_DRA", GetParam().first);
+        open();
+    }
     if (GetParam().second)
         EXPECT_GT(x.nr_params(&fg), 99) << GetParam().first;
     else

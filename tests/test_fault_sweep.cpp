@@ -79,12 +79,7 @@ int writeValue(Board& b, int id, int port, const TestValue& v) {
         return Fg_setParameterWithType(b.fg(), id, v.text.c_str(), port, v.type);
     case FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS: {
         std::vector<uint32_t> copy(v.elements);
-        FieldParameterAccess a;
-        std::memset(&a, 0, sizeof a);
-        a.vtype = FG_PARAM_TYPE_UINT32_T;
-        a.index = v.index;
-        a.count = static_cast<unsigned>(copy.size());
-        a.p_uint32_t = copy.data();
+        FieldParameterAccess a = fieldAccess(FG_PARAM_TYPE_UINT32_T, v.index, unsigned(copy.size()), copy.data());
         return Fg_setParameterWithType(b.fg(), id, &a, port, v.type);
     }
     case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT: {

@@ -25,13 +25,7 @@ protected:
     void SetUp() override { ASSERT_TRUE(b.ok()); }
 
     static FieldParameterAccess record(uint32_t* elements, unsigned index, unsigned count) {
-        FieldParameterAccess a;
-        std::memset(&a, 0, sizeof a);
-        a.vtype = FG_PARAM_TYPE_UINT32_T;
-        a.index = index;
-        a.count = count;
-        a.p_uint32_t = elements;
-        return a;
+        return fieldAccess(FG_PARAM_TYPE_UINT32_T, index, count, elements);
     }
 
     Board b;

@@ -95,33 +95,29 @@ TEST_F(InfoQuery, UnknownQuestionsAreNotSupported) {
 
 // ---- topology with index arguments ------------------------------------------------------
 
-TEST_F(InfoQuery, ProcessChannelsAndCameras) {
-    for (int cmd : {GET_INFO_NR_OF_PROCESS_CHANNELS, GET_INFO_NR_OF_PROCESS_CAMERAS}) {
-        EXPECT_EQ(1, ask(cmd, 0));
-        EXPECT_EQ(1, ask(cmd, 1));
-        EXPECT_EQ(1, ask(cmd, 1, -5)) << "arg2 is not examined";
-        for (int bad : {2, 3, -1, INT_MIN, INT_MAX}) EXPECT_EQ(FG_ERR_INVALID_PARAMETER, ask(cmd, bad)) << bad;
-    }
-}
-
-TEST_F(InfoQuery, ChannelsAndCamerasMapToTheirOwnDmaAndPort) {
-    for (int cmd : {GET_INFO_PROCESS_CHANNEL_DMA, GET_INFO_PROCESS_CAMERA_PORT}) {
-        EXPECT_EQ(0, ask(cmd, 0, 0));
-        EXPECT_EQ(1, ask(cmd, 1, 0));
-        const int bad[][2] = {{0, 1}, {1, 1}, {2, 0}, {-1, 0}, {0, -1}, {1, INT_MIN}, {INT_MIN, 0}, {INT_MAX, 0}};
-        for (const auto& b : bad) EXPECT_EQ(FG_ERR_INVALID_PARAMETER, ask(cmd, b[0], b[1])) << b[0] << "," << b[1];
-    }
-}
-
-TEST_F(InfoQuery, DmaDirectionAndDataType) {
-    EXPECT_EQ(1, ask(GET_INFO_DMA_DIRECTION, 0));
-    EXPECT_EQ(1, ask(GET_INFO_DMA_DIRECTION, 1, 99));
-    EXPECT_EQ(DMA_DATATYPE_GRAY8, ask(GET_INFO_DMA_DATATYPE, 0));
-    EXPECT_EQ(DMA_DATATYPE_GRAY8, ask(GET_INFO_DMA_DATATYPE, 1, 99));
-    for (int bad : {2, 3, -1, INT_MIN}) {
-        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, ask(GET_INFO_DMA_DIRECTION, bad)) << bad;
-        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, ask(GET_INFO_DMA_DATATYPE, bad)) << bad;
-    }
+// Each process has one channel and one camera; channel and camera i map to
+// DMA and port i; both DMAs carry 8-bit gray to the host. Other indices are
+// refused.
+TEST_F(InfoQuery, TopologyByIndex) {
+    const int kBad = FG_ERR_INVALID_PARAMETER;
+    const struct {
+        int cmd, arg1, arg2, expected;
+    } answers[] = {
+        {GET_INFO_NR_OF_PROCESS_CHANNELS, 0, 0, 1}, {GET_INFO_NR_OF_PROCESS_CHANNELS, 1, -5, 1},
+        {GET_INFO_NR_OF_PROCESS_CAMERAS, 0, 0, 1},  {GET_INFO_NR_OF_PROCESS_CAMERAS, 1, -5, 1},
+        {GET_INFO_PROCESS_CHANNEL_DMA, 0, 0, 0},    {GET_INFO_PROCESS_CHANNEL_DMA, 1, 0, 1},
+        {GET_INFO_PROCESS_CAMERA_PORT, 0, 0, 0},    {GET_INFO_PROCESS_CAMERA_PORT, 1, 0, 1},
+        {GET_INFO_DMA_DIRECTION, 0, 0, 1},          {GET_INFO_DMA_DIRECTION, 1, 99, 1},
+        {GET_INFO_DMA_DATATYPE, 0, 0, DMA_DATATYPE_GRAY8}, {GET_INFO_DMA_DATATYPE, 1, 99, DMA_DATATYPE_GRAY8},
+    };
+    for (const auto& a : answers) EXPECT_EQ(a.expected, ask(a.cmd, a.arg1, a.arg2)) << a.cmd << " " << a.arg1;
+    for (int cmd : {GET_INFO_NR_OF_PROCESS_CHANNELS, GET_INFO_NR_OF_PROCESS_CAMERAS, GET_INFO_DMA_DIRECTION,
+                    GET_INFO_DMA_DATATYPE})
+        for (int bad : {2, 3, -1, INT_MIN, INT_MAX}) EXPECT_EQ(kBad, ask(cmd, bad)) << cmd << " " << bad;
+    // The mappings also look at the second index.
+    const int badPairs[][2] = {{0, 1}, {1, 1}, {2, 0}, {-1, 0}, {0, -1}, {1, INT_MIN}, {INT_MIN, 0}, {INT_MAX, 0}};
+    for (int cmd : {GET_INFO_PROCESS_CHANNEL_DMA, GET_INFO_PROCESS_CAMERA_PORT})
+        for (const auto& p : badPairs) EXPECT_EQ(kBad, ask(cmd, p[0], p[1])) << cmd << " " << p[0] << "," << p[1];
 }
 
 // ---- texts ----------------------------------------------------------------------------
@@ -271,21 +267,14 @@ TEST_F(InfoQuery, HandlesAreThoseOfTheLastOpenedBoard) {
     EXPECT_NE(nullptr, design);
 
     // A board opened later takes over the slots.
-    auto stdEntry = lib.fn<decltype(&::Std_entry)>("Std_entry");
-    auto freeGrabber = lib.fn<decltype(&::Fg_FreeGrabber)>("Fg_FreeGrabber");
-    ASSERT_TRUE(stdEntry && freeGrabber);
-    QORdevice* other = SimBoard_CreateDevice(1);
-    ASSERT_NE(nullptr, other);
-    int err = 0;
-    Fg_Struct fg{stdEntry(other, &err, 1)};
-    ASSERT_NE(nullptr, fg.Master) << err;
+    DirectBoard other(lib, 1);
+    ASSERT_TRUE(other.ok());
+    ASSERT_NE(nullptr, other.open()) << other.status;
     EXPECT_EQ(0, info(GET_INFO_DEVICE_HANDLE, 0, 0, &device, nullptr));
-    EXPECT_EQ(static_cast<void*>(other), device);
+    EXPECT_EQ(static_cast<void*>(other.dev), device);
     void* otherDesign = nullptr;
     EXPECT_EQ(0, info(GET_INFO_DESIGN_HANDLE, 0, 0, &otherDesign, nullptr));
     EXPECT_NE(nullptr, otherDesign);
-    freeGrabber(&fg);
-    SimBoard_DestroyDevice(other);
 }
 
 }  // namespace

@@ -7,59 +7,12 @@
 #include <vector>
 
 #include "parameterInfo.h"
+#include "record_text.h"
 
 namespace {
 
-std::string text(const char* t) { return t != NULL ? "'" + std::string(t) + "'" : std::string("null"); }
-
-// A record in one line: display name, SDK name, unit, access/range/visibility
-// flags, identity, port, then the kind and its value description.
-std::string describe(const RegisterInfo* r)
-{
-    if (r == NULL)
-        return "none";
-    std::ostringstream o;
-    o.precision(17);
-    o << text(r->name) << " " << text(r->parameterName) << " unit " << text(r->unit) << " flags " << r->accessFlags
-      << "/" << r->rangeFlags << "/" << r->visibilityFlags << " id " << r->id << " port " << r->port << ": ";
-    switch (r->format) {
-    case REG_FORMAT_UINT:
-        o << "UINT " << r->u.uiReg.from << ".." << r->u.uiReg.to << " step " << r->u.uiReg.steps;
-        break;
-    case REG_FORMAT_INT:
-        o << "INT " << r->u.iReg.from << ".." << r->u.iReg.to << " step " << r->u.iReg.steps;
-        break;
-    case REG_FORMAT_UINT64:
-        o << "UINT64 " << r->u.iReg64.from << ".." << r->u.iReg64.to << " step " << r->u.iReg64.steps;
-        break;
-    case REG_FORMAT_INT64:
-        o << "INT64 " << static_cast<int64_t>(r->u.iReg64.from) << ".." << static_cast<int64_t>(r->u.iReg64.to)
-          << " step " << static_cast<int64_t>(r->u.iReg64.steps);
-        break;
-    case REG_FORMAT_DOUBLE:
-        o << "DOUBLE " << r->u.dReg.from << ".." << r->u.dReg.to << " step " << r->u.dReg.steps;
-        break;
-    case REG_FORMAT_UINTFIELD:
-        o << "UINTFIELD " << r->u.uifReg.from << ".." << r->u.uifReg.to << " n " << r->u.uifReg.nrOfElements
-          << " [" << r->u.uifReg.index << "] = " << r->u.uifReg.value;
-        break;
-    case REG_FORMAT_INTFIELD:
-        o << "INTFIELD " << r->u.ifReg.from << ".." << r->u.ifReg.to << " n " << r->u.ifReg.nrOfElements << " ["
-          << r->u.ifReg.index << "] = " << r->u.ifReg.value;
-        break;
-    case REG_FORMAT_DOUBLEFIELD:
-        o << "DOUBLEFIELD " << r->u.dfReg.from << ".." << r->u.dfReg.to << " n " << r->u.dfReg.nrOfElements << " ["
-          << r->u.dfReg.index << "] = " << r->u.dfReg.value;
-        break;
-    case REG_FORMAT_STRING:
-        o << "STRING " << text(r->u.sReg.string) << " ext " << text(r->u.sReg.FileExtension) << " len "
-          << r->u.sReg.strLen;
-        break;
-    default:
-        o << "format " << r->format;
-    }
-    return o.str();
-}
+using orvtest::textOf;
+std::string describe(const RegisterInfo* r) { return orvtest::recordText(r); }
 
 class RegistryTest : public ::testing::Test {
 protected:
@@ -261,8 +214,8 @@ TEST_F(RegistryTest, EnumEntriesStartEmptyAndAreFilledOneByOne)
     EXPECT_EQ(REG_FORMAT_ENUM, e->format);
     ASSERT_EQ(3, e->u.eReg.nrOfElements);
     auto entry = [e](int i) {
-        return text(e->u.eReg.enumNames[i]) + " " + std::to_string(e->u.eReg.enumValues[i]) + " " +
-               text(e->u.eReg.enumDefName[i]);
+        return textOf(e->u.eReg.enumNames[i]) + " " + std::to_string(e->u.eReg.enumValues[i]) + " " +
+               textOf(e->u.eReg.enumDefName[i]);
     };
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ("null 0 null", entry(i));

@@ -169,30 +169,16 @@ TEST(Soak, OpenCloseThroughTheRuntimeInEveryVariant) {
 TEST(Soak, StdEntryAndFreeGrabberDirectlyAlsoWhenInitialisationFails) {
     AppletLibrary lib;
     ASSERT_TRUE(lib.ok());
-    auto stdEntry = lib.fn<decltype(&::Std_entry)>("Std_entry");
-    auto freeGrabber = lib.fn<int (*)(Fg_Struct*)>("Fg_FreeGrabber");
-    ASSERT_NE(nullptr, stdEntry);
-    ASSERT_NE(nullptr, freeGrabber);
-
     auto cycle = [&](int flags, bool failInit) {
-        QORdevice* dev = SimBoard_CreateDevice(0);
-        ASSERT_NE(nullptr, dev);
-        SimBoard_FailInit(dev, failInit ? -777 : 0);
-        int status = 12345;
-        Fg_Struct fg{nullptr};
-        fg.Master = stdEntry(dev, &status, flags);
-        if (failInit) {
-            EXPECT_EQ(nullptr, fg.Master);
-            EXPECT_EQ(-777, status);
-        } else {
-            EXPECT_NE(nullptr, fg.Master);
-            EXPECT_EQ(0, status);
-            if (fg.Master) {
-                EXPECT_EQ(0, freeGrabber(&fg));
-            }
-            EXPECT_EQ(nullptr, fg.Master);
+        DirectBoard d(lib);
+        ASSERT_TRUE(d.ok());
+        SimBoard_FailInit(d.dev, failInit ? -777 : 0);
+        EXPECT_EQ(failInit, d.open(flags) == nullptr);
+        EXPECT_EQ(failInit ? -777 : 0, d.status);
+        if (d.fg.Master) {
+            EXPECT_EQ(0, d.freeGrabber(&d.fg));
         }
-        SimBoard_DestroyDevice(dev);
+        EXPECT_EQ(nullptr, d.fg.Master);
     };
 
     const int n = cycles(60);
