@@ -13,6 +13,7 @@
 #include <cfloat>
 #include <cstring>
 
+#include "fg_param_ids.h"
 #include "host_internal.h"
 
 namespace simhost {
@@ -37,7 +38,7 @@ struct Builder {
         r->index = nextIndex++;
         r->name = str(name);
         r->parameterName = str(parameterName);
-        r->accessFlags = 7;
+        r->accessFlags = FG_PARAM_ACCESS_READ_WRITE;
         r->rangeFlags = 1;
         r->visibilityFlags = 1;
         r->unit = str("");
