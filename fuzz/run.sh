@@ -149,15 +149,17 @@ report_coverage() {
     fi
 }
 
+# The program of a fuzz target, or a message when it is not built.
+built() {
+    local exe="$build/fuzz/fuzz_$1"
+    [ -x "$exe" ] || { echo "fuzz: $exe not built" >&2; return 1; }
+    echo "$exe"
+}
+
 if [ "$coverage" -eq 1 ]; then
     status=0
     for name in $targets; do
-        exe="$build/fuzz/fuzz_$name"
-        if [ ! -x "$exe" ]; then
-            echo "fuzz: $exe not built" >&2
-            status=1
-            continue
-        fi
+        exe=$(built "$name") || { status=1; continue; }
         report_coverage "$name" "$exe" || status=1
     done
     echo "fuzz: reports and annotated sources in $build/fuzz/coverage/"
@@ -169,12 +171,7 @@ total_execs=0
 total_findings=0
 summary=""
 for name in $targets; do
-    exe="$build/fuzz/fuzz_$name"
-    if [ ! -x "$exe" ]; then
-        echo "fuzz: $exe not built" >&2
-        status=1
-        continue
-    fi
+    exe=$(built "$name") || { status=1; continue; }
     work="$build/fuzz/work/$name"
     rm -rf "$work"
     mkdir -p "$work/corpus" "$work/artifacts" "$work/run"
