@@ -118,6 +118,72 @@ bool imageTypeOf(const std::string& name, ImageType* type) {
 
 const char* imageTypeName(ImageType type) { return type == ImageType::Png ? "PNG" : "PGM"; }
 
+namespace {
+
+// Walks the pattern: literal text to `out`, the number directive through
+// `number`; false at a directive that is not allowed.
+bool expand(const std::string& pattern, uint64_t number, std::string* out, int* directives) {
+    *directives = 0;
+    for (size_t i = 0; i < pattern.size(); ++i) {
+        if (pattern[i] != '%') {
+            out->push_back(pattern[i]);
+            continue;
+        }
+        if (++i < pattern.size() && pattern[i] == '%') {
+            out->push_back('%');
+            continue;
+        }
+        const bool zero = i < pattern.size() && pattern[i] == '0';
+        if (zero) ++i;
+        size_t width = 0, digits = 0;
+        while (i < pattern.size() && std::isdigit(static_cast<unsigned char>(pattern[i])) && digits < 3) {
+            width = width * 10 + static_cast<size_t>(pattern[i++] - '0');
+            ++digits;
+        }
+        if (i >= pattern.size() || pattern[i] != 'd' || width > 19) return false;
+        ++*directives;
+        const std::string n = std::to_string(number);
+        if (n.size() < width) out->append(width - n.size(), zero ? '0' : ' ');
+        *out += n;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool checkImageName(const std::string& pattern, std::string* why) {
+    std::string name;
+    int directives = 0;
+    if (!expand(pattern, 1, &name, &directives) || directives > 1) {
+        *why = "'" + visible(shorten(pattern)) +
+               "': a name may hold one number directive, %d or %0Nd such as frame-%04d.pgm (%% for a percent sign)";
+        return false;
+    }
+    ImageType type;
+    if (!imageTypeOf(name, &type)) {
+        *why = "'" + visible(shorten(pattern)) + "': the name must end in .pgm or .png";
+        return false;
+    }
+    if (type == ImageType::Png && !pngAvailable()) {
+        *why = "'" + visible(shorten(pattern)) + "': this build of appletctl writes no PNG (write .pgm)";
+        return false;
+    }
+    return true;
+}
+
+bool hasNumberDirective(const std::string& pattern) {
+    std::string name;
+    int directives = 0;
+    return expand(pattern, 0, &name, &directives) && directives > 0;
+}
+
+std::string imageFileName(const std::string& pattern, uint64_t number) {
+    std::string name;
+    int directives = 0;
+    expand(pattern, number, &name, &directives);
+    return name;
+}
+
 ImageWriter::ImageWriter() = default;
 ImageWriter::~ImageWriter() { discard(); }
 

@@ -42,6 +42,15 @@ bool pngAvailable();
 bool imageTypeOf(const std::string& name, ImageType* type);
 const char* imageTypeName(ImageType type);  // "PGM", "PNG"
 
+// Names of numbered images: a pattern holds at most one number directive,
+// %d or %0Nd with N up to 19 ("frame-%04d.pgm"), and %% for a percent sign.
+// False with the reason when the pattern has any other directive or its
+// type is neither PGM nor, in builds with libpng, PNG.
+bool checkImageName(const std::string& pattern, std::string* why);
+bool hasNumberDirective(const std::string& pattern);
+// The name for `number` (a pattern without directive stays as it is).
+std::string imageFileName(const std::string& pattern, uint64_t number);
+
 // One image written row by row, so that a tall image need not be held in
 // memory.
 class ImageWriter {
