@@ -1106,6 +1106,7 @@ TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
         Outcome r = run(args);
         EXPECT_RUN(r, 0);
         EXPECT_TRUE(contains(r.out, "port " + std::to_string(g.port) + ": " + std::to_string(g.frames) + " frames")) << r.out;
+        EXPECT_EQ("", r.err) << "no progress line when standard error is no terminal";
         const uint32_t files = g.strip ? 1 : g.frames, rows = g.strip ? kHeight * g.frames : kHeight;
         const uint32_t depth = png ? (formatBits(g) > 8 ? 16 : 8) : formatBits(g);
         for (uint32_t k = 1; k <= files; ++k) {
@@ -1175,6 +1176,41 @@ TEST(ToolGrab, LostFramesAndFailedWritesFailTheCommand) {
     r = run({"grab", "-o", "grab_no_such_dir/frame.pgm"});
     EXPECT_RUN(r, 1);
     EXPECT_TRUE(contains(r.err, "cannot write 'grab_no_such_dir/frame.pgm': No such file or directory")) << r.err;
+}
+
+TEST(ToolGrab, ProgressLineOnATerminal) {
+    int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(0, grantpt(master));
+    ASSERT_EQ(0, unlockpt(master));
+    const std::string slave = ptsname(master);
+    posix_spawn_file_actions_t fa;
+    posix_spawn_file_actions_init(&fa);
+    posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&fa, 2, slave.c_str(), O_RDWR, 0);
+    std::vector<std::string> args = {tool(), "set", "FG_HEIGHT=8", "grab", "-n", "3", "-o", "grab_tty-%d.pgm"};
+    std::vector<char*> argv;
+    for (std::string& a : args) argv.push_back(&a[0]);
+    argv.push_back(nullptr);
+    pid_t pid = 0;
+    ASSERT_EQ(0, posix_spawn(&pid, argv[0], &fa, nullptr, argv.data(), environ));
+    posix_spawn_file_actions_destroy(&fa);
+    std::string shown;
+    char buf[256];
+    int st = 0;
+    fcntl(master, F_SETFL, O_NONBLOCK);
+    for (;;) {
+        const ssize_t n = read(master, buf, sizeof buf);
+        if (n > 0) shown.append(buf, static_cast<size_t>(n));
+        else if (waitpid(pid, &st, WNOHANG) != 0) break;
+        else usleep(1000);
+    }
+    close(master);
+    ASSERT_TRUE(WIFEXITED(st));
+    EXPECT_EQ(0, WEXITSTATUS(st));
+    EXPECT_TRUE(contains(shown, "grab: 3/3 frames")) << shown;
+    EXPECT_TRUE(contains(shown, " fps ")) << shown;
+    EXPECT_TRUE(contains(shown, " MB/s  0 lost")) << shown;
 }
 
 TEST(ToolGrab, OptionErrorsRunNothing) {

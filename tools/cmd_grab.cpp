@@ -171,7 +171,7 @@ Status cmdGrab(Session& s, const Command& c) {
     // bounded amount of memory.
     uint64_t buffers = number(c, "--buffers", 0);
     if (buffers == 0) {
-        buffers = std::min<uint64_t>(frames, std::max<uint64_t>(4, kRingBytes / frameBytes));
+        buffers = std::min<uint64_t>(frames, std::max<uint64_t>(2, kRingBytes / frameBytes));
     }
     buffers = std::min<uint64_t>(buffers, kMaxBuffers);
     Acquisition acq;
