@@ -121,6 +121,18 @@ std::string framePattern(const std::string& name, bool several) {
     return escaped.substr(0, dot) + "-%04d" + escaped.substr(dot);
 }
 
+// The answers of the acquisition calls, with the meanings of the codes only
+// they give.
+std::string acquisitionError(int code) {
+    if (errorMeaning(code)) return errorText(code);
+    switch (code) {
+    case -500: return std::to_string(code) + " not enough memory";
+    case SIM_ERR_BUSY: return std::to_string(code) + " the channel or its buffers are in use by another acquisition";
+    case SIM_ERR_TIMEOUT: return std::to_string(code) + " time-out";
+    default: return errorText(code);
+    }
+}
+
 uint64_t number(const Command& c, const char* option, uint64_t fallback) {
     const std::string* v = c.option(option);
     uint64_t n = fallback;
@@ -147,7 +159,10 @@ Status cmdGrab(Session& s, const Command& c) {
 
     FgFrameFormat f = {};
     int rc = Fg_getFrameFormatEx(fg, port, &f);
-    if (rc != 0) return s.fail(c, rc, ": cannot read the frame format of port " + std::to_string(port));
+    if (rc != 0) {
+        err(where, acquisitionError(rc) + ": cannot read the frame format of port " + std::to_string(port));
+        return kFailed;
+    }
     PixelLayout layout;
     layout.bitsPerPixel = f.bitsPerPixel;
     layout.bytesPerPixel = f.bytesPerPixel;
@@ -178,11 +193,19 @@ Status cmdGrab(Session& s, const Command& c) {
     acq.fg = fg;
     acq.port = port;
     acq.ring = Fg_AllocRingEx(fg, static_cast<size_t>(frameBytes), static_cast<frameindex_t>(buffers));
-    if (!acq.ring)
-        return s.fail(c, Fg_getLastErrorNumber(nullptr),
-                      ": cannot allocate " + std::to_string(buffers) + " frame buffers of " + bytesText(frameBytes));
+    if (!acq.ring) {
+        const int why = Fg_getLastErrorNumber(nullptr);
+        err(where, (why == FG_ERR_INVALID_PARAMETER ? std::to_string(why) + " more buffers or memory than the runtime allows"
+                                                    : acquisitionError(why)) +
+                       ": cannot allocate " + std::to_string(buffers) +
+                       " frame buffers of " + bytesText(frameBytes));
+        return kFailed;
+    }
     rc = Fg_AcquireEx(fg, port, static_cast<frameindex_t>(frames), 0, acq.ring);
-    if (rc != 0) return s.fail(c, rc, ": cannot start the acquisition on port " + std::to_string(port));
+    if (rc != 0) {
+        err(where, acquisitionError(rc) + ": cannot start the acquisition on port " + std::to_string(port));
+        return kFailed;
+    }
     acq.running = true;
 
     StopSignals signals;
@@ -202,7 +225,7 @@ Status cmdGrab(Session& s, const Command& c) {
             const uint32_t one = 1;
             rc = Fg_setParameterWithType(fg, triggerId, &one, static_cast<unsigned>(port), FG_PARAM_TYPE_UINT32_T);
             if (rc != 0) {
-                failure = errorText(rc) + ": the software trigger for picture " + std::to_string(p) + " was refused";
+                failure = acquisitionError(rc) + ": the software trigger for picture " + std::to_string(p) + " was refused";
                 break;
             }
         }
@@ -225,7 +248,7 @@ Status cmdGrab(Session& s, const Command& c) {
                       (trigger ? std::string()
                                : "; a triggered port waits for its trigger (--software-trigger sends one per frame)");
         } else if (last < 0) {
-            failure = errorText(last) + ": waiting for picture " + std::to_string(p) + " failed";
+            failure = acquisitionError(last) + ": waiting for picture " + std::to_string(p) + " failed";
         }
         if (!failure.empty()) break;
         const frameindex_t got = Fg_copyPictureEx(fg, p, port, frame.data(), frame.size(), acq.ring);
