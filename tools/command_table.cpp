@@ -114,7 +114,7 @@ const std::vector<CommandSpec>& commandTable() {
          "name without %d gets -%04d before its extension when there are several frames), or with --strip all "
          "frames stacked into one tall image, as a line-scan camera's continuous picture. The region, format and "
          "trigger are set beforehand with set or load.\n\n"
-         "The type follows the name: .pgm (binary PGM for every bit depth, maxval 2^bits - 1, each pixel's value "
+         "The type follows the name: .pgm (binary PGM for every bit depth, maxval 2^bits-1, each pixel's value "
          "as delivered; left-aligned 10- and 12-bit pixels are shifted back, so a 10-bit pixel reads 0..1023) or "
          ".png (8-bit grayscale, or 16-bit grayscale for 10, 12 and 16 bits with the values scaled to the full "
          "16 bits and the significant bits recorded; the 32-bit build writes no PNG and says so). Every file is "
