@@ -79,6 +79,7 @@ struct Acquisition {
 class Progress {
 public:
     explicit Progress(uint64_t total) : on_(isatty(2) == 1), total_(total), start_(Clock::now()) {}
+    // `bytes`: the frames' image data (what the board delivered), not the files.
     void show(uint64_t frames, uint64_t bytes, uint64_t lost, bool force = false) {
         if (!on_) return;
         const double t = secondsSince(start_);
@@ -218,7 +219,7 @@ Status cmdGrab(Session& s, const Command& c) {
         err(where, stripFile.error());
         return kFailed;
     }
-    uint64_t written = 0, bytes = 0, lostHere = 0;
+    uint64_t written = 0, bytes = 0, fileBytes = 0, lostHere = 0;
     std::string failure, firstName, lastName;
     for (frameindex_t p = 1; p <= static_cast<frameindex_t>(frames) && failure.empty(); ++p) {
         if (trigger) {
@@ -259,7 +260,6 @@ Status cmdGrab(Session& s, const Command& c) {
         }
         if (strip) {
             if (!stripFile.writeRows(frame.data(), f.height)) failure = stripFile.error();
-            bytes += frameBytes;
         } else {
             const std::string name = imageFileName(pattern, static_cast<uint64_t>(p));
             ImageWriter w;
@@ -268,11 +268,12 @@ Status cmdGrab(Session& s, const Command& c) {
                 failure = w.error();
                 break;
             }
-            bytes += w.written();
+            fileBytes += w.written();
             if (firstName.empty()) firstName = name;
             lastName = name;
         }
         ++written;
+        bytes += frameBytes;
         const frameindex_t lost = Fg_getStatusEx(fg, SIM_STATUS_LOST, 0, static_cast<unsigned>(port), acq.ring);
         progress.show(written, bytes, std::max<uint64_t>(lostHere, lost > 0 ? uint64_t(lost) : 0));
     }
@@ -283,7 +284,7 @@ Status cmdGrab(Session& s, const Command& c) {
     const double seconds = secondsSince(start);
     if (strip && failure.empty()) {
         if (stripFile.commit()) {
-            bytes = stripFile.written();
+            fileBytes = stripFile.written();
             firstName = lastName = stripName;
         } else {
             failure = stripFile.error();
@@ -299,11 +300,12 @@ Status cmdGrab(Session& s, const Command& c) {
                               std::to_string(f.bitsPerPixel) + " bits";
     std::string files = visible(firstName);
     if (!strip && written > 1) files += " .. " + visible(lastName);
+    const std::string rate = seconds > 0 ? fixed(written / seconds, 1) + " fps, " + fixed(bytes / seconds / 1e6, 1) + " MB/s"
+                                         : std::string("-");
     out("port " + std::to_string(port) + ": " + std::to_string(written) + (written == 1 ? " frame" : " frames") +
         " of " + shape + (strip ? " as one strip of " + std::to_string(uint64_t(f.height) * written) + " lines" : "") +
-        " -> " + (written ? files : std::string("no file")) + " (" + imageTypeName(type) + ", " + bytesText(bytes) + ", " +
-        fixed(seconds, 2) + " s, " + fixed(seconds > 0 ? written / seconds : 0, 1) + " fps, " +
-        fixed(seconds > 0 ? bytes / seconds / 1e6 : 0, 1) + " MB/s)\n");
+        " -> " + (written ? files : std::string("no file")) + " (" + imageTypeName(type) + ", " +
+        bytesText(fileBytes) + "; " + fixed(seconds, 2) + " s, " + rate + ")\n");
     if (lost > 0) {
         err(where, std::to_string(lost) + (lost == 1 ? " frame" : " frames") + " lost: the board overwrote " +
                        (lost == 1 ? "it" : "them") + " before " + (lost == 1 ? "it was" : "they were") +

@@ -75,7 +75,10 @@ struct ImageWriter::Png {
     bool start(uint32_t width, uint32_t height, int depth, int significant) {
         if (setjmp(png_jmpbuf(png))) return false;
         png_set_write_fn(png, this, onWrite, onFlush);
-        png_set_compression_level(png, 1);  // grabbing is about speed
+        // Grabbing is about speed: the fastest compression, one filter
+        // instead of trying all five on every row.
+        png_set_compression_level(png, 1);
+        png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
         png_set_IHDR(png, info, width, height, depth, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                      PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
         png_color_8 bits;
