@@ -196,10 +196,10 @@ Status cmdGrab(Session& s, const Command& c) {
     acq.ring = Fg_AllocRingEx(fg, static_cast<size_t>(frameBytes), static_cast<frameindex_t>(buffers));
     if (!acq.ring) {
         const int why = Fg_getLastErrorNumber(nullptr);
-        err(where, (why == FG_ERR_INVALID_PARAMETER ? std::to_string(why) + " more buffers or memory than the runtime allows"
-                                                    : acquisitionError(why)) +
-                       ": cannot allocate " + std::to_string(buffers) +
-                       " frame buffers of " + bytesText(frameBytes));
+        err(where,
+            (why == FG_ERR_INVALID_PARAMETER ? std::to_string(why) + " more buffers or memory than the runtime allows"
+                                             : acquisitionError(why)) +
+                ": cannot allocate " + std::to_string(buffers) + " frame buffers of " + bytesText(frameBytes));
         return kFailed;
     }
     rc = Fg_AcquireEx(fg, port, static_cast<frameindex_t>(frames), 0, acq.ring);
@@ -226,7 +226,8 @@ Status cmdGrab(Session& s, const Command& c) {
             const uint32_t one = 1;
             rc = Fg_setParameterWithType(fg, triggerId, &one, static_cast<unsigned>(port), FG_PARAM_TYPE_UINT32_T);
             if (rc != 0) {
-                failure = acquisitionError(rc) + ": the software trigger for picture " + std::to_string(p) + " was refused";
+                failure =
+                    acquisitionError(rc) + ": the software trigger for picture " + std::to_string(p) + " was refused";
                 break;
             }
         }
@@ -263,8 +264,7 @@ Status cmdGrab(Session& s, const Command& c) {
         } else {
             const std::string name = imageFileName(pattern, static_cast<uint64_t>(p));
             ImageWriter w;
-            if (!w.open(name, type, layout, f.width, f.height) || !w.writeRows(frame.data(), f.height) ||
-                !w.commit()) {
+            if (!w.open(name, type, layout, f.width, f.height) || !w.writeRows(frame.data(), f.height) || !w.commit()) {
                 failure = w.error();
                 break;
             }
@@ -300,12 +300,13 @@ Status cmdGrab(Session& s, const Command& c) {
                               std::to_string(f.bitsPerPixel) + " bits";
     std::string files = visible(firstName);
     if (!strip && written > 1) files += " .. " + visible(lastName);
-    const std::string rate = seconds > 0 ? fixed(written / seconds, 1) + " fps, " + fixed(bytes / seconds / 1e6, 1) + " MB/s"
-                                         : std::string("-");
+    const std::string rate = seconds > 0
+                                 ? fixed(written / seconds, 1) + " fps, " + fixed(bytes / seconds / 1e6, 1) + " MB/s"
+                                 : std::string("-");
     out("port " + std::to_string(port) + ": " + std::to_string(written) + (written == 1 ? " frame" : " frames") +
         " of " + shape + (strip ? " as one strip of " + std::to_string(uint64_t(f.height) * written) + " lines" : "") +
-        " -> " + (written ? files : std::string("no file")) + " (" + imageTypeName(type) + ", " +
-        bytesText(fileBytes) + "; " + fixed(seconds, 2) + " s, " + rate + ")\n");
+        " -> " + (written ? files : std::string("no file")) + " (" + imageTypeName(type) + ", " + bytesText(fileBytes) +
+        "; " + fixed(seconds, 2) + " s, " + rate + ")\n");
     if (lost > 0) {
         err(where, std::to_string(lost) + (lost == 1 ? " frame" : " frames") + " lost: the board overwrote " +
                        (lost == 1 ? "it" : "them") + " before " + (lost == 1 ? "it was" : "they were") +

@@ -113,9 +113,12 @@ bool pngAvailable() {
 
 bool imageTypeOf(const std::string& name, ImageType* type) {
     const std::string l = lower(name);
-    if (endsWith(l, ".pgm")) *type = ImageType::Pgm;
-    else if (endsWith(l, ".png")) *type = ImageType::Png;
-    else return false;
+    if (endsWith(l, ".pgm"))
+        *type = ImageType::Pgm;
+    else if (endsWith(l, ".png"))
+        *type = ImageType::Png;
+    else
+        return false;
     return true;
 }
 
@@ -234,8 +237,8 @@ bool ImageWriter::open(const std::string& path, ImageType type, const PixelLayou
         return fail("cannot write " + name + ": " + std::to_string(layout.bitsPerPixel) + " bits in " +
                     std::to_string(layout.bytesPerPixel) + " bytes per pixel is no pixel format of an image file");
     if (width == 0 || height == 0 || width > kMaxSide || height > kMaxSide)
-        return fail("cannot write " + name + ": an image of " + std::to_string(width) + " x " +
-                    std::to_string(height) + " pixels");
+        return fail("cannot write " + name + ": an image of " + std::to_string(width) + " x " + std::to_string(height) +
+                    " pixels");
     if (type == ImageType::Png && !pngAvailable())
         return fail("cannot write " + name + ": this build of appletctl writes no PNG (write .pgm)");
     if (static_cast<uint64_t>(width) * layout.bytesPerPixel > SIZE_MAX / 2)
@@ -304,8 +307,8 @@ bool ImageWriter::commit() {
     return true;
 }
 
-bool writeImageFile(const std::string& path, ImageType type, const PixelLayout& layout, uint32_t width,
-                    uint32_t height, const void* pixels, std::string* error) {
+bool writeImageFile(const std::string& path, ImageType type, const PixelLayout& layout, uint32_t width, uint32_t height,
+                    const void* pixels, std::string* error) {
     ImageWriter w;
     if (w.open(path, type, layout, width, height) && w.writeRows(pixels, height) && w.commit()) return true;
     if (error) *error = w.error();

@@ -62,8 +62,7 @@ public:
 
     // Starts `path` for an image of width x height pixels; false with error()
     // set (a layout or size the type cannot hold, PNG not built, the file).
-    bool open(const std::string& path, ImageType type, const PixelLayout& layout, uint32_t width,
-              uint32_t height);
+    bool open(const std::string& path, ImageType type, const PixelLayout& layout, uint32_t width, uint32_t height);
     // Appends `count` rows (count * width * bytesPerPixel bytes); false with
     // error() set, also for rows beyond the height given to open().
     bool writeRows(const void* rows, uint32_t count);
@@ -95,8 +94,8 @@ private:
 };
 
 // A whole image at once: width * height pixels at `pixels`.
-bool writeImageFile(const std::string& path, ImageType type, const PixelLayout& layout, uint32_t width,
-                    uint32_t height, const void* pixels, std::string* error);
+bool writeImageFile(const std::string& path, ImageType type, const PixelLayout& layout, uint32_t width, uint32_t height,
+                    const void* pixels, std::string* error);
 
 }  // namespace appletctl
 
