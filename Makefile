@@ -7,7 +7,7 @@ JOBS ?= 2
 # file and lintian: the Debian packages and their check; man-db and
 # groff-base: the manual page's check; clang-format: the source format check).
 PACKAGES := cmake make g++ g++-multilib googletest libbenchmark-dev libboost-dev \
-            libxml2-utils aravis-tools libaravis-dev libusb-1.0-0-dev pkg-config valgrind \
+            libxml2-utils libpng-dev aravis-tools libaravis-dev libusb-1.0-0-dev pkg-config valgrind \
             dpkg-dev file lintian man-db groff-base clang-format
 # Parallel build and test jobs, read by cmake --build and ctest.
 export CMAKE_BUILD_PARALLEL_LEVEL ?= $(JOBS)

@@ -8,6 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
+#include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +19,10 @@
 #include <vector>
 
 #include "test_files.h"
+
+#ifdef TEST_HAVE_PNG
+#include <png.h>
+#endif
 
 extern char** environ;
 
@@ -135,7 +141,7 @@ bool validUtf8(const std::string& s) {
 // ---- help and usage errors --------------------------------------------------
 
 const char* const kCommandWords[] = {"info", "list", "get", "set", "describe", "reset", "diff", "check",
-                                     "xml",  "save", "load", "lut", "help"};
+                                     "xml",  "save", "load", "lut", "grab", "help"};
 
 TEST(ToolUsage, HelpOfTheToolNamesEveryCommandAndTheExitStatus) {
     for (const char* flag : {"--help", "-h"}) {
@@ -920,6 +926,319 @@ TEST(ToolRobustness, OddInputNeverCrashes) {
     Outcome r = run({"-k", "-"}, noise);
     ASSERT_TRUE(r.exited);
     EXPECT_TRUE(r.status == 1 || r.status == 2) << r.status;
+}
+
+}  // namespace
+
+// ---- grab ------------------------------------------------------------------------------
+
+namespace {
+
+// A decoded image file: its size, its bit depth (PGM: from maxval; PNG: the
+// sample depth) and every sample.
+struct Decoded {
+    bool ok = false;
+    std::string why;
+    uint32_t width = 0, height = 0, maxval = 0, depth = 0;
+    std::vector<uint32_t> samples;
+};
+
+Decoded readPgm(const std::string& path) {
+    Decoded d;
+    const std::string f = readFile(path);
+    size_t pos = 0;
+    auto number = [&](uint32_t* v) {
+        while (pos < f.size() && std::isspace(static_cast<unsigned char>(f[pos]))) ++pos;
+        if (pos >= f.size() || !std::isdigit(static_cast<unsigned char>(f[pos]))) return false;
+        *v = 0;
+        while (pos < f.size() && std::isdigit(static_cast<unsigned char>(f[pos]))) *v = *v * 10 + (f[pos++] - '0');
+        return true;
+    };
+    if (f.compare(0, 2, "P5") != 0) return d.why = path + ": no binary PGM", d;
+    pos = 2;
+    if (!number(&d.width) || !number(&d.height) || !number(&d.maxval) || d.maxval == 0 || d.maxval > 65535)
+        return d.why = path + ": bad header", d;
+    ++pos;  // the one whitespace before the samples
+    const size_t bytes = d.maxval > 255 ? 2 : 1, n = size_t(d.width) * d.height;
+    if (f.size() - pos != n * bytes) return d.why = path + ": " + std::to_string(f.size() - pos) + " sample bytes", d;
+    for (size_t i = 0; i < n; ++i) {
+        const unsigned char* p = reinterpret_cast<const unsigned char*>(f.data() + pos + i * bytes);
+        d.samples.push_back(bytes == 1 ? p[0] : uint32_t(p[0]) << 8 | p[1]);
+    }
+    while ((1u << d.depth) - 1 < d.maxval) ++d.depth;
+    d.ok = true;
+    return d;
+}
+
+#ifdef TEST_HAVE_PNG
+struct PngInput {
+    std::string bytes;
+    size_t pos = 0;
+};
+
+void pngFailed(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+void pngRead(png_structp png, png_bytep to, size_t n) {
+    PngInput* in = static_cast<PngInput*>(png_get_io_ptr(png));
+    if (n > in->bytes.size() - in->pos) png_error(png, "truncated");
+    std::memcpy(to, in->bytes.data() + in->pos, n);
+    in->pos += n;
+}
+
+Decoded readPng(const std::string& path) {
+    Decoded d;
+    PngInput in;
+    in.bytes = readFile(path);
+    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, pngFailed, nullptr);
+    png_infop info = png_create_info_struct(png);
+    std::vector<png_byte> row;
+    if (setjmp(png_jmpbuf(png))) {
+        d.why = path + ": not a PNG libpng reads";
+    } else {
+        png_set_read_fn(png, &in, pngRead);
+        png_read_info(png, info);
+        d.width = png_get_image_width(png, info);
+        d.height = png_get_image_height(png, info);
+        d.depth = png_get_bit_depth(png, info);
+        d.maxval = (1u << d.depth) - 1;
+        if (png_get_color_type(png, info) != PNG_COLOR_TYPE_GRAY) png_error(png, "not grayscale");
+        row.resize(png_get_rowbytes(png, info));
+        for (uint32_t y = 0; y < d.height; ++y) {
+            png_read_row(png, row.data(), nullptr);
+            for (uint32_t x = 0; x < d.width; ++x)
+                d.samples.push_back(d.depth == 16 ? uint32_t(row[2 * x]) << 8 | row[2 * x + 1] : row[x]);
+        }
+        png_read_end(png, nullptr);
+        d.ok = true;
+    }
+    png_destroy_read_struct(&png, &info, nullptr);
+    return d;
+}
+#endif
+
+Decoded readImage(const std::string& path) {
+#ifdef TEST_HAVE_PNG
+    if (path.size() > 4 && path.compare(path.size() - 4, 4, ".png") == 0) return readPng(path);
+#endif
+    return readPgm(path);
+}
+
+// What the test sets through the SDK: the camera simulator's pattern, the
+// camera depth, the region and the output format; the processing table is
+// the identity (gain 1, gamma 1, offset 0).
+struct GrabCase {
+    const char* name;
+    unsigned port;
+    uint32_t pixelFormat;  // Mono8 257, Mono10 258, Mono12 259
+    uint32_t format;       // FG_GRAY 3, FG_GRAY10 21, FG_GRAY12 22, FG_GRAY16 1
+    uint32_t alignment;    // right 0, left 1
+    uint32_t pattern;      // horizontal 1, vertical 2, diagonal 3
+    const char* type;      // ".pgm", ".png"
+    bool strip;
+    uint32_t frames;
+};
+
+const uint32_t kSimWidth = 96, kSimHeight = 8, kOffset = 200, kWidth = 64, kHeight = 8;
+
+// The value of the 12-bit path at picture `pic` (from 1), region row and
+// column: the simulator's counter (rolling one step per generated frame) as a
+// pixel of the camera's depth at the top of the 12 bits.
+uint32_t pathValue(const GrabCase& g, uint32_t pic, uint32_t row, uint32_t x) {
+    if (x >= kSimWidth) return 0;
+    const uint32_t depth = g.pixelFormat == 259 ? 12 : g.pixelFormat == 258 ? 10 : 8;
+    const uint64_t line = uint64_t(pic - 1) * kHeight + row, frame = line / kSimHeight, y = line % kSimHeight;
+    const uint64_t c = (g.pattern != 2 ? x : 0) + (g.pattern != 1 ? y % 256 : 0) + kOffset + frame % 256;
+    return static_cast<uint32_t>((c & ((1u << depth) - 1)) << (12 - depth));
+}
+
+// The bits of the delivered pixels and the value a file holds for a pixel:
+// PGM the value as the format carries it, PNG 16-bit that value scaled to 16 bits.
+uint32_t formatBits(const GrabCase& g) { return g.format == 3 ? 8 : g.format == 21 ? 10 : g.format == 22 ? 12 : 16; }
+uint32_t fileValue(const GrabCase& g, uint32_t v, bool png) {
+    const uint32_t bits = formatBits(g);
+    const uint32_t value = bits == 8 ? v >> 4 : bits == 10 ? v >> 2 : bits == 12 ? v : v << (g.alignment ? 4 : 0);
+    return png && bits > 8 ? value << (16 - bits) : value;
+}
+
+std::vector<std::string> programArgs(const GrabCase& g) {
+    const std::string at = "@" + std::to_string(g.port);
+    std::vector<std::string> a;
+    for (const std::string& s : std::vector<std::string>{"FG_CAMERASIMULATOR_ENABLE=1", "FG_CAMERASIMULATOR_WIDTH=" + std::to_string(kSimWidth),
+          "FG_CAMERASIMULATOR_HEIGHT=" + std::to_string(kSimHeight), "FG_CAMERASIMULATOR_PATTERN=" + std::to_string(g.pattern),
+          "FG_CAMERASIMULATOR_PATTERN_OFFSET=" + std::to_string(kOffset), "FG_CAMERASIMULATOR_ROLL=1",
+          "FG_PIXELFORMAT=" + std::to_string(g.pixelFormat), "FG_WIDTH=" + std::to_string(kWidth),
+          "FG_HEIGHT=" + std::to_string(kHeight), "FG_FORMAT=" + std::to_string(g.format),
+          "FG_BITALIGNMENT=" + std::to_string(g.alignment)}) {
+        a.push_back("set");
+        a.push_back(s + at);
+    }
+    return a;
+}
+
+TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
+    const GrabCase cases[] = {
+        {"gray8", 0, 257, 3, 1, 3, ".pgm", false, 3},
+        {"gray10-right", 0, 258, 21, 0, 3, ".pgm", false, 2},
+        {"gray10-left", 0, 258, 21, 1, 3, ".png", false, 2},
+        {"gray12-left", 1, 259, 22, 1, 1, ".pgm", false, 2},
+        {"gray16-right", 0, 259, 1, 0, 3, ".png", false, 2},
+        {"gray16-left-strip", 0, 257, 1, 1, 3, ".pgm", true, 4},
+        {"gray8-strip", 1, 257, 3, 0, 2, ".png", true, 3},
+    };
+    for (const GrabCase& g : cases) {
+        SCOPED_TRACE(g.name);
+        const std::string base = std::string("grab_") + g.name;
+        const std::string pattern = base + (g.strip ? "" : "-%03d") + g.type;
+        std::vector<std::string> args = programArgs(g);
+        for (const char* a : {"grab", "--port", "", "-n", "", "-o", ""}) args.push_back(a);
+        args[args.size() - 5] = std::to_string(g.port);
+        args[args.size() - 3] = std::to_string(g.frames);
+        args.back() = pattern;
+        if (g.strip) args.push_back("--strip");
+        const bool png = std::string(g.type) == ".png";
+#ifndef TEST_HAVE_PNG
+        if (png) {
+            Outcome r = run(args);
+            EXPECT_RUN(r, 2);
+            EXPECT_TRUE(contains(r.err, "writes no PNG")) << r.err;
+            continue;
+        }
+#endif
+        Outcome r = run(args);
+        EXPECT_RUN(r, 0);
+        EXPECT_TRUE(contains(r.out, "port " + std::to_string(g.port) + ": " + std::to_string(g.frames) + " frames")) << r.out;
+        EXPECT_EQ("", r.err) << "no progress line when standard error is no terminal";
+        const uint32_t files = g.strip ? 1 : g.frames, rows = g.strip ? kHeight * g.frames : kHeight;
+        const uint32_t depth = png ? (formatBits(g) > 8 ? 16 : 8) : formatBits(g);
+        for (uint32_t k = 1; k <= files; ++k) {
+            char name[128];
+            std::snprintf(name, sizeof name, "%s-%03u%s", base.c_str(), k, g.type);
+            const std::string path = g.strip ? base + g.type : name;
+            const Decoded d = readImage(path);
+            ASSERT_TRUE(d.ok) << d.why;
+            EXPECT_EQ(kWidth, d.width);
+            ASSERT_EQ(rows, d.height);
+            EXPECT_EQ(depth, d.depth);
+            EXPECT_EQ((1u << depth) - 1, d.maxval);
+            size_t wrong = 0;
+            for (uint32_t y = 0; y < rows; ++y)
+                for (uint32_t x = 0; x < kWidth; ++x) {
+                    const uint32_t pic = g.strip ? 1 + y / kHeight : k;
+                    const uint32_t want = fileValue(g, pathValue(g, pic, y % kHeight, x), png);
+                    if (d.samples[size_t(y) * kWidth + x] != want && wrong++ < 3)
+                        ADD_FAILURE() << path << " pixel (" << x << ", " << y << "): " << d.samples[size_t(y) * kWidth + x]
+                                      << ", expected " << want;
+                }
+            EXPECT_EQ(0u, wrong) << path;
+        }
+    }
+}
+
+size_t temporaryFilesOf(const std::string& name) {
+    Outcome ls = runProgram({"/bin/sh", "-c", "ls -a | grep -c '^\\." + name + "\\.' || true"}, "");
+    return std::strtoul(ls.out.c_str(), nullptr, 10);
+}
+
+TEST(ToolGrab, ATriggeredPortWithoutTriggerTimesOutAndLeavesTheOldStrip) {
+    writeFile("grab_kept.pgm", "the old strip\n");
+    const std::vector<std::string> triggered = {"set", "FG_HEIGHT=8", "set", "FG_IMGTRIGGERMODE=ASYNC_TRIGGER",
+                                                "set", "FG_IMGTRIGGERINSRC=-1"};
+    std::vector<std::string> args = triggered;
+    for (const char* a : {"grab", "-n", "2", "--timeout", "1", "--strip", "-o", "grab_kept.pgm"}) args.push_back(a);
+    Outcome r = run(args);
+    EXPECT_RUN(r, 1);
+    EXPECT_TRUE(contains(r.err, "time-out: picture 1 did not come within 1 s (0 of 2 frames written)")) << r.err;
+    EXPECT_TRUE(contains(r.err, "grab_kept.pgm not written")) << r.err;
+    EXPECT_EQ("the old strip\n", readFile("grab_kept.pgm"));
+    EXPECT_EQ(0u, temporaryFilesOf("grab_kept\\.pgm"));
+
+    // One software trigger per frame brings the frames.
+    args = triggered;
+    for (const char* a : {"grab", "-n", "3", "-t", "2", "--software-trigger", "-o", "grab_trig.pgm"}) args.push_back(a);
+    r = run(args);
+    EXPECT_RUN(r, 0);
+    for (const char* f : {"grab_trig-0001.pgm", "grab_trig-0002.pgm", "grab_trig-0003.pgm"}) {
+        const Decoded d = readPgm(f);
+        ASSERT_TRUE(d.ok) << d.why;
+        EXPECT_EQ(1024u, d.width);
+        EXPECT_EQ(8u, d.height);
+        EXPECT_EQ(255u, d.maxval);
+    }
+}
+
+TEST(ToolGrab, LostFramesAndFailedWritesFailTheCommand) {
+    // A ring of two buffers at a million lines per second: the board
+    // overwrites frames long before the tool has written them.
+    Outcome r = run({"set", "FG_CAMERASIMULATOR_ENABLE=1", "set", "FG_CAMERASIMULATOR_LINERATE=1000000", "set",
+                     "FG_HEIGHT=8", "grab", "-n", "200", "--buffers", "2", "-o", "grab_lost-%d.pgm"});
+    EXPECT_RUN(r, 1);
+    EXPECT_TRUE(contains(r.err, "frames lost")) << r.err;
+
+    r = run({"grab", "-o", "grab_no_such_dir/frame.pgm"});
+    EXPECT_RUN(r, 1);
+    EXPECT_TRUE(contains(r.err, "cannot write 'grab_no_such_dir/frame.pgm': No such file or directory")) << r.err;
+}
+
+TEST(ToolGrab, ProgressLineOnATerminal) {
+    int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(0, grantpt(master));
+    ASSERT_EQ(0, unlockpt(master));
+    const std::string slave = ptsname(master);
+    posix_spawn_file_actions_t fa;
+    posix_spawn_file_actions_init(&fa);
+    posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&fa, 2, slave.c_str(), O_RDWR, 0);
+    std::vector<std::string> args = {tool(), "set", "FG_HEIGHT=8", "grab", "-n", "3", "-o", "grab_tty-%d.pgm"};
+    std::vector<char*> argv;
+    for (std::string& a : args) argv.push_back(&a[0]);
+    argv.push_back(nullptr);
+    pid_t pid = 0;
+    ASSERT_EQ(0, posix_spawn(&pid, argv[0], &fa, nullptr, argv.data(), environ));
+    posix_spawn_file_actions_destroy(&fa);
+    std::string shown;
+    char buf[256];
+    int st = 0;
+    fcntl(master, F_SETFL, O_NONBLOCK);
+    for (;;) {
+        const ssize_t n = read(master, buf, sizeof buf);
+        if (n > 0) shown.append(buf, static_cast<size_t>(n));
+        else if (waitpid(pid, &st, WNOHANG) != 0) break;
+        else usleep(1000);
+    }
+    close(master);
+    ASSERT_TRUE(WIFEXITED(st));
+    EXPECT_EQ(0, WEXITSTATUS(st));
+    EXPECT_TRUE(contains(shown, "grab: 3/3 frames")) << shown;
+    EXPECT_TRUE(contains(shown, " fps ")) << shown;
+    EXPECT_TRUE(contains(shown, " MB/s  0 lost")) << shown;
+}
+
+TEST(ToolGrab, OptionErrorsRunNothing) {
+    struct Case {
+        std::vector<std::string> args;
+        int status;
+        const char* message;
+    } cases[] = {
+        {{"grab", "-o", "frame.tif"}, 2, "grab: 'frame.tif': the name must end in .pgm or .png"},
+        {{"grab", "-o", "f%d-%d.pgm"}, 2, "one number directive"},
+        {{"grab", "-o", "f%s.pgm"}, 2, "one number directive"},
+        {{"grab", "-n", "0"}, 2, "expected a whole number from 1"},
+        {{"grab", "--timeout", "-1"}, 2, "expected a number of seconds above 0"},
+        {{"grab", "--strip", "yes"}, 2, "unknown command 'yes'"},
+        {{"grab", "-o"}, 2, "-o needs a value"},
+        {{"grab", "--port", "2"}, 1, "ports 0 and 1"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> args = {"set", "FG_WIDTH=64"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        Outcome r = run(args);
+        EXPECT_RUN(r, c.status);
+        EXPECT_TRUE(contains(r.err, c.message)) << r.err;
+        if (c.status == 2) {
+            EXPECT_EQ("", r.out) << "nothing runs";
+        }
+    }
+    EXPECT_FALSE(fileExists("frame-0001.pgm"));
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ enum class ArgKind {
     Assignment,   // NAME=VALUE[@P]
     InputFile,    // an existing regular file
     OutputFile,   // a file to write
+    ImageFile,    // an image file to write, or a numbered pattern of them
     ConfigOrBoard,  // a configuration file, or "-" for the board
     CommandName,  // a command of the table (help)
     Port,         // a port number

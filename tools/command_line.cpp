@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "image_files.h"
 #include "text_util.h"
 
 namespace appletctl {
@@ -98,6 +99,12 @@ bool checkValue(ArgKind kind, const std::string& v, const std::string& what, std
     case ArgKind::CommandName:
         if (!findCommand(v)) {
             *why = what + ": no command '" + visible(shorten(v)) + "' (see appletctl --help)";
+            return false;
+        }
+        return true;
+    case ArgKind::ImageFile:
+        if (!checkImageName(v, why)) {
+            *why = what + ": " + *why;
             return false;
         }
         return true;

@@ -97,6 +97,32 @@ const std::vector<CommandSpec>& commandTable() {
          "to the user file (LUT_TYPE_CUSTOM); if the file cannot be loaded, the previous file name is put "
          "back. The file is checked first (as 'check' does) and each problem is printed as a warning; after "
          "loading, the table is read back and each entry that differs from the file is reported."},
+        {"grab", {},
+         {portOption(), {"--frames", "-n", "N", ArgKind::Count, "grab N frames (default 1)", nullptr},
+          {"--output", "-o", "FILE", ArgKind::ImageFile,
+           "write to FILE, a .pgm or .png name or pattern (default frame-%04d.pgm, with --strip strip.pgm)",
+           ".pgm .png"},
+          {"--strip", nullptr, nullptr, ArgKind::Flag, "stack all frames into one tall image", nullptr},
+          {"--timeout", "-t", "S", ArgKind::Seconds, "wait at most S seconds for each frame (default 5)", nullptr},
+          {"--software-trigger", nullptr, nullptr, ArgKind::Flag, "send one software trigger per frame", nullptr},
+          {"--buffers", nullptr, "B", ArgKind::Count, "a ring of B frame buffers (default: up to 64 MB)", nullptr}},
+         true, false, cmdGrab,
+         "saves the frames a port delivers as PGM or PNG images",
+         "Starts the acquisition on port P (default 0), takes N frames (default 1) and writes each to an image "
+         "file as the port delivers it (the region, the output format and its bit alignment): one file per frame "
+         "named by a pattern with the picture number, counted from 1 (frame-%04d.pgm gives frame-0001.pgm, ...; a "
+         "name without %d gets -%04d before its extension when there are several frames), or with --strip all "
+         "frames stacked into one tall image, as a line-scan camera's continuous picture. The region, format and "
+         "trigger are set beforehand with set or load.\n\n"
+         "The type follows the name: .pgm (binary PGM for every bit depth, maxval 2^bits-1, each pixel's value "
+         "as delivered; left-aligned 10- and 12-bit pixels are shifted back, so a 10-bit pixel reads 0..1023) or "
+         ".png (8-bit grayscale, or 16-bit grayscale for 10, 12 and 16 bits with the values scaled to the full "
+         "16 bits and the significant bits recorded; the 32-bit build writes no PNG and says so). Every file is "
+         "written whole or not at all.\n\n"
+         "A triggered port waits for its trigger; --software-trigger sends one before each frame. On a terminal a "
+         "progress line shows frames, frames per second, megabytes per second and lost frames. A frame that does "
+         "not come within S seconds (default 5, whole seconds), a frame the board overwrote before it was taken "
+         "(lost) or Ctrl-C ends the command with status 1; a strip is then not written."},
         {"help", {{"COMMAND", ArgKind::CommandName, true, nullptr}}, {}, false, false, cmdHelp,
          "the help of the tool or of one command",
          "Shows the help of the tool or of one command; COMMAND --help does the same."},

@@ -2,7 +2,8 @@
 # A short session with appletctl on the simulated board: the board's identity,
 # a region of interest, the x-offset range narrowing after a width change, a
 # rejected value, a configuration saved and loaded back, a broken file caught
-# by check and by load, and the start of the GenApi document. Exit status 0
+# by check and by load, frames grabbed to image files, and the start of the
+# GenApi document. Exit status 0
 # when everything went as expected.
 #
 #   tools/demo.sh BUILD_DIR        (for example tools/demo.sh build/x64)
@@ -124,6 +125,32 @@ echo "file first and reports every value the board did not take:"
 run 1 load broken.mcf get FG_WIDTH@1
 grep -v ': warning: ' out.txt
 expect "FG_WIDTH=99999 in [Port B], line 81: refused (-6000"
+
+step "Frames from the simulated board: the camera simulator's diagonal pattern"
+# sizes FILE...: each file with its size in bytes.
+sizes() {
+    for f in "$@"; do
+        printf '%10d  %s\n' "$(wc -c < "$f")" "$f"
+    done
+}
+run 0 set FG_CAMERASIMULATOR_ENABLE=1 set FG_WIDTH=512 set FG_HEIGHT=64 grab -n 3 -o frame-%04d.pgm
+grep -v '@0 = ' out.txt
+expect "port 0: 3 frames of 512 x 64 pixels, 8 bits -> frame-0001.pgm .. frame-0003.pgm"
+sizes frame-*.pgm
+echo
+echo "12-bit frames as 16-bit PNG (values scaled to 16 bits), and a strip of"
+echo "eight frames stacked into one tall image, as a line-scan user looks at it:"
+run 0 set FG_CAMERASIMULATOR_ENABLE=1 set FG_PIXELFORMAT=Mono12 set FG_FORMAT=FG_GRAY12 set FG_WIDTH=512 \
+    set FG_HEIGHT=64 grab -n 2 -o frame12-%04d.png grab --strip -n 8 -o strip.pgm
+grep -v '@0 = ' out.txt
+expect "as one strip of 512 lines -> strip.pgm"
+sizes frame12-*.png strip.pgm
+
+echo
+echo "A port waiting for an image trigger that never comes: a time-out, status 1:"
+run 1 set FG_IMGTRIGGERMODE=ASYNC_TRIGGER set FG_IMGTRIGGERINSRC=-1 grab --timeout 1 -o never.pgm
+grep -v '@0 = ' out.txt
+expect "time-out: picture 1 did not come within 1 s"
 
 step "The start of the GenApi document of port 0"
 run 0 xml -o port0.xml

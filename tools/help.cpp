@@ -233,9 +233,9 @@ std::string bashCompletion() {
         for (const OptionSpec& o : c.options) {
             if (!o.valueName) continue;
             std::string names = std::string(o.longName) + (o.shortName ? std::string("|") + o.shortName : "");
-            std::string& into = o.kind == ArgKind::Port ? portOpts
-                                : (o.kind == ArgKind::OutputFile || o.kind == ArgKind::InputFile) ? fileOpts
-                                                                                                   : otherValueOpts;
+            const bool file = o.kind == ArgKind::OutputFile || o.kind == ArgKind::InputFile ||
+                              o.kind == ArgKind::ImageFile;
+            std::string& into = o.kind == ArgKind::Port ? portOpts : file ? fileOpts : otherValueOpts;
             if (("|" + into + "|").find("|" + names + "|") == std::string::npos) into += (into.empty() ? "" : "|") + names;
         }
     }

@@ -204,6 +204,7 @@ libstdc++6"
     depends[orvindel-dev]="orvindel-runtime (= $full)"
     depends[orvindel-tools]="orvindel-runtime (= $full)
 libc6
+libpng16-16
 libstdc++6"
     mkdir -p "$work/root"
     before=$fails
