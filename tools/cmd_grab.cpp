@@ -88,7 +88,8 @@ public:
         const double rate = t > 0 ? 1 / t : 0;
         std::fprintf(stderr, "\rgrab: %llu/%llu frames  %s fps  %s MB/s  %llu lost\033[K",
                      static_cast<unsigned long long>(frames), static_cast<unsigned long long>(total_),
-                     fixed(frames * rate, 1).c_str(), fixed(bytes * rate / 1e6, 1).c_str(),
+                     fixed(static_cast<double>(frames) * rate, 1).c_str(),
+                     fixed(static_cast<double>(bytes) * rate / 1e6, 1).c_str(),
                      static_cast<unsigned long long>(lost));
         std::fflush(stderr);
         shown_ = true;
@@ -108,8 +109,8 @@ private:
 
 std::string bytesText(uint64_t n) {
     if (n < 10000) return std::to_string(n) + " bytes";
-    if (n < 10000000) return fixed(n / 1e3, 1) + " kB";
-    return fixed(n / 1e6, 1) + " MB";
+    if (n < 10000000) return fixed(static_cast<double>(n) / 1e3, 1) + " kB";
+    return fixed(static_cast<double>(n) / 1e6, 1) + " MB";
 }
 
 // A name for frame files: the pattern, or with several frames and no number
@@ -301,7 +302,8 @@ Status cmdGrab(Session& s, const Command& c) {
     std::string files = visible(firstName);
     if (!strip && written > 1) files += " .. " + visible(lastName);
     const std::string rate = seconds > 0
-                                 ? fixed(written / seconds, 1) + " fps, " + fixed(bytes / seconds / 1e6, 1) + " MB/s"
+                                 ? fixed(static_cast<double>(written) / seconds, 1) + " fps, " +
+                                       fixed(static_cast<double>(bytes) / seconds / 1e6, 1) + " MB/s"
                                  : std::string("-");
     out("port " + std::to_string(port) + ": " + std::to_string(written) + (written == 1 ? " frame" : " frames") +
         " of " + shape + (strip ? " as one strip of " + std::to_string(uint64_t(f.height) * written) + " lines" : "") +
