@@ -19,6 +19,7 @@ Status cmdCheck(Session& s, const Command& c);
 Status cmdDiff(Session& s, const Command& c);
 Status cmdLutSave(Session& s, const Command& c);
 Status cmdLutLoad(Session& s, const Command& c);
+Status cmdServe(Session& s, const Command& c);
 Status cmdHelp(Session& s, const Command& c);
 
 }  // namespace appletctl
