@@ -290,7 +290,7 @@ struct LiveServer::Impl {
 
     json startAcquisition(unsigned port) {
         PortState& p = ports[port];
-        if (p.running) return {{"ok", true}};
+        if (p.running) return {{"ok", true}, {"message", "port " + std::to_string(port) + " acquiring"}};
         Fg_Struct* fg = board.fg();
         int rc = Fg_getFrameFormatEx(fg, static_cast<int>(port), &p.format);
         if (rc == 0) {
@@ -311,7 +311,7 @@ struct LiveServer::Impl {
         p.fps = 0;
         p.rateSince = Clock::now();
         p.copy.assign(static_cast<size_t>(p.format.frameBytes), 0);
-        return {{"ok", true}};
+        return {{"ok", true}, {"message", "port " + std::to_string(port) + " acquiring"}};
     }
 
     void stopAcquisition(unsigned port) {
@@ -540,11 +540,14 @@ struct LiveServer::Impl {
             const unsigned p = portIn(b);
             const std::string action = b.at("action").get<std::string>();
             if (action == "start") return startAcquisition(p);
-            if (action == "stop") return stopAcquisition(p), json{{"ok", true}};
+            if (action == "stop") return stopAcquisition(p), json{{"ok", true}, {"message", "port " + std::to_string(p) + " stopped"}};
             return {{"ok", false}, {"message", "action must be start or stop"}};
         });
         post("/api/trigger", [this, portIn](const json& b, std::unique_lock<std::mutex>&) {
-            return setParameter(portIn(b), "FG_SENDSOFTWARETRIGGER", "1");
+            json out = setParameter(portIn(b), "FG_SENDSOFTWARETRIGGER", "1");
+            out["message"] = out["ok"].get<bool>() ? std::string("software trigger sent")
+                                                   : "software trigger: " + out["message"].get<std::string>();
+            return out;
         });
         post("/api/config/save", [this](const json& b, std::unique_lock<std::mutex>&) -> json {
             std::string why;
