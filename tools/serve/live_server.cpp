@@ -346,7 +346,8 @@ struct LiveServer::Impl {
                     p.rateSince = Clock::now();
                 }
             }
-            wake.wait_for(g, std::chrono::milliseconds(2));
+            const bool any = std::any_of(std::begin(ports), std::end(ports), [](const PortState& p) { return p.running; });
+            wake.wait_for(g, std::chrono::milliseconds(any ? 2 : 50));
         }
     }
 
@@ -364,10 +365,11 @@ struct LiveServer::Impl {
     }
 
     // The newest picture into the port's copy; its number, or 0 when none.
-    frameindex_t copyNewest(unsigned port) {
+    frameindex_t copyNewest(unsigned port, void* into = nullptr) {
         PortState& p = ports[port];
         if (!p.running) return 0;
-        const frameindex_t n = Fg_copyPictureEx(board.fg(), 0, static_cast<int>(port), p.copy.data(), p.copy.size(), p.ring);
+        const frameindex_t n = Fg_copyPictureEx(board.fg(), 0, static_cast<int>(port), into ? into : p.copy.data(),
+                                                p.copy.size(), p.ring);
         if (n > p.last) p.last = n;
         return n > 0 ? n : 0;
     }
@@ -499,13 +501,13 @@ struct LiveServer::Impl {
                     res.status = 204;
                     return;
                 }
-                n = copyNewest(port);
+                body.resize(p.copy.size());
+                n = copyNewest(port, &body[0]);
                 if (n <= 0) {
                     res.status = 204;
                     return;
                 }
                 f = p.format;
-                body.assign(reinterpret_cast<const char*>(p.copy.data()), p.copy.size());
             }
             res.set_header("X-Frame", std::to_string(n));
             res.set_header("X-Width", std::to_string(f.width));
