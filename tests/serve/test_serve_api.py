@@ -2,6 +2,7 @@
 touch, and the frames it writes, compared with the pattern the simulator's
 settings imply."""
 import os
+import subprocess
 import sys
 import time
 import unittest
@@ -104,6 +105,22 @@ class ServeApi(unittest.TestCase):
             self.assertTrue(all(row == bytes([row[0]]) * 64 for row in rows))
             first = column[0]
             self.assertEqual([(first + r) % sim_height for r in range(height)], column)
+
+
+class ServeStart(unittest.TestCase):
+    def test_unusable_address_or_directory_fails_with_a_message(self):
+        cases = [(["--listen", "127.0.0.1:99999"], 1, "ADDRESS:PORT"),
+                 (["--listen", "[::1]"], 1, "ADDRESS:PORT"),
+                 (["--listen", "192.0.2.1:0"], 1, "cannot listen on 192.0.2.1:0"),
+                 (["--listen", "127.0.0.1:0", "--dir", "/no/such/directory"], 1, "/no/such/directory"),
+                 (["--listen", "127.0.0.1:0", "--dir", "/etc/hostname"], 1, "is not a directory")]
+        for args, status, message in cases:
+            with self.subTest(args=args):
+                r = subprocess.run([APPLETCTL, "serve"] + args, capture_output=True,
+                                   text=True, timeout=60)
+                self.assertEqual(status, r.returncode, r.stderr)
+                self.assertIn("appletctl: serve", r.stderr)
+                self.assertIn(message, r.stderr)
 
 
 if __name__ == "__main__":
