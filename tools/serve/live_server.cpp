@@ -7,12 +7,10 @@
 #include <httplib.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <functional>
-#include <climits>
 #include <clocale>
 #include <condition_variable>
 #include <cstdio>
