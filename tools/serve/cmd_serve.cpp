@@ -40,8 +40,8 @@ Status cmdServe(Session& s, const Command& c) {
         err(Session::context(c), why);
         return kFailed;
     }
-    out("live view of board " + std::to_string(s.board().index()) + " at\n    " + server.url() +
-        "\nfiles in " + o.directory + "; stop with Ctrl-C\n");
+    out("live view of board " + std::to_string(s.board().index()) + " at\n    " + server.url() + "\nfiles in " +
+        o.directory + "; stop with Ctrl-C\n");
     std::fflush(stdout);
     int sig = 0;
     sigwait(&stopSignals, &sig);

@@ -9,13 +9,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
-#include <functional>
 #include <clocale>
+#include <cmath>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -71,8 +71,10 @@ bool isIpLiteral(const std::string& h) {
     }
     int dots = 0;
     for (char c : h) {
-        if (c == '.') ++dots;
-        else if (c < '0' || c > '9') return false;
+        if (c == '.')
+            ++dots;
+        else if (c < '0' || c > '9')
+            return false;
     }
     return dots == 3;
 }
@@ -80,8 +82,11 @@ bool isIpLiteral(const std::string& h) {
 // A configuration value as a JSON value of its kind.
 json valueJson(const Value& v, const RegisterInfo* r) {
     switch (v.kind) {
-    case Kind::UInt32: case Kind::UInt64: case Kind::Enum: return v.u;
-    case Kind::Int32: case Kind::Int64: return v.i;
+    case Kind::UInt32:
+    case Kind::UInt64:
+    case Kind::Enum: return v.u;
+    case Kind::Int32:
+    case Kind::Int64: return v.i;
     case Kind::Double: return std::isfinite(v.d) ? json(v.d) : json(showValue(v, r, false));
     case Kind::Text: return toUtf8(v.text);
     default: return showValue(v, r, false);
@@ -100,7 +105,8 @@ void rangeJson(const RegisterInfo* r, json& j) {
         j["step"] = static_cast<int64_t>(r->u.iReg64.steps);
         break;
     case REG_FORMAT_DOUBLE:
-        if (std::isfinite(r->u.dReg.from) && std::isfinite(r->u.dReg.to)) j["min"] = r->u.dReg.from, j["max"] = r->u.dReg.to;
+        if (std::isfinite(r->u.dReg.from) && std::isfinite(r->u.dReg.to))
+            j["min"] = r->u.dReg.from, j["max"] = r->u.dReg.to;
         break;
     case REG_FORMAT_ENUM: {
         json entries = json::array();
@@ -121,7 +127,7 @@ struct PortState {
     dma_mem* ring = nullptr;
     FgFrameFormat format{};
     bool running = false;
-    frameindex_t last = 0;     // newest complete picture
+    frameindex_t last = 0;  // newest complete picture
     uint64_t lost = 0;
     double fps = 0;
     frameindex_t rateFrom = 0;  // picture and time the rate is measured from
@@ -176,7 +182,8 @@ struct LiveServer::Impl {
         if (!hostAllowed(host)) return refuse(403, "refused: unknown Host '" + visible(shorten(host, 80)) + "'");
         if (req.has_header("Origin")) {
             const std::string origin = req.get_header_value("Origin");
-            if (origin != "http://" + host) return refuse(403, "refused: cross-site request from '" + visible(shorten(origin, 80)) + "'");
+            if (origin != "http://" + host)
+                return refuse(403, "refused: cross-site request from '" + visible(shorten(origin, 80)) + "'");
         }
         if (req.get_header_value("Sec-Fetch-Site") == "cross-site") return refuse(403, "refused: cross-site request");
         std::string given = req.get_header_value("X-Token");
@@ -193,7 +200,8 @@ struct LiveServer::Impl {
     // link leading elsewhere. Empty with the reason otherwise.
     std::string fileIn(const std::string& name, std::string* why) const {
         if (name.empty() || name.size() > 200 || name[0] == '.' || name.find_first_of("/\\") != std::string::npos ||
-            std::any_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; })) {
+            std::any_of(name.begin(), name.end(),
+                        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; })) {
             *why = "refused: '" + visible(shorten(name, 80)) + "' is not a plain file name in " + directory;
             return std::string();
         }
@@ -218,9 +226,12 @@ struct LiveServer::Impl {
         j["unit"] = r->unit ? toUtf8(r->unit) : "";
         j["range"] = rangeText(r);
         const Kind k = kindOf(r);
-        j["type"] = k == Kind::Enum ? "enum" : k == Kind::Text ? "text"
-                  : (k == Kind::UIntField || k == Kind::IntField || k == Kind::DoubleField || k == Kind::Unsupported) ? "field"
-                  : k == Kind::Double ? "double" : "integer";
+        j["type"] = k == Kind::Enum   ? "enum"
+                    : k == Kind::Text ? "text"
+                    : (k == Kind::UIntField || k == Kind::IntField || k == Kind::DoubleField || k == Kind::Unsupported)
+                        ? "field"
+                    : k == Kind::Double ? "double"
+                                        : "integer";
         rangeJson(r, j);
         if (r->accessFlags & 1) {
             const Value v = readValue(board, r->id, port, r);
@@ -263,11 +274,15 @@ struct LiveServer::Impl {
 
     json setParameter(unsigned port, const std::string& name, const std::string& text) {
         const int id = board.idOf(name);
-        if (id < 0) return {{"ok", false}, {"code", id}, {"message", errorText(id) + ": no parameter named '" + visible(shorten(name, 80)) + "'"}};
+        if (id < 0)
+            return {{"ok", false},
+                    {"code", id},
+                    {"message", errorText(id) + ": no parameter named '" + visible(shorten(name, 80)) + "'"}};
         const RegisterInfo* r = board.record(port, id);
         Written w;
         std::string why;
-        if (!parseValue(text, r, &w, &why)) return {{"ok", false}, {"message", "bad value '" + visible(shorten(text, 80)) + "': " + why}};
+        if (!parseValue(text, r, &w, &why))
+            return {{"ok", false}, {"message", "bad value '" + visible(shorten(text, 80)) + "': " + why}};
         const bool frame = std::any_of(std::begin(kFrameParameters), std::end(kFrameParameters),
                                        [&](const char* n) { return name == n; });
         const bool restart = frame && ports[port].running;
@@ -344,7 +359,8 @@ struct LiveServer::Impl {
                     p.rateSince = Clock::now();
                 }
             }
-            const bool any = std::any_of(std::begin(ports), std::end(ports), [](const PortState& p) { return p.running; });
+            const bool any =
+                std::any_of(std::begin(ports), std::end(ports), [](const PortState& p) { return p.running; });
             wake.wait_for(g, std::chrono::milliseconds(any ? 2 : 50));
         }
     }
@@ -366,8 +382,8 @@ struct LiveServer::Impl {
     frameindex_t copyNewest(unsigned port, void* into = nullptr) {
         PortState& p = ports[port];
         if (!p.running) return 0;
-        const frameindex_t n = Fg_copyPictureEx(board.fg(), 0, static_cast<int>(port), into ? into : p.copy.data(),
-                                                p.copy.size(), p.ring);
+        const frameindex_t n =
+            Fg_copyPictureEx(board.fg(), 0, static_cast<int>(port), into ? into : p.copy.data(), p.copy.size(), p.ring);
         if (n > p.last) p.last = n;
         return n > 0 ? n : 0;
     }
@@ -396,7 +412,8 @@ struct LiveServer::Impl {
     json grab(std::unique_lock<std::mutex>& g, unsigned port, unsigned count, const std::string& prefix) {
         std::string why;
         if (fileIn(prefix + "-0001.pgm", &why).empty()) return {{"ok", false}, {"message", why}};
-        if (!ports[port].running) return {{"ok", false}, {"message", "port " + std::to_string(port) + " is not acquiring"}};
+        if (!ports[port].running)
+            return {{"ok", false}, {"message", "port " + std::to_string(port) + " is not acquiring"}};
         json files = json::array();
         frameindex_t previous = ports[port].last;
         for (unsigned i = 1; i <= count; ++i) {
@@ -406,14 +423,18 @@ struct LiveServer::Impl {
                 wake.wait_for(g, std::chrono::milliseconds(2));
             }
             if (!ports[port].running || n <= previous) {
-                return {{"ok", false}, {"files", files}, {"message", "no new frame within 5 s after " + std::to_string(files.size()) + " files"}};
+                return {{"ok", false},
+                        {"files", files},
+                        {"message", "no new frame within 5 s after " + std::to_string(files.size()) + " files"}};
             }
             previous = n;
             char suffix[32];
             std::snprintf(suffix, sizeof suffix, "-%04u.pgm", i);
             const std::string path = fileIn(prefix + suffix, &why);
             if (path.empty() || !writePgm(path, ports[port].format, ports[port].copy)) {
-                return {{"ok", false}, {"files", files}, {"message", path.empty() ? why : "cannot write " + path + ": " + std::strerror(errno)}};
+                return {{"ok", false},
+                        {"files", files},
+                        {"message", path.empty() ? why : "cannot write " + path + ": " + std::strerror(errno)}};
             }
             files.push_back(prefix + suffix);
         }
@@ -473,7 +494,8 @@ struct LiveServer::Impl {
         });
         http.Get("/api/params", [this, reply](const httplib::Request& req, httplib::Response& res) {
             unsigned port = 0;
-            if (!portOf(req.get_param_value("port"), &port)) return reply(res, {{"ok", false}, {"message", "no such port"}});
+            if (!portOf(req.get_param_value("port"), &port))
+                return reply(res, {{"ok", false}, {"message", "no such port"}});
             std::lock_guard<std::mutex> g(lock);
             reply(res, tree(port));
         });
@@ -486,7 +508,8 @@ struct LiveServer::Impl {
         // there is none newer than `after`.
         http.Get("/api/image", [this, reply](const httplib::Request& req, httplib::Response& res) {
             unsigned port = 0;
-            if (!portOf(req.get_param_value("port"), &port)) return reply(res, {{"ok", false}, {"message", "no such port"}});
+            if (!portOf(req.get_param_value("port"), &port))
+                return reply(res, {{"ok", false}, {"message", "no such port"}});
             const long long after = std::atoll(req.get_param_value("after").c_str());
             std::string body;
             FgFrameFormat f;
@@ -494,7 +517,9 @@ struct LiveServer::Impl {
             {
                 std::lock_guard<std::mutex> g(lock);
                 PortState& p = ports[port];
-                if (!p.running) return reply(res, {{"ok", false}, {"message", "port " + std::to_string(port) + " is not acquiring"}});
+                if (!p.running)
+                    return reply(res,
+                                 {{"ok", false}, {"message", "port " + std::to_string(port) + " is not acquiring"}});
                 if (p.last <= after) {
                     res.status = 204;
                     return;
@@ -519,7 +544,8 @@ struct LiveServer::Impl {
         auto post = [this, reply](const char* path, std::function<json(const json&, std::unique_lock<std::mutex>&)> f) {
             http.Post(path, [this, reply, f](const httplib::Request& req, httplib::Response& res) {
                 const json body = json::parse(req.body, nullptr, false);
-                if (!body.is_object()) return reply(res, {{"ok", false}, {"message", "the request body is not a JSON object"}});
+                if (!body.is_object())
+                    return reply(res, {{"ok", false}, {"message", "the request body is not a JSON object"}});
                 std::unique_lock<std::mutex> g(lock);
                 try {
                     reply(res, f(body, g));
@@ -540,7 +566,8 @@ struct LiveServer::Impl {
             const unsigned p = portIn(b);
             const std::string action = b.at("action").get<std::string>();
             if (action == "start") return startAcquisition(p);
-            if (action == "stop") return stopAcquisition(p), json{{"ok", true}, {"message", "port " + std::to_string(p) + " stopped"}};
+            if (action == "stop")
+                return stopAcquisition(p), json{{"ok", true}, {"message", "port " + std::to_string(p) + " stopped"}};
             return {{"ok", false}, {"message", "action must be start or stop"}};
         });
         post("/api/trigger", [this, portIn](const json& b, std::unique_lock<std::mutex>&) {
@@ -555,7 +582,8 @@ struct LiveServer::Impl {
             if (path.empty()) return {{"ok", false}, {"message", why}};
             const int rc = Fg_saveConfig(board.fg(), path.c_str());
             std::setlocale(LC_ALL, "C");
-            if (rc != 0) return {{"ok", false}, {"code", rc}, {"message", "save " + path + ": " + errorText(rc, "save")}};
+            if (rc != 0)
+                return {{"ok", false}, {"code", rc}, {"message", "save " + path + ": " + errorText(rc, "save")}};
             return {{"ok", true}, {"message", "saved " + path}};
         });
         post("/api/config/load", [this](const json& b, std::unique_lock<std::mutex>&) -> json {
@@ -565,7 +593,8 @@ struct LiveServer::Impl {
             return withPortsStopped([&]() -> json {
                 const int rc = Fg_loadConfig(board.fg(), path.c_str());
                 std::setlocale(LC_ALL, "C");
-                if (rc != 0) return {{"ok", false}, {"code", rc}, {"message", "load " + path + ": " + errorText(rc, "load")}};
+                if (rc != 0)
+                    return {{"ok", false}, {"code", rc}, {"message", "load " + path + ": " + errorText(rc, "load")}};
                 return {{"ok", true}, {"message", "loaded " + path}};
             });
         });
@@ -583,7 +612,8 @@ struct LiveServer::Impl {
         });
         post("/api/grab", [this, portIn](const json& b, std::unique_lock<std::mutex>& g) -> json {
             const unsigned count = b.at("count").get<unsigned>();
-            if (count == 0 || count > kMaxGrab) return {{"ok", false}, {"message", "count must be 1.." + std::to_string(kMaxGrab)}};
+            if (count == 0 || count > kMaxGrab)
+                return {{"ok", false}, {"message", "count must be 1.." + std::to_string(kMaxGrab)}};
             return grab(g, portIn(b), count, b.at("prefix").get<std::string>());
         });
     }
@@ -596,7 +626,8 @@ bool parseListen(const std::string& text, ServeOptions* o, std::string* why) {
     if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
     char* end = nullptr;
     const long p = std::strtol(port.c_str(), &end, 10);
-    if (host.empty() || port.empty() || *end || p < 0 || p > 65535 || port.find_first_not_of("0123456789") != std::string::npos) {
+    if (host.empty() || port.empty() || *end || p < 0 || p > 65535 ||
+        port.find_first_not_of("0123456789") != std::string::npos) {
         *why = "expected ADDRESS:PORT with a port 0..65535, not '" + visible(shorten(text)) + "'";
         return false;
     }
@@ -621,7 +652,8 @@ bool LiveServer::start(std::string* why) {
     m.directory = real;
     std::free(real);
     m.routes();
-    m.boundPort = m.opt.port == 0 ? m.http.bind_to_any_port(m.opt.address) : (m.http.bind_to_port(m.opt.address, m.opt.port) ? m.opt.port : -1);
+    m.boundPort = m.opt.port == 0 ? m.http.bind_to_any_port(m.opt.address)
+                                  : (m.http.bind_to_port(m.opt.address, m.opt.port) ? m.opt.port : -1);
     if (m.boundPort <= 0) {
         *why = "cannot listen on " + m.opt.address + ":" + std::to_string(m.opt.port) + ": " + std::strerror(errno);
         return false;

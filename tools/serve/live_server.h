@@ -14,10 +14,10 @@ class Board;
 
 struct ServeOptions {
     std::string address = "127.0.0.1";  // loopback unless told otherwise
-    int port = 8080;                     // 0: any free port
-    std::string directory = ".";         // the only directory the page may read and write files in
-    std::string token;                   // empty: a random one
-    unsigned buffers = 8;                // frame buffers per port
+    int port = 8080;                    // 0: any free port
+    std::string directory = ".";        // the only directory the page may read and write files in
+    std::string token;                  // empty: a random one
+    unsigned buffers = 8;               // frame buffers per port
 };
 
 // "ADDR:PORT" (ADDR may be [v6]); false with the reason.
