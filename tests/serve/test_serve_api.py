@@ -78,33 +78,59 @@ class ServeApi(unittest.TestCase):
         self.assertEqual(413, s.request("POST", "/api/set", b"{" + b" " * 70000 + b"}")[0])
         self.assertEqual(400, s.request("GET", "/api/params?port=9")[0])
 
-    def test_configuration_round_trip_and_grabbed_frames(self):
-        s = self.s
-        port, height, sim_height = 1, 64, 40
+    def vertical_pattern(self, port, height, sim_height):
         for name, value in (("FG_CAMERASIMULATOR_ENABLE", "FG_CAMERASIMULATOR"), ("FG_CAMERASIMULATOR_PATTERN", "FG_VERTICAL"),
                             ("FG_CAMERASIMULATOR_ROLL", "FG_OFF"), ("FG_CAMERASIMULATOR_HEIGHT", str(sim_height)),
-                            ("FG_WIDTH", "64"), ("FG_HEIGHT", str(height)), ("FG_YOFFSET", "0")):
-            self.assertTrue(s.post("/api/set", {"port": port, "name": name, "value": value})["ok"], name)
-        self.assertTrue(s.post("/api/config/save", {"file": "grab.mcf"})["ok"])
-        self.assertTrue(s.post("/api/set", {"port": port, "name": "FG_HEIGHT", "value": "32"})["ok"])
-        self.assertTrue(s.post("/api/config/load", {"file": "grab.mcf"})["ok"])
-        self.assertTrue(s.post("/api/acquisition", {"port": port, "action": "start"})["ok"])
-        answer = s.post("/api/grab", {"port": port, "count": 2, "prefix": "frame"})
-        s.post("/api/acquisition", {"port": port, "action": "stop"})
+                            ("FG_PIXELFORMAT", "Mono8"), ("FG_WIDTH", "64"), ("FG_HEIGHT", str(height)),
+                            ("FG_YOFFSET", "0")):
+            self.assertTrue(self.s.post("/api/set", {"port": port, "name": name, "value": value})["ok"], name)
+
+    def grab_columns(self, port, count, prefix, height):
+        """The first column of each grabbed PGM file; every line is constant."""
+        self.assertTrue(self.s.post("/api/acquisition", {"port": port, "action": "start"})["ok"])
+        answer = self.s.post("/api/grab", {"port": port, "count": count, "prefix": prefix})
+        self.s.post("/api/acquisition", {"port": port, "action": "stop"})
         self.assertTrue(answer["ok"], answer)
-        self.assertEqual(["frame-0001.pgm", "frame-0002.pgm"], answer["files"])
+        self.assertEqual(["%s-%04d.pgm" % (prefix, i + 1) for i in range(count)], answer["files"])
+        columns = []
         for f in answer["files"]:
-            with open(os.path.join(s.directory, f), "rb") as fh:
+            with open(os.path.join(self.s.directory, f), "rb") as fh:
                 data = fh.read()
             header = b"P5\n64 %d\n255\n" % height
             self.assertEqual(header, data[:len(header)])
             rows = [data[len(header) + 64 * r:len(header) + 64 * (r + 1)] for r in range(height)]
-            # The pictures continue the simulator's line stream: each line is
-            # constant, and successive lines count up modulo the generated height.
-            column = [row[0] for row in rows]
             self.assertTrue(all(row == bytes([row[0]]) * 64 for row in rows))
-            first = column[0]
-            self.assertEqual([(first + r) % sim_height for r in range(height)], column)
+            columns.append([row[0] for row in rows])
+        return columns
+
+    def test_lookup_table_file_applies_to_grabbed_frames(self):
+        port, height, sim_height = 0, 48, 200
+        self.vertical_pattern(port, height, sim_height)
+        with open(os.path.join(self.s.directory, "invert.lut"), "w") as f:
+            f.write("# Lut data file v1.1\n[gray]\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n")
+            f.writelines("%d,%d;\n" % (i, 4095 - i) for i in range(4096))
+        answer = self.s.post("/api/lut", {"port": port, "file": "invert.lut"})
+        self.assertTrue(answer["ok"], answer)
+        missing = self.s.post("/api/lut", {"port": port, "file": "missing.lut"})
+        self.assertFalse(missing["ok"])
+        self.assertIn("missing.lut", missing["message"])
+        # An 8-bit pixel c sits at c << 4 on the 12-bit path; the table gives
+        # 4095 - 16c, gray 8 keeps its top 8 bits: 255 - c.
+        column = self.grab_columns(port, 1, "inverted", height)[0]
+        first = 255 - column[0]
+        self.assertEqual([255 - (first + r) % sim_height for r in range(height)], column)
+
+    def test_configuration_round_trip_and_grabbed_frames(self):
+        s = self.s
+        port, height, sim_height = 1, 64, 40
+        self.vertical_pattern(port, height, sim_height)
+        self.assertTrue(s.post("/api/config/save", {"file": "grab.mcf"})["ok"])
+        self.assertTrue(s.post("/api/set", {"port": port, "name": "FG_HEIGHT", "value": "32"})["ok"])
+        self.assertTrue(s.post("/api/config/load", {"file": "grab.mcf"})["ok"])
+        # The pictures continue the simulator's line stream: successive lines
+        # count up modulo the generated height (the loaded height is back).
+        for column in self.grab_columns(port, 2, "frame", height):
+            self.assertEqual([(column[0] + r) % sim_height for r in range(height)], column)
 
 
 class ServeStart(unittest.TestCase):
