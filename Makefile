@@ -5,10 +5,14 @@
 JOBS ?= 2
 # Debian packages the build, the tests and the benchmarks need (dpkg-dev,
 # file and lintian: the Debian packages and their check; man-db and
-# groff-base: the manual page's check; clang-format: the source format check).
+# groff-base: the manual page's check; clang-format: the source format check;
+# libpng: grab's PNG files; cpp-httplib and nlohmann-json: the live view's
+# server; chromium, its driver and python3-selenium: the live view's browser
+# test).
 PACKAGES := cmake make g++ g++-multilib googletest libbenchmark-dev libboost-dev \
             libxml2-utils libpng-dev aravis-tools libaravis-dev libusb-1.0-0-dev pkg-config valgrind \
-            dpkg-dev file lintian man-db groff-base clang-format
+            dpkg-dev file lintian man-db groff-base clang-format \
+            libcpp-httplib-dev nlohmann-json3-dev chromium chromium-driver python3-selenium
 # Parallel build and test jobs, read by cmake --build and ctest.
 export CMAKE_BUILD_PARALLEL_LEVEL ?= $(JOBS)
 export CTEST_PARALLEL_LEVEL ?= $(JOBS)

@@ -123,6 +123,24 @@ const std::vector<CommandSpec>& commandTable() {
          "progress line shows frames, frames per second, megabytes per second and lost frames. A frame that does "
          "not come within S seconds (default 5, whole seconds), a frame the board overwrote before it was taken "
          "(lost) or Ctrl-C ends the command with status 1; a strip is then not written."},
+        {"serve", {},
+         {{"--listen", "-l", "ADDR:PORT", ArgKind::Address,
+           "listen on ADDR:PORT (default 127.0.0.1:8080; port 0 takes a free one)", nullptr},
+          {"--dir", "-d", "DIR", ArgKind::OutputFile,
+           "the directory for configuration, lookup-table and image files (default: the current one)", nullptr}},
+         true, false, cmdServe,
+         "the live view of the board in a browser",
+         "Serves the live view of the board to a browser until interrupted (Ctrl-C): the parameter tree of "
+         "each port with its groups, kinds, ranges, enumeration entries, units and access, edited in place "
+         "(a refused value shows the code, its meaning and the range the parameter has now); the live image "
+         "of each acquiring port with zoom and the pixel value under the pointer, the profile of a chosen line "
+         "or column and a histogram, with frames per second and lost frames; start and stop of acquisition, "
+         "software trigger, save and load of a configuration, lookup-table load and grab of N frames to PGM "
+         "files, all files in DIR.\n\n"
+         "The server listens on the loopback address unless told otherwise and prints the address to open, "
+         "with a random token that every request must carry. Requests naming another Host, or coming from "
+         "another site (Origin), are refused, as are file names that are not plain names in DIR. A write of "
+         "the region or the output format restarts the port's acquisition with buffers of the new size."},
         {"help", {{"COMMAND", ArgKind::CommandName, true, nullptr}}, {}, false, false, cmdHelp,
          "the help of the tool or of one command",
          "Shows the help of the tool or of one command; COMMAND --help does the same."},

@@ -20,6 +20,7 @@ Status cmdDiff(Session& s, const Command& c);
 Status cmdLutSave(Session& s, const Command& c);
 Status cmdLutLoad(Session& s, const Command& c);
 Status cmdGrab(Session& s, const Command& c);
+Status cmdServe(Session& s, const Command& c);
 Status cmdHelp(Session& s, const Command& c);
 
 }  // namespace appletctl
