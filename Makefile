@@ -69,6 +69,7 @@ test: deps deps-x86
 bench: deps
 	cmake --workflow --preset bench
 	build/bench/bench/orvindel_bench $(BENCH_ARGS)
+	build/bench/bench/serve_bench
 
 # libFuzzer targets (fuzz/) with Debian's clang; each runs FUZZ_SECONDS from
 # its seed corpus with its dictionary, fuzz/run.sh reports and fails on a

@@ -141,7 +141,7 @@ bool validUtf8(const std::string& s) {
 // ---- help and usage errors --------------------------------------------------
 
 const char* const kCommandWords[] = {"info", "list", "get", "set", "describe", "reset", "diff", "check",
-                                     "xml",  "save", "load", "lut", "grab", "help"};
+                                     "xml",  "save", "load", "lut", "grab", "serve", "help"};
 
 TEST(ToolUsage, HelpOfTheToolNamesEveryCommandAndTheExitStatus) {
     for (const char* flag : {"--help", "-h"}) {
