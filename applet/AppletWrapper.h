@@ -13,9 +13,9 @@
 #include <string>
 
 #include "FgQorWrapper.h"
+#include "Fg_Arena.h"
 #include "camera_simulator.h"
 #include "catalogue_ranges.h"
-#include "Fg_Arena.h"
 #include "fg_types.h"
 #include "sdk_enums.h"
 #include "sdk_ids.h"
@@ -122,13 +122,13 @@ struct PortState : CamSimWorkingValues {
 #define ORV_TWIN_SET_DOUBLE(NAME) ORV_TWIN_SET(NAME, double)
 #define ORV_TWIN_SET_TEXT(NAME) ORV_TWIN_SET(NAME, const char*)
 #define ORV_TWIN_SET_UFIELD(NAME) ORV_TWIN_SET(NAME, const FieldParameterAccess*)
-#define ORV_TWIN_SET(NAME, T)                                                                     \
+#define ORV_TWIN_SET(NAME, T)                                                                          \
     void set_sdk_param_##NAME##_P0(T value, bool throwOnError) { set_##NAME(0, value, throwOnError); } \
     void set_sdk_param_##NAME##_P1(T value, bool throwOnError) { set_##NAME(1, value, throwOnError); }
 #define ORV_TWIN_SET_HANDLER(NAME, TYPE) ORV_TWIN_SET_##TYPE(NAME)
 #define ORV_TWIN_SET_READONLY(NAME, TYPE)
 
-#define ORV_TWIN_GET(NAME, T)                                                  \
+#define ORV_TWIN_GET(NAME, T)                                          \
     void get_sdk_param_##NAME##_P0(T* value) { get_##NAME(0, value); } \
     void get_sdk_param_##NAME##_P1(T* value) { get_##NAME(1, value); }
 #define ORV_TWIN_GET_U32(NAME) ORV_TWIN_GET(NAME, uint32_t)
@@ -185,14 +185,11 @@ public:
     void getParameterWithType(int Param, void* Value, int CamPort, FgParamTypes Type);
 
     // ---- handlers: one body per parameter, the port as data ----
-#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
-    ORV_SET_##WRITE(NAME, TYPE)                             \
-    ORV_GET_##READ(NAME, TYPE)
+#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) ORV_SET_##WRITE(NAME, TYPE) ORV_GET_##READ(NAME, TYPE)
 #include "sdk_params.def"
 
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
-    ORV_TWIN_SET_##WRITE(NAME, TYPE)                        \
-    ORV_TWIN_GET_##READ(NAME, TYPE)
+    ORV_TWIN_SET_##WRITE(NAME, TYPE) ORV_TWIN_GET_##READ(NAME, TYPE)
 #include "sdk_params.def"
 
     // Writes the frame-cutting design parameters of a port (shared by the
@@ -217,8 +214,12 @@ public:
         if (value == nullptr) return reject(FG_ERR_INVALID_PARAMETER, throwOnError);
         if (int result = getUnwrappedParameterWithType(id, value, dma, type)) reject(result, throwOnError);
     }
-    void writeU32(int port, DesignPort dp, uint32_t v) { designWrite(qorPort(port, dp), &v, port, FG_PARAM_TYPE_UINT32_T); }
-    void writeDouble(int port, DesignPort dp, double v) { designWrite(qorPort(port, dp), &v, port, FG_PARAM_TYPE_DOUBLE); }
+    void writeU32(int port, DesignPort dp, uint32_t v) {
+        designWrite(qorPort(port, dp), &v, port, FG_PARAM_TYPE_UINT32_T);
+    }
+    void writeDouble(int port, DesignPort dp, double v) {
+        designWrite(qorPort(port, dp), &v, port, FG_PARAM_TYPE_DOUBLE);
+    }
     uint32_t readU32(int port, DesignPort dp) {
         uint32_t v = 0;
         designRead(qorPort(port, dp), &v, port, FG_PARAM_TYPE_UINT32_T);
@@ -227,36 +228,36 @@ public:
 
     // The set_qor_param_ / get_qor_param_ accessor family and the qor_id_
     // identities, generated from the design table.
-#define DESIGN_PARAM_PORT(NAME, KIND, COUNT, ACCESS)                                                      \
-    int32_t& qor_id_Device1_Process0_##NAME() { return qorPort_[DP_##NAME][0]; }                           \
-    int32_t& qor_id_Device1_Process1_##NAME() { return qorPort_[DP_##NAME][1]; }                           \
-    void set_qor_param_Device1_Process0_##NAME(const void* v, int process, int type, bool t) {            \
-        designWrite(qorPort_[DP_##NAME][0], v, process, FgParamTypes(type), t);                            \
-    }                                                                                                      \
-    void set_qor_param_Device1_Process1_##NAME(const void* v, int process, int type, bool t) {            \
-        designWrite(qorPort_[DP_##NAME][1], v, process, FgParamTypes(type), t);                            \
-    }                                                                                                      \
-    void get_qor_param_Device1_Process0_##NAME(void* v, int process, int type, bool t) {                  \
-        designRead(qorPort_[DP_##NAME][0], v, process, FgParamTypes(type), t);                             \
-    }                                                                                                      \
-    void get_qor_param_Device1_Process1_##NAME(void* v, int process, int type, bool t) {                  \
-        designRead(qorPort_[DP_##NAME][1], v, process, FgParamTypes(type), t);                             \
+#define DESIGN_PARAM_PORT(NAME, KIND, COUNT, ACCESS)                                           \
+    int32_t& qor_id_Device1_Process0_##NAME() { return qorPort_[DP_##NAME][0]; }               \
+    int32_t& qor_id_Device1_Process1_##NAME() { return qorPort_[DP_##NAME][1]; }               \
+    void set_qor_param_Device1_Process0_##NAME(const void* v, int process, int type, bool t) { \
+        designWrite(qorPort_[DP_##NAME][0], v, process, FgParamTypes(type), t);                \
+    }                                                                                          \
+    void set_qor_param_Device1_Process1_##NAME(const void* v, int process, int type, bool t) { \
+        designWrite(qorPort_[DP_##NAME][1], v, process, FgParamTypes(type), t);                \
+    }                                                                                          \
+    void get_qor_param_Device1_Process0_##NAME(void* v, int process, int type, bool t) {       \
+        designRead(qorPort_[DP_##NAME][0], v, process, FgParamTypes(type), t);                 \
+    }                                                                                          \
+    void get_qor_param_Device1_Process1_##NAME(void* v, int process, int type, bool t) {       \
+        designRead(qorPort_[DP_##NAME][1], v, process, FgParamTypes(type), t);                 \
     }
-#define DESIGN_PARAM_BOARD(NAME, KIND, COUNT, ACCESS)                                                     \
-    int32_t& qor_id_Device1_Process0_##NAME() { return qorBoard_[DB_##NAME]; }                             \
-    void set_qor_param_Device1_Process0_##NAME(const void* v, int process, int type, bool t) {            \
-        designWrite(qorBoard_[DB_##NAME], v, process, FgParamTypes(type), t);                              \
-    }                                                                                                      \
-    void get_qor_param_Device1_Process0_##NAME(void* v, int process, int type, bool t) {                  \
-        designRead(qorBoard_[DB_##NAME], v, process, FgParamTypes(type), t);                               \
+#define DESIGN_PARAM_BOARD(NAME, KIND, COUNT, ACCESS)                                          \
+    int32_t& qor_id_Device1_Process0_##NAME() { return qorBoard_[DB_##NAME]; }                 \
+    void set_qor_param_Device1_Process0_##NAME(const void* v, int process, int type, bool t) { \
+        designWrite(qorBoard_[DB_##NAME], v, process, FgParamTypes(type), t);                  \
+    }                                                                                          \
+    void get_qor_param_Device1_Process0_##NAME(void* v, int process, int type, bool t) {       \
+        designRead(qorBoard_[DB_##NAME], v, process, FgParamTypes(type), t);                   \
     }
-#define DESIGN_PARAM_SHARED(NAME, KIND, COUNT, ACCESS)                                                    \
-    int32_t& qor_id_Device1_Process2_##NAME() { return qorShared_[DS_##NAME]; }                            \
-    void set_qor_param_Device1_Process2_##NAME(const void* v, int process, int type, bool t) {            \
-        designWrite(qorShared_[DS_##NAME], v, process, FgParamTypes(type), t);                             \
-    }                                                                                                      \
-    void get_qor_param_Device1_Process2_##NAME(void* v, int process, int type, bool t) {                  \
-        designRead(qorShared_[DS_##NAME], v, process, FgParamTypes(type), t);                              \
+#define DESIGN_PARAM_SHARED(NAME, KIND, COUNT, ACCESS)                                         \
+    int32_t& qor_id_Device1_Process2_##NAME() { return qorShared_[DS_##NAME]; }                \
+    void set_qor_param_Device1_Process2_##NAME(const void* v, int process, int type, bool t) { \
+        designWrite(qorShared_[DS_##NAME], v, process, FgParamTypes(type), t);                 \
+    }                                                                                          \
+    void get_qor_param_Device1_Process2_##NAME(void* v, int process, int type, bool t) {       \
+        designRead(qorShared_[DS_##NAME], v, process, FgParamTypes(type), t);                  \
     }
 #include "design_params.def"
 
@@ -295,8 +296,7 @@ public:
         return infoOf(port, id);
     }
     RegisterInfo* infoAt(int port, int index, int id) {
-        if (index >= 0 && static_cast<unsigned>(port) < static_cast<unsigned>(kPortCount))
-            return sdkInfo_[port][index];
+        if (index >= 0 && static_cast<unsigned>(port) < static_cast<unsigned>(kPortCount)) return sdkInfo_[port][index];
         return registeredInfo(port, id);
     }
     RegisterInfo* infoOf(int port, int id);  // info() for an identity known only at run time
@@ -304,12 +304,13 @@ public:
     // (always inlined, so that a constant identity folds to its position).
     [[gnu::always_inline]] static constexpr int sdkIndex(int id) {
         switch (id) {
+// clang-format off
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
     case ID:                                                \
         return SDK_INDEX_##NAME;
 #include "sdk_params.def"
-        default:
-            return -1;
+            // clang-format on
+        default: return -1;
         }
     }
     // Copies the SDK records of register_info_map into the index info() reads;
@@ -346,7 +347,7 @@ public:
     StringToIntMap map_inspect_parameter_name_parameter_id{&mapMemory};
     IntToStringMap map_parameter_index_parameter_name{&mapMemory};
     StringToStringMap map_parameter_name_parameter_description[kPortCount] = {StringToStringMap{&mapMemory},
-                                                                             StringToStringMap{&mapMemory}};
+                                                                              StringToStringMap{&mapMemory}};
     EventNameToEventIdMap map_event_name_event_id{&mapMemory};
     EventIdToEventNameMap map_event_id_event_name{&mapMemory};
 
@@ -372,7 +373,7 @@ private:
     int32_t qorPort_[DP_COUNT][kPortCount];
     int32_t qorBoard_[DB_COUNT];
     int32_t qorShared_[DS_COUNT];
-    int dmaProcess_[kPortCount];  // map_dma_process, as the typed path reads it
+    int dmaProcess_[kPortCount];                               // map_dma_process, as the typed path reads it
     RegisterInfo* sdkInfo_[kPortCount][SDK_PARAM_COUNT] = {};  // register_info_map by SDK position
 };
 

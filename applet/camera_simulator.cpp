@@ -33,9 +33,7 @@ uint32_t roundU32(double x) { return truncU32(x + 0.5); }
 
 // Up to the next multiple of 12 (a multiple of 12 stays); wide enough for any
 // 32-bit input.
-uint64_t roundUp12(uint32_t v) {
-    return (uint64_t(v) + kPixelsPerClock - 1) / kPixelsPerClock * kPixelsPerClock;
-}
+uint64_t roundUp12(uint32_t v) { return (uint64_t(v) + kPixelsPerClock - 1) / kPixelsPerClock * kPixelsPerClock; }
 
 PortState& stateOf(FgQorWrapperImpl& w, int port) {
     if (port < 0 || port >= kPortCount) throw int(FG_ERR_INVALID_PARAMETER);
@@ -66,26 +64,19 @@ uint32_t CamSim::height() const { return s.cache_FG_CAMERASIMULATOR_HEIGHT; }
 
 double CamSim::pixelFrequency(uint32_t m) {
     switch (m) {
-    case kPixelFrequencyMode:
-        return gatedPixelFrequency(onTime());
+    case kPixelFrequencyMode: return gatedPixelFrequency(onTime());
     case kLineRateMode:
-    case kFrameRateMode:
-        return kFullSpeedMHz;
-    default:
-        throw int(FG_ERR_NO_DESCRIPTION);
+    case kFrameRateMode: return kFullSpeedMHz;
+    default: throw int(FG_ERR_NO_DESCRIPTION);
     }
 }
 
 double CamSim::lineRate(uint32_t m) {
     switch (m) {
-    case kPixelFrequencyMode:
-        return pixelFrequency(m) * kHzPerMHz / double(s.used_width + s.used_line_gap);
-    case kLineRateMode:
-        return rateOfClocks(double(sequenceLength()));
-    case kFrameRateMode:
-        return fullSpeedLineRate(s.used_width);
-    default:
-        throw int(FG_ERR_NO_DESCRIPTION);
+    case kPixelFrequencyMode: return pixelFrequency(m) * kHzPerMHz / double(s.used_width + s.used_line_gap);
+    case kLineRateMode: return rateOfClocks(double(sequenceLength()));
+    case kFrameRateMode: return fullSpeedLineRate(s.used_width);
+    default: throw int(FG_ERR_NO_DESCRIPTION);
     }
 }
 
@@ -95,14 +86,12 @@ double CamSim::frameRate(uint32_t m) {
         const uint32_t pixels = (s.used_width + s.used_line_gap) * (height() + s.used_frame_gap);
         return pixelFrequency(m) * kHzPerMHz / double(pixels);
     }
-    case kLineRateMode:
-        return rateOfClocks(double(sequenceLength())) / double(height() + s.used_frame_gap);
+    case kLineRateMode: return rateOfClocks(double(sequenceLength())) / double(height() + s.used_frame_gap);
     case kFrameRateMode: {
         const uint32_t clocks = height() * sequenceLength();
         return rateOfClocks(double(clocks));
     }
-    default:
-        throw int(FG_ERR_NO_DESCRIPTION);
+    default: throw int(FG_ERR_NO_DESCRIPTION);
     }
 }
 
@@ -136,29 +125,23 @@ void CamSim::setHeight(uint32_t h, uint32_t frameGap) {
 uint32_t CamSim::widthMax() {
     const uint32_t m = mode();
     switch (m) {
-    case kPixelFrequencyMode:
-        return kGeometryLimit - s.used_line_gap;
-    case kLineRateMode:
-        return std::min(kGeometryLimit, truncU32(maxPf() / lineRate(m) - kPixelsPerClock));
+    case kPixelFrequencyMode: return kGeometryLimit - s.used_line_gap;
+    case kLineRateMode: return std::min(kGeometryLimit, truncU32(maxPf() / lineRate(m) - kPixelsPerClock));
     case kFrameRateMode:
         return std::min(kGeometryLimit, truncU32(maxPf() / (double(height()) * frameRate(m)) - kPixelsPerClock));
-    default:
-        throw int(FG_ERR_NO_DESCRIPTION);
+    default: throw int(FG_ERR_NO_DESCRIPTION);
     }
 }
 
 uint32_t CamSim::lineGapMax() {
     const uint32_t m = mode();
     switch (m) {
-    case kPixelFrequencyMode:
-        return kGeometryLimit - s.used_width;
+    case kPixelFrequencyMode: return kGeometryLimit - s.used_width;
     case kLineRateMode:
         return std::min(kGeometryLimit - s.used_width,
                         truncU32(maxPf() / lineRate(m) - double(s.used_width) - kPixelsPerClock));
-    case kFrameRateMode:
-        return 0;
-    default:
-        throw int(FG_ERR_NO_DESCRIPTION);
+    case kFrameRateMode: return 0;
+    default: throw int(FG_ERR_NO_DESCRIPTION);
     }
 }
 
@@ -166,12 +149,10 @@ uint32_t CamSim::heightMax() {
     const uint32_t m = mode();
     switch (m) {
     case kPixelFrequencyMode:
-    case kLineRateMode:
-        return kGeometryLimit - s.used_frame_gap;
+    case kLineRateMode: return kGeometryLimit - s.used_frame_gap;
     case kFrameRateMode:
         return std::min(kGeometryLimit, truncU32(maxPf() / (double(s.used_width + kPixelsPerClock) * frameRate(m))));
-    default:
-        throw int(FG_ERR_NO_DESCRIPTION);
+    default: throw int(FG_ERR_NO_DESCRIPTION);
     }
 }
 
@@ -288,8 +269,7 @@ void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_TRIGGER_MODE(int port, uint32_t va
     // Free run: the valve passes everything, in frame mode. Line trigger: one
     // line per rising edge. Frame trigger: one frame per rising edge.
     const uint32_t freeRun = value == sdk::value(sdk::CameraSimulatorTriggerMode::SIMULATION_FREE_RUN) ? 1 : 0;
-    const uint32_t valveMode =
-        value == sdk::value(sdk::CameraSimulatorTriggerMode::RISING_EDGE_TRIGGERS_LINE) ? 1 : 2;
+    const uint32_t valveMode = value == sdk::value(sdk::CameraSimulatorTriggerMode::RISING_EDGE_TRIGGERS_LINE) ? 1 : 2;
     commit(sim.s.cache_FG_CAMERASIMULATOR_TRIGGER_MODE, value, throwOnError, [&] {
         writeU32(port, DP_CameraSimulator_TriggerValve_FreeRun_Select, freeRun);
         writeU32(port, DP_CameraSimulator_TriggerValve_TriggerValve_Mode, valveMode);
@@ -448,7 +428,8 @@ static bool sizeAccepted(uint32_t value, uint32_t minimum, Maximum&& maximumOf, 
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_WIDTH(int port, uint32_t value, bool throwOnError) {
     CamSim sim(*this, port);
-    if (!sizeAccepted(value, catalogue::FG_CAMERASIMULATOR_WIDTH::from, [&] { return sim.widthMax(); }, throwOnError))
+    if (!sizeAccepted(
+            value, catalogue::FG_CAMERASIMULATOR_WIDTH::from, [&] { return sim.widthMax(); }, throwOnError))
         return;
     PortState& s = sim.s;
     commit(s.cache_FG_CAMERASIMULATOR_WIDTH, value, throwOnError, [&] {
@@ -466,8 +447,8 @@ void FgQorWrapperImpl::get_FG_CAMERASIMULATOR_WIDTH(int port, uint32_t* value) {
 
 void FgQorWrapperImpl::set_FG_CAMERASIMULATOR_HEIGHT(int port, uint32_t value, bool throwOnError) {
     CamSim sim(*this, port);
-    if (!sizeAccepted(value, catalogue::FG_CAMERASIMULATOR_HEIGHT::from, [&] { return sim.heightMax(); },
-                      throwOnError))
+    if (!sizeAccepted(
+            value, catalogue::FG_CAMERASIMULATOR_HEIGHT::from, [&] { return sim.heightMax(); }, throwOnError))
         return;
     PortState& s = sim.s;
     commit(s.cache_FG_CAMERASIMULATOR_HEIGHT, value, throwOnError, [&] {

@@ -60,8 +60,8 @@ inline double fullSpeedLineRate(uint32_t width) { return kPixelsPerClock / (doub
 // The working values of one port's simulator: what is actually programmed.
 // CamSim::start() gives them their start values.
 struct CamSimWorkingValues {
-    uint32_t used_width = 0;       // width rounded up to a multiple of 12
-    uint32_t used_line_gap = 0;    // a multiple of 12; 0 outside pixel-frequency mode
+    uint32_t used_width = 0;     // width rounded up to a multiple of 12
+    uint32_t used_line_gap = 0;  // a multiple of 12; 0 outside pixel-frequency mode
     uint32_t used_height = 0;
     uint32_t used_frame_gap = 0;
     double max_pixelFrequency = 0.0;  // Hz
@@ -88,7 +88,7 @@ public:
 
     // ---- what the getters report and a configuration file holds ----
     uint32_t width() const { return working().used_width; }
-    uint32_t lineGap() const;  // 0 outside pixel-frequency mode
+    uint32_t lineGap() const;   // 0 outside pixel-frequency mode
     uint32_t frameGap() const;  // 0 in frame-rate mode
     // The pixel frequency of pixel-frequency mode, else full speed.
     double pixelFrequencyOrFullSpeed();

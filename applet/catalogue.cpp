@@ -75,34 +75,34 @@ void FgQorWrapperImpl::createUserParameters() {
         RegisterInfoMap::mapped_type& byId = register_info_map[port];
         RegisterInfo* r;
 
-#define CAT_UINT(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT)                                  \
+#define CAT_UINT(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT)                                      \
     r = registry.addInfoUInt(groups.group(PATH), DISPLAY, #NAME, FROM, TO, STEPS, ACCESS, RANGEFLAG, kVisible, UNIT, \
-                             NAME, port);                                                                        \
+                             NAME, port);                                                                            \
     byId[NAME] = r;
-#define CAT_UINT64(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT)                          \
+#define CAT_UINT64(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT)                                 \
     r = registry.addInfoUInt64(groups.group(PATH), DISPLAY, #NAME, uint64_t(FROM), uint64_t(TO), uint64_t(STEPS), \
-                               ACCESS, RANGEFLAG, kVisible, UNIT, NAME, port);                             \
+                               ACCESS, RANGEFLAG, kVisible, UNIT, NAME, port);                                    \
     byId[NAME] = r;
-#define CAT_DOUBLE(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT)                          \
-    r = registry.addInfoDouble(groups.group(PATH), DISPLAY, #NAME, FROM, TO, STEPS, ACCESS, RANGEFLAG, kVisible, \
-                               UNIT, NAME, port);                                                          \
+#define CAT_DOUBLE(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT)                                      \
+    r = registry.addInfoDouble(groups.group(PATH), DISPLAY, #NAME, FROM, TO, STEPS, ACCESS, RANGEFLAG, kVisible, UNIT, \
+                               NAME, port);                                                                            \
     byId[NAME] = r;
-#define CAT_ENUM(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, TABLE)                                             \
+#define CAT_ENUM(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, TABLE)                                               \
     r = registry.addInfoEnum(groups.group(PATH), DISPLAY, #NAME, enum_tables::TABLE.count, ACCESS, RANGEFLAG, \
-                             kVisible, "", NAME, port);                                                     \
-    addEnumEntries(registry, r, enum_tables::TABLE);                                                        \
+                             kVisible, "", NAME, port);                                                       \
+    addEnumEntries(registry, r, enum_tables::TABLE);                                                          \
     byId[NAME] = r;
-#define CAT_STRING(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FILTER, UNIT)                                      \
-    r = registry.addInfoString(groups.group(PATH), DISPLAY, #NAME, FILTER, ACCESS, RANGEFLAG, kVisible, UNIT, \
-                               NAME, port);                                                                   \
+#define CAT_STRING(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FILTER, UNIT)                                            \
+    r = registry.addInfoString(groups.group(PATH), DISPLAY, #NAME, FILTER, ACCESS, RANGEFLAG, kVisible, UNIT, NAME, \
+                               port);                                                                               \
     byId[NAME] = r;
-#define CAT_UFIELD(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, SIZE, FROM, TO, STEPS, UNIT)                           \
+#define CAT_UFIELD(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, SIZE, FROM, TO, STEPS, UNIT)                         \
     r = registry.addInfoUIntField(groups.group(PATH), DISPLAY, #NAME, SIZE, FROM, TO, STEPS, ACCESS, RANGEFLAG, \
-                                  kVisible, UNIT, NAME, port);                                                   \
+                                  kVisible, UNIT, NAME, port);                                                  \
     byId[NAME] = r;
-#define CAT_DFIELD(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, SIZE, FROM, TO, STEPS, UNIT)                             \
+#define CAT_DFIELD(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, SIZE, FROM, TO, STEPS, UNIT)                           \
     r = registry.addInfoDoubleField(groups.group(PATH), DISPLAY, #NAME, SIZE, FROM, TO, STEPS, ACCESS, RANGEFLAG, \
-                                    kVisible, UNIT, NAME, port);                                                   \
+                                    kVisible, UNIT, NAME, port);                                                  \
     byId[NAME] = r;
 #include "catalogue.def"
 
@@ -122,8 +122,7 @@ RegisterInfo* FgQorWrapperImpl::infoOf(int port, int id) { return infoAt(port, s
 
 void FgQorWrapperImpl::indexRegisteredInfo() {
     for (int port = 0; port < kPortCount; ++port) {
-#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
-    sdkInfo_[port][SDK_INDEX_##NAME] = registeredInfo(port, ID);
+#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) sdkInfo_[port][SDK_INDEX_##NAME] = registeredInfo(port, ID);
 #include "sdk_params.def"
     }
 }

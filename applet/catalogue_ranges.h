@@ -10,25 +10,25 @@
 namespace catalogue {
 
 #define CAT_UINT(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT) \
-    struct NAME {                                                              \
-        static constexpr uint32_t from = FROM, to = TO, steps = STEPS;         \
+    struct NAME {                                                               \
+        static constexpr uint32_t from = FROM, to = TO, steps = STEPS;          \
     };
 #define CAT_UINT64(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT) \
-    struct NAME {                                                                \
-        static constexpr uint64_t from = FROM, to = TO, steps = STEPS;           \
+    struct NAME {                                                                 \
+        static constexpr uint64_t from = FROM, to = TO, steps = STEPS;            \
     };
 #define CAT_DOUBLE(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, FROM, TO, STEPS, UNIT) \
-    struct NAME {                                                                \
-        static constexpr double from = FROM, to = TO, steps = STEPS;             \
+    struct NAME {                                                                 \
+        static constexpr double from = FROM, to = TO, steps = STEPS;              \
     };
 #define CAT_UFIELD(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, SIZE, FROM, TO, STEPS, UNIT) \
-    struct NAME {                                                                      \
-        static constexpr uint32_t size = SIZE, from = FROM, to = TO, steps = STEPS;    \
+    struct NAME {                                                                       \
+        static constexpr uint32_t size = SIZE, from = FROM, to = TO, steps = STEPS;     \
     };
 #define CAT_DFIELD(PATH, DISPLAY, NAME, ACCESS, RANGEFLAG, SIZE, FROM, TO, STEPS, UNIT) \
-    struct NAME {                                                                      \
-        static constexpr uint32_t size = SIZE;                                         \
-        static constexpr double from = FROM, to = TO, steps = STEPS;                   \
+    struct NAME {                                                                       \
+        static constexpr uint32_t size = SIZE;                                          \
+        static constexpr double from = FROM, to = TO, steps = STEPS;                    \
     };
 #include "catalogue.def"
 

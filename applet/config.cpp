@@ -127,10 +127,10 @@ void applyQuietly(Apply&& apply) {
 
 }  // namespace
 
-#define ORV_SAVE(NAME, KIND, VALUE)                    \
-    try {                                              \
+#define ORV_SAVE(NAME, KIND, VALUE)                     \
+    try {                                               \
         ConfigKind_##KIND::write(parser, #NAME, VALUE); \
-    } catch (int) {                                    \
+    } catch (int) {                                     \
     }
 #define ORV_SAVE_CACHED(NAME, KIND) ORV_SAVE(NAME, KIND, ps.cache_##NAME)
 #define ORV_SAVE_LIVE(NAME, KIND) ORV_SAVE(NAME, KIND, savedValue_##NAME(*this, port))
@@ -149,11 +149,11 @@ void FgQorWrapperImpl::saveConfig(Fg_ConfigFileParser& parser) {
 }
 
 // First pass: applied and cached-only keys are stored as cached values.
-#define ORV_LOAD_CACHE(NAME, KIND)                                                  \
-    {                                                                               \
-        ConfigKind_##KIND::Value value = ConfigKind_##KIND::Value();                \
-        if (!ConfigKind_##KIND::read(parser, port, #NAME, value)) return false;     \
-        ps.cache_##NAME = value;                                                    \
+#define ORV_LOAD_CACHE(NAME, KIND)                                              \
+    {                                                                           \
+        ConfigKind_##KIND::Value value = ConfigKind_##KIND::Value();            \
+        if (!ConfigKind_##KIND::read(parser, port, #NAME, value)) return false; \
+        ps.cache_##NAME = value;                                                \
     }
 #define ORV_LOAD_CACHE_APPLIED(NAME, KIND) ORV_LOAD_CACHE(NAME, KIND)
 #define ORV_LOAD_CACHE_CACHED_ONLY(NAME, KIND) ORV_LOAD_CACHE(NAME, KIND)
@@ -161,11 +161,11 @@ void FgQorWrapperImpl::saveConfig(Fg_ConfigFileParser& parser) {
 #define ORV_LOAD_CACHE_NONE(NAME, KIND)
 
 // Second pass: applied keys are read again and handed to their handler.
-#define ORV_LOAD_APPLY_APPLIED(NAME, KIND)                                                     \
-    {                                                                                          \
-        ConfigKind_##KIND::Value value = ConfigKind_##KIND::Value();                           \
-        if (!ConfigKind_##KIND::read(parser, port, #NAME, value)) return false;                \
-        applyQuietly([&] { set_##NAME(port, ConfigKind_##KIND::arg(value), false); });        \
+#define ORV_LOAD_APPLY_APPLIED(NAME, KIND)                                             \
+    {                                                                                  \
+        ConfigKind_##KIND::Value value = ConfigKind_##KIND::Value();                   \
+        if (!ConfigKind_##KIND::read(parser, port, #NAME, value)) return false;        \
+        applyQuietly([&] { set_##NAME(port, ConfigKind_##KIND::arg(value), false); }); \
     }
 #define ORV_LOAD_APPLY_CACHED_ONLY(NAME, KIND)
 #define ORV_LOAD_APPLY_NOT_READ(NAME, KIND)

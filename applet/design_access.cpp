@@ -21,10 +21,8 @@ bool isPublishableFormat(int format) {
     case REG_FORMAT_DOUBLE:
     case REG_FORMAT_UINT64:
     case REG_FORMAT_INT:
-    case REG_FORMAT_INT64:
-        return true;
-    default:
-        return false;
+    case REG_FORMAT_INT64: return true;
+    default: return false;
     }
 }
 
@@ -181,8 +179,8 @@ void FgQorWrapperImpl::addDirectQorRecords(int port, RegisterInfo* group) {
         switch (leaf->format) {
         case REG_FORMAT_UINT:
             r = registry->addInfoUInt(parent, display, pname.c_str(), leaf->u.uiReg.from, leaf->u.uiReg.to,
-                                      leaf->u.uiReg.steps, leaf->accessFlags, leaf->rangeFlags,
-                                      leaf->visibilityFlags, leaf->unit, id, port);
+                                      leaf->u.uiReg.steps, leaf->accessFlags, leaf->rangeFlags, leaf->visibilityFlags,
+                                      leaf->unit, id, port);
             break;
         case REG_FORMAT_INT:
             r = registry->addInfoInt(parent, display, pname.c_str(), leaf->u.iReg.from, leaf->u.iReg.to,
@@ -197,18 +195,17 @@ void FgQorWrapperImpl::addDirectQorRecords(int port, RegisterInfo* group) {
         case REG_FORMAT_INT64:
             r = registry->addInfoInt64(parent, display, pname.c_str(), static_cast<int64_t>(leaf->u.iReg64.from),
                                        static_cast<int64_t>(leaf->u.iReg64.to),
-                                       static_cast<int64_t>(leaf->u.iReg64.steps), leaf->accessFlags,
-                                       leaf->rangeFlags, leaf->visibilityFlags, leaf->unit, id, port);
+                                       static_cast<int64_t>(leaf->u.iReg64.steps), leaf->accessFlags, leaf->rangeFlags,
+                                       leaf->visibilityFlags, leaf->unit, id, port);
             break;
         case REG_FORMAT_DOUBLE:
             r = registry->addInfoDouble(parent, display, pname.c_str(), leaf->u.dReg.from, leaf->u.dReg.to,
-                                        leaf->u.dReg.steps, leaf->accessFlags, leaf->rangeFlags,
-                                        leaf->visibilityFlags, leaf->unit, id, port);
+                                        leaf->u.dReg.steps, leaf->accessFlags, leaf->rangeFlags, leaf->visibilityFlags,
+                                        leaf->unit, id, port);
             break;
         case REG_FORMAT_STRING:
-            r = registry->addInfoString(parent, display, pname.c_str(), leaf->u.sReg.FileExtension,
-                                        leaf->accessFlags, leaf->rangeFlags, leaf->visibilityFlags, leaf->unit, id,
-                                        port);
+            r = registry->addInfoString(parent, display, pname.c_str(), leaf->u.sReg.FileExtension, leaf->accessFlags,
+                                        leaf->rangeFlags, leaf->visibilityFlags, leaf->unit, id, port);
             break;
         case REG_FORMAT_ENUM: {
             int n = leaf->u.eReg.nrOfElements;
@@ -222,8 +219,7 @@ void FgQorWrapperImpl::addDirectQorRecords(int port, RegisterInfo* group) {
             }
             break;
         }
-        default:
-            break;
+        default: break;
         }
         if (r) register_info_map[port][id] = r;
     }

@@ -125,16 +125,13 @@ int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Registe
                                                                FgParamTypes Type) {
     return typedAccess(
         Param, Value, [&](int id) { return setUnwrappedParameterWithType(id, Value, CamPort, Type); },
-        [&] { return directRegisterWrite(Param, Value); },
-        [&] { dispatchSet(Param, Value, CamPort, Type); });
+        [&] { return directRegisterWrite(Param, Value); }, [&] { dispatchSet(Param, Value, CamPort, Type); });
 }
 
-[[gnu::flatten]] int FgQorWrapperImpl::Fg_getParameterWithType(int Param, void* Value, int CamPort,
-                                                               FgParamTypes Type) {
+[[gnu::flatten]] int FgQorWrapperImpl::Fg_getParameterWithType(int Param, void* Value, int CamPort, FgParamTypes Type) {
     return typedAccess(
         Param, Value, [&](int id) { return getUnwrappedParameterWithType(id, Value, CamPort, Type); },
-        [&] { return directRegisterRead(Param, Value); },
-        [&] { dispatchGet(Param, Value, CamPort, Type); });
+        [&] { return directRegisterRead(Param, Value); }, [&] { dispatchGet(Param, Value, CamPort, Type); });
 }
 
 // ---- writes ----
@@ -144,10 +141,10 @@ int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Registe
 #define ORV_DISPATCH_SET_U32(NAME) set_##NAME(process, asUInt(Value), true);
 #define ORV_DISPATCH_SET_DOUBLE(NAME) set_##NAME(process, asDouble(Value), true);
 #define ORV_DISPATCH_SET_TEXT(NAME) set_##NAME(process, static_cast<const char*>(Value), true);
-#define ORV_DISPATCH_SET_UFIELD(NAME)                                                \
-    if (Type == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS)                               \
+#define ORV_DISPATCH_SET_UFIELD(NAME)                                               \
+    if (Type == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS)                              \
         set_##NAME(process, static_cast<const FieldParameterAccess*>(Value), true); \
-    else                                                                             \
+    else                                                                            \
         setLutElement(process, static_cast<const FieldParameterInt*>(Value));
 
 void FgQorWrapperImpl::setParameterWithType(int Param, const void* Value, int CamPort, FgParamTypes Type) {
@@ -159,12 +156,13 @@ void FgQorWrapperImpl::setParameterWithType(int Param, const void* Value, int Ca
     const int process = mapDmaToProcess(CamPort);
     (void)Type;
     switch (sdkRow(Param)) {
+// clang-format off
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
     case SDK_INDEX_##NAME + 1:                              \
         ORV_DISPATCH_SET_##WRITE(NAME, TYPE) break;
 #include "sdk_params.def"
-    default:
-        throw int(Param == FG_PARAMETER_DESCRIPTION_QUERY ? FG_ERR_NOT_AVAILABLE : FG_ERR_INVALID_PARAMETER);
+        // clang-format on
+    default: throw int(Param == FG_PARAMETER_DESCRIPTION_QUERY ? FG_ERR_NOT_AVAILABLE : FG_ERR_INVALID_PARAMETER);
     }
 }
 
@@ -184,21 +182,21 @@ void FgQorWrapperImpl::setLutElement(int port, const FieldParameterInt* element)
 #define ORV_DISPATCH_GET_CONST0(NAME, TYPE) storeConst(Value, 0);
 #define ORV_DISPATCH_GET_CONST3(NAME, TYPE) storeConst(Value, 3);
 #define ORV_DISPATCH_GET_CONST12(NAME, TYPE) storeConst(Value, 12);
-#define ORV_DISPATCH_GET_HOST(NAME, TYPE)                                           \
+#define ORV_DISPATCH_GET_HOST(NAME, TYPE) \
     if (int r = getUnwrappedParameterWithType(Param, Value, CamPort, Type)) throw r;
 #define ORV_DISPATCH_GET_U32(NAME) get_##NAME(process, static_cast<uint32_t*>(Value));
 #define ORV_DISPATCH_GET_DOUBLE(NAME) get_##NAME(process, static_cast<double*>(Value));
 #define ORV_DISPATCH_GET_TEXT(NAME) get_##NAME(process, static_cast<char*>(Value));
 #define ORV_DISPATCH_GET_U64(NAME) get_##NAME(process, static_cast<uint64_t*>(Value));
-#define ORV_DISPATCH_GET_UFIELD(NAME)                                          \
-    if (Type == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS)                         \
-        get_##NAME(process, static_cast<FieldParameterAccess*>(Value));        \
-    else                                                                       \
+#define ORV_DISPATCH_GET_UFIELD(NAME)                                   \
+    if (Type == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS)                  \
+        get_##NAME(process, static_cast<FieldParameterAccess*>(Value)); \
+    else                                                                \
         get_##NAME(process, static_cast<FieldParameterInt*>(Value));
-#define ORV_DISPATCH_GET_DFIELD(NAME)                                          \
-    if (Type == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS)                         \
-        get_##NAME(process, static_cast<FieldParameterAccess*>(Value));        \
-    else                                                                       \
+#define ORV_DISPATCH_GET_DFIELD(NAME)                                   \
+    if (Type == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS)                  \
+        get_##NAME(process, static_cast<FieldParameterAccess*>(Value)); \
+    else                                                                \
         get_##NAME(process, static_cast<FieldParameterDouble*>(Value));
 
 namespace {
@@ -213,10 +211,12 @@ void FgQorWrapperImpl::getParameterWithType(int Param, void* Value, int CamPort,
                                                                  FgParamTypes Type) {
     const int process = mapDmaToProcess(CamPort);
     switch (sdkRow(Param)) {
+// clang-format off
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
     case SDK_INDEX_##NAME + 1:                              \
         ORV_DISPATCH_GET_##READ(NAME, TYPE) break;
 #include "sdk_params.def"
+        // clang-format on
     default:
         if (Param != FG_PARAMETER_DESCRIPTION_QUERY) throw int(FG_ERR_INVALID_PARAMETER);
         describe(process, static_cast<char*>(Value));

@@ -39,9 +39,7 @@ int FgQorWrapperImpl::processChannelToDma(int, int) {
     throw std::runtime_error("processChannelToDma() is not implemented.");
 }
 int FgQorWrapperImpl::mapDmaToFormat(int) { throw std::runtime_error("mapDmaToFormat() is not implemented."); }
-void FgQorWrapperImpl::setDmaAlignment(int, int) {
-    throw std::runtime_error("setDmaAlignment() is not implemented.");
-}
+void FgQorWrapperImpl::setDmaAlignment(int, int) { throw std::runtime_error("setDmaAlignment() is not implemented."); }
 int FgQorWrapperImpl::getDmaAlignment(int) { throw std::runtime_error("getDmaAlignment() is not implemented."); }
 
 extern "C" FG_APPLET_EXPORT Fg_Master* Std_entry(QORdevice* hwhandle, int* err, int flags) {

@@ -5,7 +5,9 @@ namespace enum_tables {
 namespace {
 #define ENUM_TABLE(NAME) const EnumField NAME##_fields[] = {
 #define ENUM_ENTRY(DISPLAY, VALUE, CONSTANT) {DISPLAY, VALUE, #CONSTANT},
-#define ENUM_TABLE_END() };
+#define ENUM_TABLE_END() \
+    }                    \
+    ;
 #include "enums.def"
 }  // namespace
 

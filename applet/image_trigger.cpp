@@ -7,7 +7,6 @@
 
 namespace {
 
-
 using ImgTriggerMode = sdk::ImageTriggerModesWithMultiBuffer;
 
 const uint32_t kDesignSoftwareSource = 4;
@@ -27,13 +26,10 @@ inline uint32_t designSource(uint32_t sdkSource) {
 inline uint32_t designMode(uint32_t mode) {
     switch (mode) {
     case sdk::value(ImgTriggerMode::ASYNC_TRIGGER):
-    case sdk::value(ImgTriggerMode::ASYNC_TRIGGER_MULTIFRAME):
-        return 1;
+    case sdk::value(ImgTriggerMode::ASYNC_TRIGGER_MULTIFRAME): return 1;
     case sdk::value(ImgTriggerMode::ASYNC_GATED):
-    case sdk::value(ImgTriggerMode::ASYNC_GATED_MULTIFRAME):
-        return 2;
-    default:
-        return 0;
+    case sdk::value(ImgTriggerMode::ASYNC_GATED_MULTIFRAME): return 2;
+    default: return 0;
     }
 }
 

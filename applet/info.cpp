@@ -91,75 +91,46 @@ extern "C" FG_APPLET_EXPORT int Info(const AppletInfos cmd, const int arg1, cons
     std::memcpy(&code, &cmd, sizeof code);
     switch (code) {
     case GET_ISCAM_COLOR:
-    case GET_IS_SMART_APPLET:
-        return 0;
-    case GET_PNG_ICON:
-        putU32(vptr, appletIconSize);
-        return answerPointer(vptrptr, appletIcon);
-    case GET_EMBEDDED_HAP:
-        putU32(vptr, rawHapSize);
-        return answerPointer(vptrptr, rawHap);
-    case GET_HAP_ID:
-        return answerPointer(vptrptr, c_HAP_UID);
-    case GET_BITSTREAM_ID:
-        return answerPointer(vptrptr, c_BITSTREAM_UID);
-    case GET_IS_ADVANCED_ACQUISITION_APPLET:
-        return 1;
-    case GET_NR_OF_PORTS:
-        return kPorts;
-    case GET_NR_OF_CAMS:
-        return kCameras;
-    case GET_NR_OF_DMAS:
-        return kDmas;
-    case GET_VERSION:
-        return kVersionCode;
-    case GET_HAP_NAME:
-        return 0;
-    case GET_BOARD_TYPE:
-        return kBoardType;
+    case GET_IS_SMART_APPLET: return 0;
+    case GET_PNG_ICON: putU32(vptr, appletIconSize); return answerPointer(vptrptr, appletIcon);
+    case GET_EMBEDDED_HAP: putU32(vptr, rawHapSize); return answerPointer(vptrptr, rawHap);
+    case GET_HAP_ID: return answerPointer(vptrptr, c_HAP_UID);
+    case GET_BITSTREAM_ID: return answerPointer(vptrptr, c_BITSTREAM_UID);
+    case GET_IS_ADVANCED_ACQUISITION_APPLET: return 1;
+    case GET_NR_OF_PORTS: return kPorts;
+    case GET_NR_OF_CAMS: return kCameras;
+    case GET_NR_OF_DMAS: return kDmas;
+    case GET_VERSION: return kVersionCode;
+    case GET_HAP_NAME: return 0;
+    case GET_BOARD_TYPE: return kBoardType;
     case GET_PX_TYPE:
     case GET_IS_CUSTOM:
     case GET_IS_AREA:
     case GET_IS_MEDIUM:
-    case GET_IS_FULL:
-        return 0;
-    case GET_INFO_DESCRIPTION:
-        return answerPointer(vptrptr, kDescription);
-    case GET_INFO_CATEGORY:
-        return answerPointer(vptrptr, kCategory);
-    case GET_INFO_TAGS:
-        return answerPointer(vptrptr, kTags);
-    case GET_INFO_DEVICE_HANDLE:
-        putPointer(vptr, FgQorWrapper::accessDeviceHandle(nullptr));
-        return 0;
-    case GET_INFO_DESIGN_HANDLE:
-        putPointer(vptr, FgQorWrapper::accessDesignHandle(nullptr));
-        return 0;
-    case GET_INFO_FRIENDLY_NAME:
-        return answerPointer(vptrptr, kAppletName);
-    case GET_INFO_VERSIONSTRING:
-        return answerPointer(vptrptr, kVersion);
-    case GET_INFO_VERSIONSTRING_DETAIL:
-        return answerPointer(vptrptr, kVersionDetail);
+    case GET_IS_FULL: return 0;
+    case GET_INFO_DESCRIPTION: return answerPointer(vptrptr, kDescription);
+    case GET_INFO_CATEGORY: return answerPointer(vptrptr, kCategory);
+    case GET_INFO_TAGS: return answerPointer(vptrptr, kTags);
+    case GET_INFO_DEVICE_HANDLE: putPointer(vptr, FgQorWrapper::accessDeviceHandle(nullptr)); return 0;
+    case GET_INFO_DESIGN_HANDLE: putPointer(vptr, FgQorWrapper::accessDesignHandle(nullptr)); return 0;
+    case GET_INFO_FRIENDLY_NAME: return answerPointer(vptrptr, kAppletName);
+    case GET_INFO_VERSIONSTRING: return answerPointer(vptrptr, kVersion);
+    case GET_INFO_VERSIONSTRING_DETAIL: return answerPointer(vptrptr, kVersionDetail);
     case GET_INFO_RESOLVE_ENUM: {
         if (vptr == nullptr) return FG_ERR_INVALID_PARAMETER;
         const ConstantMap& constants = constantsByName();
         ConstantMap::const_iterator found = constants.find(static_cast<const char*>(vptr));
         return found == constants.end() ? int(FG_ERR_INVALID_PARAMETER) : found->second;
     }
-    case GET_INFO_NR_OF_PROCESSES:
-        return kProcesses;
+    case GET_INFO_NR_OF_PROCESSES: return kProcesses;
     case GET_INFO_NR_OF_PROCESS_CHANNELS:
-    case GET_INFO_NR_OF_PROCESS_CAMERAS:
-        return below(arg1, kProcesses) ? 1 : int(FG_ERR_INVALID_PARAMETER);
+    case GET_INFO_NR_OF_PROCESS_CAMERAS: return below(arg1, kProcesses) ? 1 : int(FG_ERR_INVALID_PARAMETER);
     case GET_INFO_PROCESS_CHANNEL_DMA:
     case GET_INFO_PROCESS_CAMERA_PORT:
         // One channel and one camera per process, on the DMA and port of the same number.
         return below(arg1, kProcesses) && below(arg2, 1) ? arg1 : int(FG_ERR_INVALID_PARAMETER);
-    case GET_INFO_DMA_DIRECTION:
-        return below(arg1, kDmas) ? 1 : int(FG_ERR_INVALID_PARAMETER);
-    case GET_INFO_DMA_DATATYPE:
-        return below(arg1, kDmas) ? int(datatypes[arg1]) : int(FG_ERR_INVALID_PARAMETER);
+    case GET_INFO_DMA_DIRECTION: return below(arg1, kDmas) ? 1 : int(FG_ERR_INVALID_PARAMETER);
+    case GET_INFO_DMA_DATATYPE: return below(arg1, kDmas) ? int(datatypes[arg1]) : int(FG_ERR_INVALID_PARAMETER);
     }
     return FG_ERR_NOT_SUPPORTED;
 }

@@ -110,8 +110,7 @@ void FgQorWrapperImpl::get_FG_CAMSTATUS(int port, uint32_t* value) {
 // The DMA status belongs to the host runtime itself.
 void FgQorWrapperImpl::get_FG_DMASTATUS(int port, uint32_t* value) {
     requireOutput(value);
-    if (int result = getUnwrappedParameterWithType(FG_DMASTATUS, value, port, FG_PARAM_TYPE_UINT32_T))
-        throw result;
+    if (int result = getUnwrappedParameterWithType(FG_DMASTATUS, value, port, FG_PARAM_TYPE_UINT32_T)) throw result;
 }
 
 // ---- applet identity ----
@@ -156,8 +155,7 @@ void FgQorWrapperImpl::get_FG_SYSTEMMONITOR_RAM_CHIP_TEMPERATURE(int port, doubl
 }
 
 void FgQorWrapperImpl::get_FG_SYSTEMMONITOR_CXP_POWER_REGULATOR_TEMPERATURE(int port, double* value) {
-    get_qor_param_Device1_Process0_BoardStatus_CxpPowerRegulatorTemperature(value, port, FG_PARAM_TYPE_DOUBLE,
-                                                                            true);
+    get_qor_param_Device1_Process0_BoardStatus_CxpPowerRegulatorTemperature(value, port, FG_PARAM_TYPE_DOUBLE, true);
 }
 
 void FgQorWrapperImpl::get_FG_SYSTEMMONITOR_POWER_REGULATOR_TEMPERATURE(int port, double* value) {
@@ -170,24 +168,20 @@ void FgQorWrapperImpl::get_FG_SYSTEMMONITOR_FPGA_DNA(int port, uint64_t* value) 
 
 void FgQorWrapperImpl::get_FG_SYSTEMMONITOR_CHANNEL_CURRENT(int port, FieldParameterAccess* value) {
     checkChannelAccess(value);
-    get_qor_param_Device1_Process0_BoardStatus_ChannelCurrent(value, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS,
-                                                              true);
+    get_qor_param_Device1_Process0_BoardStatus_ChannelCurrent(value, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, true);
 }
 
 void FgQorWrapperImpl::get_FG_SYSTEMMONITOR_CHANNEL_CURRENT(int port, FieldParameterDouble* value) {
     checkChannelElement(value);
-    get_qor_param_Device1_Process0_BoardStatus_ChannelCurrent(value, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE,
-                                                              true);
+    get_qor_param_Device1_Process0_BoardStatus_ChannelCurrent(value, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE, true);
 }
 
 void FgQorWrapperImpl::get_FG_SYSTEMMONITOR_CHANNEL_VOLTAGE(int port, FieldParameterAccess* value) {
     checkChannelAccess(value);
-    get_qor_param_Device1_Process0_BoardStatus_ChannelVoltage(value, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS,
-                                                              true);
+    get_qor_param_Device1_Process0_BoardStatus_ChannelVoltage(value, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, true);
 }
 
 void FgQorWrapperImpl::get_FG_SYSTEMMONITOR_CHANNEL_VOLTAGE(int port, FieldParameterDouble* value) {
     checkChannelElement(value);
-    get_qor_param_Device1_Process0_BoardStatus_ChannelVoltage(value, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE,
-                                                              true);
+    get_qor_param_Device1_Process0_BoardStatus_ChannelVoltage(value, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE, true);
 }

@@ -38,8 +38,7 @@ const int kShaftEncoderParams[] = {FG_SHAFTENCODERMODE, FG_SHAFTENCODERINSRC, FG
 // Upper bound of the exposure record: in the grabber-controlled modes the
 // period (never above the exposure limit, never zero), else the limit.
 double exposureBound(uint32_t mode, double period) {
-    if (grabberControlled(mode))
-        return std::max(std::min(period, kExposureMax), std::numeric_limits<double>::min());
+    if (grabberControlled(mode)) return std::max(std::min(period, kExposureMax), std::numeric_limits<double>::min());
     return kExposureMax;
 }
 
@@ -60,9 +59,15 @@ void FgQorWrapperImpl::set_FG_LINETRIGGERMODE(int port, uint32_t value, bool thr
     int rwExtern = FG_PARAM_ACCESS_READ_ONLY;
     switch (value) {
     case sdk::value(LineTriggerMode::GRABBER_CONTROLLED): hwValue = 0; break;
-    case sdk::value(LineTriggerMode::ASYNC_TRIGGER): hwValue = 1; rwExtern = FG_PARAM_ACCESS_READ_WRITE; break;
+    case sdk::value(LineTriggerMode::ASYNC_TRIGGER):
+        hwValue = 1;
+        rwExtern = FG_PARAM_ACCESS_READ_WRITE;
+        break;
     case sdk::value(LineTriggerMode::GRABBER_CONTROLLED_GATED): hwValue = 2; break;
-    case sdk::value(LineTriggerMode::ASYNC_GATED): hwValue = 3; rwExtern = FG_PARAM_ACCESS_READ_WRITE; break;
+    case sdk::value(LineTriggerMode::ASYNC_GATED):
+        hwValue = 3;
+        rwExtern = FG_PARAM_ACCESS_READ_WRITE;
+        break;
     }
 
     commit(ps.cache_FG_LINETRIGGERMODE, value, throwOnError, [&] {
@@ -238,8 +243,7 @@ void FgQorWrapperImpl::get_FG_SHAFTENCODER_COMPENSATION_COUNT(int port, uint32_t
 // ---- ExSync timing ----------------------------------------------------------------------
 
 void FgQorWrapperImpl::set_FG_LINEPERIODE(int port, double value, bool throwOnError) {
-    if (!catalogue::inRange<catalogue::FG_LINEPERIODE>(value))
-        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!catalogue::inRange<catalogue::FG_LINEPERIODE>(value)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     PortState& ps = port_[port];
     // A cached exposure longer than the new period stays; it is checked when next written.
     commit(ps.cache_FG_LINEPERIODE, value, throwOnError, [&] {
@@ -259,7 +263,8 @@ void FgQorWrapperImpl::set_FG_LINEEXPOSURE(int port, double value, bool throwOnE
     const double maximum = __builtin_expect(grabberControlled(ps.cache_FG_LINETRIGGERMODE), 1)
                                ? std::min(ps.cache_FG_LINEPERIODE, kExposureMax)
                                : kExposureMax;
-    if (!(value >= catalogue::FG_LINEEXPOSURE::from && value <= maximum)) return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
+    if (!(value >= catalogue::FG_LINEEXPOSURE::from && value <= maximum))
+        return reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
     // The exposure-maximum rule, from the mode and the period read once (the
     // design write does not change them): exposureBound() of the same two.
     const double bound = std::max(maximum, std::numeric_limits<double>::min());

@@ -26,7 +26,6 @@ const unsigned int kLutFileId = 3;
 const unsigned int kLutFileFormat = 0;
 const unsigned char kLutFileNumber = 0;
 
-
 // pow(...) * max + 0.5 truncated toward zero to a signed 32-bit integer; a
 // result beyond that range is limited to it. NaN gives 0.
 int64_t truncateToInt32(double v) {
@@ -63,8 +62,8 @@ void computeLut(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gai
 // computeLut(), except that the table of the start-up processing values
 // (gain 1, gamma 1, offset 0, no inversion), which every port of every board
 // computes when it opens, is computed once and then copied.
-void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gain, double gamma,
-                       double offset, uint32_t invert) {
+void calculateLutCache(uint32_t* cache, uint32_t bits_in, uint32_t bits_out, double gain, double gamma, double offset,
+                       uint32_t invert) {
     if (bits_in == kLutBits && bits_out == kLutBits && gain == 1.0 && gamma == 1.0 && offset == 0.0 && invert == 0) {
         struct Table {
             uint32_t entries[kLutSize];
@@ -113,8 +112,8 @@ template <class Change>
 void updateLutProcessing(FgQorWrapperImpl& applet, int port) {
     PortState& s = applet.port_[port];
     if (s.cache_FG_LUT_TYPE != kLutTypeProcessing) return;
-    calculateLutCache(s.cache_FG_LUT_VALUE, kLutBits, kLutBits, s.cache_FG_PROCESSING_GAIN,
-                      s.cache_FG_PROCESSING_GAMMA, s.cache_FG_PROCESSING_OFFSET, s.cache_FG_PROCESSING_INVERT);
+    calculateLutCache(s.cache_FG_LUT_VALUE, kLutBits, kLutBits, s.cache_FG_PROCESSING_GAIN, s.cache_FG_PROCESSING_GAMMA,
+                      s.cache_FG_PROCESSING_OFFSET, s.cache_FG_PROCESSING_INVERT);
     writeWholeTable(applet, port);
 }
 
@@ -274,7 +273,9 @@ void FgQorWrapperImpl::set_FG_LUT_CUSTOM_FILE(int port, const char* value, bool 
            [&] { keepTableOnFailure(s, [&] { loadLutFile(*this, port, name.c_str()); }); });
 }
 
-void FgQorWrapperImpl::get_FG_LUT_CUSTOM_FILE(int port, char* value) { copyText(value, port_[port].cache_FG_LUT_CUSTOM_FILE); }
+void FgQorWrapperImpl::get_FG_LUT_CUSTOM_FILE(int port, char* value) {
+    copyText(value, port_[port].cache_FG_LUT_CUSTOM_FILE);
+}
 
 void FgQorWrapperImpl::set_FG_LUT_SAVE_FILE(int port, const char* value, bool throwOnError) {
     if (value == nullptr) {
@@ -287,7 +288,9 @@ void FgQorWrapperImpl::set_FG_LUT_SAVE_FILE(int port, const char* value, bool th
     });
 }
 
-void FgQorWrapperImpl::get_FG_LUT_SAVE_FILE(int port, char* value) { copyText(value, port_[port].cache_FG_LUT_SAVE_FILE); }
+void FgQorWrapperImpl::get_FG_LUT_SAVE_FILE(int port, char* value) {
+    copyText(value, port_[port].cache_FG_LUT_SAVE_FILE);
+}
 
 // ---- direct access to table entries ----
 
@@ -295,7 +298,7 @@ void FgQorWrapperImpl::get_FG_LUT_SAVE_FILE(int port, char* value) { copyText(va
 // the design (only the given range).
 // Never inlined, like keepTableOnFailure: the 16 KB copy below stays in its own frame.
 [[gnu::noinline]] void FgQorWrapperImpl::set_FG_LUT_VALUE(int port, const FieldParameterAccess* value,
-                                                         bool throwOnError) {
+                                                          bool throwOnError) {
     if (value == nullptr || value->index >= uint32_t(kLutSize) || value->count > uint32_t(kLutSize) ||
         value->index > uint32_t(kLutSize) - value->count) {
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
@@ -342,9 +345,7 @@ void FgQorWrapperImpl::get_FG_LUT_VALUE(int port, FieldParameterAccess* value) {
     switch (elementType(value)) {
     case FG_PARAM_TYPE_INT32_T:
     case FG_PARAM_TYPE_UINT32_T:
-    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT:
-        std::memcpy(value->p_uint32_t, from, n * sizeof(uint32_t));
-        break;
+    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT: std::memcpy(value->p_uint32_t, from, n * sizeof(uint32_t)); break;
     case FG_PARAM_TYPE_INT64_T:
     case FG_PARAM_TYPE_UINT64_T:
     case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT64:
@@ -353,8 +354,7 @@ void FgQorWrapperImpl::get_FG_LUT_VALUE(int port, FieldParameterAccess* value) {
     case FG_PARAM_TYPE_DOUBLE:
         for (uint32_t k = 0; k < n; ++k) value->p_double[k] = from[k];
         break;
-    default:
-        throw int(FG_ERR_INVALID_PARAMETER);
+    default: throw int(FG_ERR_INVALID_PARAMETER);
     }
 }
 

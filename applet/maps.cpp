@@ -8,7 +8,6 @@
 #include "AppletWrapper.h"
 #include "templates/platform/RecursiveMutex.h"
 
-
 namespace {
 
 struct SdkRow {
@@ -92,7 +91,8 @@ void FgQorWrapperImpl::initInternalMaps() {
 
     for (int port = 0; port < kPortCount; ++port) {
         StringToStringMap& descriptions = map_parameter_name_parameter_description[port];
-        for (int i : byName.row) descriptions.emplace_hint(descriptions.end(), kSdkRows[i].name, kSdkRows[i].description);
+        for (int i : byName.row)
+            descriptions.emplace_hint(descriptions.end(), kSdkRows[i].name, kSdkRows[i].description);
     }
 
     // Events: an event's mask is 2 to the power of its index in the design.
@@ -127,10 +127,10 @@ void FgQorWrapperImpl::initInternalMaps() {
 
 void FgQorWrapperImpl::retrieveIds() {
     std::string name;
-#define DESIGN_PARAM_PORT(NAME, KIND, COUNT, ACCESS)                 \
-    for (int port = 0; port < kPortCount; ++port) {                  \
-        name = kPortDesignPrefix[port];                              \
-        name += #NAME;                                               \
+#define DESIGN_PARAM_PORT(NAME, KIND, COUNT, ACCESS)                    \
+    for (int port = 0; port < kPortCount; ++port) {                     \
+        name = kPortDesignPrefix[port];                                 \
+        name += #NAME;                                                  \
         qorPort_[DP_##NAME][port] = getParameterIdByName(name.c_str()); \
     }
 #define DESIGN_PARAM_BOARD(NAME, KIND, COUNT, ACCESS) \

@@ -13,30 +13,21 @@ uint32_t pixelFormatSelector(uint32_t code) {
     const uint32_t monochrome = 0x01;
     if (((code >> 8) & 0xFF) != monochrome) throw int(FG_ERR_NO_DESCRIPTION);
     switch (code & 0xF) {
-    case 1:
-        return 0;
-    case 2:
-        return 1;
-    case 3:
-        return 2;
-    default:
-        throw int(FG_ERR_NO_DESCRIPTION);
+    case 1: return 0;
+    case 2: return 1;
+    case 3: return 2;
+    default: throw int(FG_ERR_NO_DESCRIPTION);
     }
 }
 
 // The output format selector of the design for an FG_FORMAT value.
 uint32_t outputFormatSelector(uint32_t format) {
     switch (format) {
-    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY16):
-        return 0;
-    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY):
-        return 1;
-    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY10):
-        return 2;
-    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY12):
-        return 3;
-    default:
-        throw int(FG_ERR_NO_DESCRIPTION);
+    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY16): return 0;
+    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY): return 1;
+    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY10): return 2;
+    case sdk::value(sdk::FormatGray8_10_12_16::FG_GRAY12): return 3;
+    default: throw int(FG_ERR_NO_DESCRIPTION);
     }
 }
 
@@ -47,9 +38,8 @@ void FgQorWrapperImpl::set_FG_PIXELFORMAT(int port, uint32_t value, bool throwOn
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
-    commit(port_[port].cache_FG_PIXELFORMAT, value, throwOnError, [&] {
-        writeU32(port, DP_12BitSelector_PixelFormat_SelectSource, pixelFormatSelector(value));
-    });
+    commit(port_[port].cache_FG_PIXELFORMAT, value, throwOnError,
+           [&] { writeU32(port, DP_12BitSelector_PixelFormat_SelectSource, pixelFormatSelector(value)); });
 }
 
 void FgQorWrapperImpl::set_FG_CXP_TRIGGER_PACKET_MODE(int port, uint32_t value, bool throwOnError) {
@@ -60,14 +50,9 @@ void FgQorWrapperImpl::set_FG_CXP_TRIGGER_PACKET_MODE(int port, uint32_t value, 
     commit(port_[port].cache_FG_CXP_TRIGGER_PACKET_MODE, value, throwOnError, [&] {
         uint32_t mode;
         switch (value) {
-        case sdk::value(sdk::CXPTriggerPacketMode::FG_STANDARD):
-            mode = 0;
-            break;
-        case sdk::value(sdk::CXPTriggerPacketMode::FG_RISING_EDGE_ONLY):
-            mode = 1;
-            break;
-        default:
-            throw int(FG_ERR_VALUE_OUT_OF_RANGE);
+        case sdk::value(sdk::CXPTriggerPacketMode::FG_STANDARD): mode = 0; break;
+        case sdk::value(sdk::CXPTriggerPacketMode::FG_RISING_EDGE_ONLY): mode = 1; break;
+        default: throw int(FG_ERR_VALUE_OUT_OF_RANGE);
         }
         writeU32(port, DP_Camera_Camera_TxTriggerPacketMode, mode);
     });
@@ -78,9 +63,8 @@ void FgQorWrapperImpl::set_FG_FORMAT(int port, uint32_t value, bool throwOnError
         reject(FG_ERR_VALUE_OUT_OF_RANGE, throwOnError);
         return;
     }
-    commit(port_[port].cache_FG_FORMAT, value, throwOnError, [&] {
-        writeU32(port, DP_OutputFormat_FG_FORMAT_SelectSource, outputFormatSelector(value));
-    });
+    commit(port_[port].cache_FG_FORMAT, value, throwOnError,
+           [&] { writeU32(port, DP_OutputFormat_FG_FORMAT_SelectSource, outputFormatSelector(value)); });
 }
 
 void FgQorWrapperImpl::set_FG_BITALIGNMENT(int port, uint32_t value, bool throwOnError) {

@@ -90,23 +90,17 @@ void FgQorWrapperImpl::set_FG_YOFFSET(int port, uint32_t value, bool throwOnErro
            [&] { setTriggerHeightAndOffset(port, value, s.cache_FG_HEIGHT, s.cache_FG_IMGTRIGGERMODE); });
 }
 
-void FgQorWrapperImpl::setTriggerHeightAndOffset(int port, uint32_t yOffset, uint32_t height,
-                                                 uint32_t imgTriggerMode) {
+void FgQorWrapperImpl::setTriggerHeightAndOffset(int port, uint32_t yOffset, uint32_t height, uint32_t imgTriggerMode) {
     uint32_t triggerHeight;
     switch (imgTriggerMode) {
     case sdk::value(ImgTriggerMode::FREE_RUN):
     case sdk::value(ImgTriggerMode::ASYNC_TRIGGER):
-    case sdk::value(ImgTriggerMode::ASYNC_GATED):
-        triggerHeight = height;
-        break;
-    case sdk::value(ImgTriggerMode::ASYNC_GATED_MULTIFRAME):
-        triggerHeight = kGatedMultiFrameLength;
-        break;
+    case sdk::value(ImgTriggerMode::ASYNC_GATED): triggerHeight = height; break;
+    case sdk::value(ImgTriggerMode::ASYNC_GATED_MULTIFRAME): triggerHeight = kGatedMultiFrameLength; break;
     case sdk::value(ImgTriggerMode::ASYNC_TRIGGER_MULTIFRAME):
         triggerHeight = port_[port].cache_FG_IMGTRIGGER_ASYNC_HEIGHT;
         break;
-    default:
-        throw int(FG_ERR_VALUE_OUT_OF_RANGE);
+    default: throw int(FG_ERR_VALUE_OUT_OF_RANGE);
     }
     // The y-offset is held at 0 while the frame length changes.
     writeU32(port, DP_Trigger_Trigger_YOffset, 0);
@@ -148,9 +142,7 @@ void FgQorWrapperImpl::get_FG_WIDTH(int port, uint32_t* value) { readCache(value
 void FgQorWrapperImpl::get_FG_HEIGHT(int port, uint32_t* value) { readCache(value, port_[port].cache_FG_HEIGHT); }
 void FgQorWrapperImpl::get_FG_XOFFSET(int port, uint32_t* value) { readCache(value, port_[port].cache_FG_XOFFSET); }
 void FgQorWrapperImpl::get_FG_YOFFSET(int port, uint32_t* value) { readCache(value, port_[port].cache_FG_YOFFSET); }
-void FgQorWrapperImpl::get_FG_REVERSE_X(int port, uint32_t* value) {
-    readCache(value, port_[port].cache_FG_REVERSE_X);
-}
+void FgQorWrapperImpl::get_FG_REVERSE_X(int port, uint32_t* value) { readCache(value, port_[port].cache_FG_REVERSE_X); }
 void FgQorWrapperImpl::get_FG_IMGTRIGGER_ASYNC_HEIGHT(int port, uint32_t* value) {
     readCache(value, port_[port].cache_FG_IMGTRIGGER_ASYNC_HEIGHT);
 }

@@ -10,7 +10,9 @@ namespace sdk {
 
 #define ENUM_TABLE(NAME) enum class NAME : uint32_t {
 #define ENUM_ENTRY(DISPLAY, VALUE, CONSTANT) CONSTANT = VALUE,
-#define ENUM_TABLE_END() };
+#define ENUM_TABLE_END() \
+    }                    \
+    ;
 #include "enums.def"
 
 // The SDK value of a constant: sdk::value(sdk::OnOff::FG_ON) == 1u.

@@ -68,8 +68,7 @@ int FgQorWrapper::initializeDllFunctions(const char* dllName) {
 }
 
 int FgQorWrapper::runFgInit(const char* hapName, QORdevice* hwhandle, fpga_design* design, int flags) {
-    d->Fg_Init_Func_Slave_Aware =
-        reinterpret_cast<Fg_InitHandleSlaveAware_t>(dlsym(d->dll, "Fg_InitHandleSlaveAware"));
+    d->Fg_Init_Func_Slave_Aware = reinterpret_cast<Fg_InitHandleSlaveAware_t>(dlsym(d->dll, "Fg_InitHandleSlaveAware"));
     d->Fg_Init_Func = reinterpret_cast<Fg_InitHandle_t>(dlsym(d->dll, "Fg_InitHandle"));
     d->DLL_Fg_getLastErrorNumber = reinterpret_cast<Fg_getLastErrorNumber_t>(dlsym(d->dll, "Fg_getLastErrorNumber"));
 
@@ -175,15 +174,11 @@ namespace {
 size_t fieldElementSize(FgParamTypes t) {
     switch (t) {
     case FG_PARAM_TYPE_INT64_T:
-    case FG_PARAM_TYPE_UINT64_T:
-        return 8;
+    case FG_PARAM_TYPE_UINT64_T: return 8;
     case FG_PARAM_TYPE_INT32_T:
-    case FG_PARAM_TYPE_UINT32_T:
-        return 4;
-    case FG_PARAM_TYPE_DOUBLE:
-        return sizeof(double);
-    default:
-        return 0;
+    case FG_PARAM_TYPE_UINT32_T: return 4;
+    case FG_PARAM_TYPE_DOUBLE: return sizeof(double);
+    default: return 0;
     }
 }
 }  // namespace

@@ -21,6 +21,7 @@ class Fg_ConfigFileParser;
 
 // The host runtime's entry points, one pointer per name, in the order in
 // which initializeDllFunctions looks them up.
+// clang-format off
 #define FG_HOST_ENTRIES(X)                                                                        \
     X(Fg_getAppletId) X(Fg_setParameter) X(Fg_setParameterWithType) X(Fg_getParameter)           \
     X(Fg_getParameterWithType) X(Fg_saveConfig) X(Fg_loadConfig) X(Fg_Acquire) X(Fg_stopAcquire)  \
@@ -29,6 +30,7 @@ class Fg_ConfigFileParser;
     X(Fg_getParameterInfo) X(Fg_AllocShading) X(Fg_FreeShading) X(Shad_SetSubValueLine)          \
     X(Shad_SetMultValueLine) X(Shad_SetFixedPatternNoiseLine) X(Shad_GetMaxLine)                   \
     X(Shad_GetAccess) X(Shad_FreeAccess) X(Shad_WriteActLine)
+// clang-format on
 
 // The binding record: the host entries the applet forwards to or calls back.
 struct FgHostEntries {
@@ -90,9 +92,9 @@ public:
     int Fg_getLastErrorNumberQor();
     int Fg_getLastErrorNumber();
     void setError(int error) { hot_.error->setErr(error); }
-    Fg_Struct* wrapperFg();       // the binding record, seen as the host's structure
+    Fg_Struct* wrapperFg();  // the binding record, seen as the host's structure
     const FgHostEntries& hostEntries() const;
-    Fg_Struct* talrunFg();        // the host board handle
+    Fg_Struct* talrunFg();  // the host board handle
     static QORdevice* accessDeviceHandle(QORdevice* h);
     static fpga_design* accessDesignHandle(fpga_design* h);
 

@@ -13,18 +13,14 @@ namespace {
 // Numbers in the file are formatted and read under the process locale; this
 // is the locale the files are written for. The request may fail (the name is
 // not known everywhere); the locale then stays as it is.
-void requestFileLocale()
-{
-    std::setlocale(LC_ALL, "English");
-}
+void requestFileLocale() { std::setlocale(LC_ALL, "English"); }
 
 // Holds the longest header value a lookup can store (one piece of a line).
 const int kHeaderValueSize = Fg_ConfigFileParser::ValueBufferSize;
 
 }  // namespace
 
-int FgQorWrapper::Fg_saveConfig(Fg_Struct* /*Fg*/, const char* Filename)
-{
+int FgQorWrapper::Fg_saveConfig(Fg_Struct* /*Fg*/, const char* Filename) {
     requestFileLocale();
 
     Fg_ConfigFileParser parser(nullptr, nullptr, false);
@@ -60,8 +56,7 @@ int FgQorWrapper::Fg_saveConfig(Fg_Struct* /*Fg*/, const char* Filename)
     return 0;
 }
 
-int FgQorWrapper::Fg_loadConfig(Fg_Struct* /*Fg*/, const char* Filename)
-{
+int FgQorWrapper::Fg_loadConfig(Fg_Struct* /*Fg*/, const char* Filename) {
     requestFileLocale();
 
     Fg_ConfigFileParser parser(nullptr, Filename, true);
@@ -76,11 +71,9 @@ int FgQorWrapper::Fg_loadConfig(Fg_Struct* /*Fg*/, const char* Filename)
         std::memset(value, 0, sizeof value);
         int activePort = 0;
         const char* type = getCameraType();
-        loaded = parser.parseKeyFromLine("Hersteller", value) == 0
-            && parser.parseKeyFromLine("Typ", value) == 0
-            && type != nullptr && std::strcmp(value, type) == 0
-            && parser.parseIntKeyFromHeader("AktivePort", &activePort) == 0
-            && loadConfig(parser);
+        loaded = parser.parseKeyFromLine("Hersteller", value) == 0 && parser.parseKeyFromLine("Typ", value) == 0 &&
+                 type != nullptr && std::strcmp(value, type) == 0 &&
+                 parser.parseIntKeyFromHeader("AktivePort", &activePort) == 0 && loadConfig(parser);
     } catch (const std::exception&) {
         loaded = false;
     }

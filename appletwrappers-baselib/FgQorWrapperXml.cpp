@@ -9,8 +9,7 @@
 #include "ParameterInfoBuilderXML.h"
 #include "parameterInfo.h"
 
-int FgQorWrapper::Fg_getParameterInfoXML(Fg_Struct* /*Fg*/, int port, char* infoBuffer, size_t* infoBufferSize)
-{
+int FgQorWrapper::Fg_getParameterInfoXML(Fg_Struct* /*Fg*/, int port, char* infoBuffer, size_t* infoBufferSize) {
     if (infoBufferSize == NULL) {
         setError(FG_ERR_INVALID_PARAMETER);
         return FG_ERR_INVALID_PARAMETER;

@@ -7,7 +7,7 @@
 
 /** Integer lookup table as exchanged with ".lut" files. */
 struct LookupTable {
-    unsigned int* lut;          /* nrOfElements entries */
+    unsigned int* lut; /* nrOfElements entries */
     unsigned int id;
     unsigned int nrOfElements;
     unsigned int format;
@@ -16,8 +16,8 @@ struct LookupTable {
 
 /** Floating-point (knee) lookup table. */
 struct KneeLookupTable {
-    double* value;              /* nrOfElements entries */
-    void* reserved;             /* not touched */
+    double* value;  /* nrOfElements entries */
+    void* reserved; /* not touched */
     unsigned int id;
     unsigned int nrOfElements;
     unsigned int format;
@@ -93,11 +93,9 @@ public:
     int getLutFromFile(const char* name, LookupTable* table, const char* section);
     int getLutFromFile(const char* name, LookupTable* red, LookupTable* green, LookupTable* blue);
     int getLutFromFile(const char* name, KneeLookupTable* table, const char* section);
-    int getLutFromFile(const char* name, KneeLookupTable* red, KneeLookupTable* green,
-                       KneeLookupTable* blue);
+    int getLutFromFile(const char* name, KneeLookupTable* red, KneeLookupTable* green, KneeLookupTable* blue);
     int saveLutToFile(const char* name, const LookupTable* table);
-    int saveLutToFile(const char* name, const LookupTable* red, const LookupTable* green,
-                      const LookupTable* blue);
+    int saveLutToFile(const char* name, const LookupTable* red, const LookupTable* green, const LookupTable* blue);
     int saveLutToFile(const char* name, const KneeLookupTable* table, const char* section);
     int saveLutToFile(const char* name, const KneeLookupTable* red, const KneeLookupTable* green,
                       const KneeLookupTable* blue);
@@ -129,8 +127,7 @@ private:
     // The three-channel files: the heading, then per channel a blank line,
     // its section line, a blank line and its body.
     template <class Table>
-    int saveChannels(const char* name, const char* heading, const Table* red, const Table* green,
-                     const Table* blue);
+    int saveChannels(const char* name, const char* heading, const Table* red, const Table* green, const Table* blue);
 
     Fg_TextFileReader mText;  // the file opened for reading
     Fg_SafeFileWriter mSave;  // the file being saved

@@ -18,187 +18,117 @@ const char* const kDirectRegisterAccessGroup = "Direct Register Access";
 // Ends the nodes of every described parameter.
 const char* const kParameterEnd = "\n\r";
 
-std::string text(const char* s)
-{
-    return s != NULL ? std::string(s) : std::string();
-}
+std::string text(const char* s) { return s != NULL ? std::string(s) : std::string(); }
 
-void prepareStream(std::ostringstream& oss)
-{
+void prepareStream(std::ostringstream& oss) {
     oss.imbue(std::locale::classic());
     oss.precision(12);
 }
 
-bool hasTemplate(REG_FORMAT format)
-{
+bool hasTemplate(REG_FORMAT format) {
     switch (format) {
     case REG_FORMAT_UINT:
     case REG_FORMAT_INT:
     case REG_FORMAT_DOUBLE:
     case REG_FORMAT_ENUM:
-    case REG_FORMAT_STRING:
-        return true;
-    default:
-        return false;
+    case REG_FORMAT_STRING: return true;
+    default: return false;
     }
 }
 
-bool isAsciiLetter(char c)
-{
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
+bool isAsciiLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
-bool isAsciiDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
+bool isAsciiDigit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
 // ---- filters ---------------------------------------------------------------
 
-std::string xmlStringFilter(const std::string& s)
-{
+std::string xmlStringFilter(const std::string& s) {
     std::string out;
     out.reserve(s.size());
     for (std::string::size_type i = 0; i < s.size(); ++i) {
         const char c = s[i];
         switch (c) {
-        case '"':
-            out += "&quot;";
-            break;
-        case '&':
-            out += "&amp;";
-            break;
-        case '\'':
-            out += "&apos;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        default:
-            out += c;
-            break;
+        case '"': out += "&quot;"; break;
+        case '&': out += "&amp;"; break;
+        case '\'': out += "&apos;"; break;
+        case '<': out += "&lt;"; break;
+        case '>': out += "&gt;"; break;
+        default: out += c; break;
         }
     }
     return out;
 }
 
-std::string xmlNameFilter(const std::string& s)
-{
+std::string xmlNameFilter(const std::string& s) {
     std::string out;
     for (std::string::size_type i = 0; i < s.size(); ++i) {
         const char c = s[i];
-        if (isAsciiLetter(c) || (i > 0 && (isAsciiDigit(c) || c == '_')))
-            out += c;
+        if (isAsciiLetter(c) || (i > 0 && (isAsciiDigit(c) || c == '_'))) out += c;
     }
     return out;
 }
 
 // ---- Category --------------------------------------------------------------
 
-Category::Category(const std::string& name, Category* parent) : mName(name)
-{
-    if (parent != NULL)
-        parent->mChilds.push_back(this);
+Category::Category(const std::string& name, Category* parent) : mName(name) {
+    if (parent != NULL) parent->mChilds.push_back(this);
 }
 
-Category::~Category()
-{
-    for (size_t i = 0; i < mChilds.size(); ++i)
-        delete mChilds[i];
+Category::~Category() {
+    for (size_t i = 0; i < mChilds.size(); ++i) delete mChilds[i];
 }
 
-void Category::addFeature(const std::string& name)
-{
-    mFeatures.push_back(name);
-}
+void Category::addFeature(const std::string& name) { mFeatures.push_back(name); }
 
-int Category::getFeatureCount() const
-{
-    return static_cast<int>(mFeatures.size());
-}
+int Category::getFeatureCount() const { return static_cast<int>(mFeatures.size()); }
 
-std::string Category::getFeature(int i) const
-{
-    if (i < 0 || i >= getFeatureCount())
-        return std::string();
+std::string Category::getFeature(int i) const {
+    if (i < 0 || i >= getFeatureCount()) return std::string();
     return mFeatures[static_cast<size_t>(i)];
 }
 
-bool Category::hasFeature(const std::string& name) const
-{
+bool Category::hasFeature(const std::string& name) const {
     for (size_t i = 0; i < mFeatures.size(); ++i)
-        if (mFeatures[i] == name)
-            return true;
+        if (mFeatures[i] == name) return true;
     return false;
 }
 
-int Category::getChildCount() const
-{
-    return static_cast<int>(mChilds.size());
-}
+int Category::getChildCount() const { return static_cast<int>(mChilds.size()); }
 
-Category* Category::getChild(int i) const
-{
-    if (i < 0 || i >= getChildCount())
-        return NULL;
+Category* Category::getChild(int i) const {
+    if (i < 0 || i >= getChildCount()) return NULL;
     return mChilds[static_cast<size_t>(i)];
 }
 
-Category* Category::getChild(const std::string& name) const
-{
+Category* Category::getChild(const std::string& name) const {
     for (size_t i = 0; i < mChilds.size(); ++i)
-        if (mChilds[i]->mName == name)
-            return mChilds[i];
+        if (mChilds[i]->mName == name) return mChilds[i];
     return NULL;
 }
 
-bool Category::hasChild(const std::string& name) const
-{
-    return getChild(name) != NULL;
-}
+bool Category::hasChild(const std::string& name) const { return getChild(name) != NULL; }
 
-const std::string& Category::getName() const
-{
-    return mName;
-}
+const std::string& Category::getName() const { return mName; }
 
 // ---- ParameterInfoGeneratorXML ---------------------------------------------
 
-ParameterInfoGeneratorXML::ParameterInfoGeneratorXML(std::ostringstream& stream) : oss(stream)
-{
-    prepareStream(oss);
-}
+ParameterInfoGeneratorXML::ParameterInfoGeneratorXML(std::ostringstream& stream) : oss(stream) { prepareStream(oss); }
 
-bool ParameterInfoGeneratorXML::generate(const RegisterInfo& reg)
-{
+bool ParameterInfoGeneratorXML::generate(const RegisterInfo& reg) {
     switch (reg.format) {
     case REG_FORMAT_UINT:
-    case REG_FORMAT_INT:
-        generateInteger(reg);
-        return true;
-    case REG_FORMAT_DOUBLE:
-        generateFloat(reg);
-        return true;
-    case REG_FORMAT_ENUM:
-        generateEnumeration(reg);
-        return true;
-    case REG_FORMAT_STRING:
-        generateString(reg);
-        return true;
-    default:
-        return false;
+    case REG_FORMAT_INT: generateInteger(reg); return true;
+    case REG_FORMAT_DOUBLE: generateFloat(reg); return true;
+    case REG_FORMAT_ENUM: generateEnumeration(reg); return true;
+    case REG_FORMAT_STRING: generateString(reg); return true;
+    default: return false;
     }
 }
 
-void ParameterInfoGeneratorXML::infoGenerate(const RegisterInfo& reg, int length)
-{
-    if (reg.id != 0)
-        oss << "<Address>" << reg.id << "</Address>\n";
+void ParameterInfoGeneratorXML::infoGenerate(const RegisterInfo& reg, int length) {
+    if (reg.id != 0) oss << "<Address>" << reg.id << "</Address>\n";
     oss << "<Length>" << length << "</Length>\n";
     const bool readable = (reg.accessFlags & 1) != 0;
     const bool writable = (reg.accessFlags & 2) != 0;
@@ -207,14 +137,12 @@ void ParameterInfoGeneratorXML::infoGenerate(const RegisterInfo& reg, int length
     oss << "<pPort>DevicePort</pPort>\n";
 }
 
-void ParameterInfoGeneratorXML::descriptionLine(const RegisterInfo& reg)
-{
+void ParameterInfoGeneratorXML::descriptionLine(const RegisterInfo& reg) {
     if (reg.name != NULL && reg.name[0] != '\0')
         oss << "<Description>" << xmlStringFilter(reg.name) << "</Description>\n";
 }
 
-void ParameterInfoGeneratorXML::generateInteger(const RegisterInfo& reg)
-{
+void ParameterInfoGeneratorXML::generateInteger(const RegisterInfo& reg) {
     const std::string n = xmlStringFilter(text(reg.parameterName));
     oss << "<IntReg Name=\"" << n << "_Reg\">\n";
     infoGenerate(reg, 4);
@@ -227,19 +155,16 @@ void ParameterInfoGeneratorXML::generateInteger(const RegisterInfo& reg)
     if (reg.format == REG_FORMAT_INT) {
         oss << "<Min>" << reg.u.iReg.from << "</Min>\n";
         oss << "<Max>" << reg.u.iReg.to << "</Max>\n";
-        if (reg.u.iReg.steps != 0)
-            oss << "<Inc>" << reg.u.iReg.steps << "</Inc>\n";
+        if (reg.u.iReg.steps != 0) oss << "<Inc>" << reg.u.iReg.steps << "</Inc>\n";
     } else {
         oss << "<Min>" << reg.u.uiReg.from << "</Min>\n";
         oss << "<Max>" << reg.u.uiReg.to << "</Max>\n";
-        if (reg.u.uiReg.steps != 0)
-            oss << "<Inc>" << reg.u.uiReg.steps << "</Inc>\n";
+        if (reg.u.uiReg.steps != 0) oss << "<Inc>" << reg.u.uiReg.steps << "</Inc>\n";
     }
     oss << "</Integer>" << kParameterEnd;
 }
 
-void ParameterInfoGeneratorXML::generateFloat(const RegisterInfo& reg)
-{
+void ParameterInfoGeneratorXML::generateFloat(const RegisterInfo& reg) {
     const std::string n = xmlStringFilter(text(reg.parameterName));
     oss << "<FloatReg Name=\"" << n << "_Reg\">\n";
     infoGenerate(reg, 8);
@@ -253,8 +178,7 @@ void ParameterInfoGeneratorXML::generateFloat(const RegisterInfo& reg)
     oss << "</Float>" << kParameterEnd;
 }
 
-void ParameterInfoGeneratorXML::generateEnumeration(const RegisterInfo& reg)
-{
+void ParameterInfoGeneratorXML::generateEnumeration(const RegisterInfo& reg) {
     const std::string n = xmlStringFilter(text(reg.parameterName));
     oss << "<Enumeration Name='" << n << "'>\n";
     descriptionLine(reg);
@@ -265,8 +189,7 @@ void ParameterInfoGeneratorXML::generateEnumeration(const RegisterInfo& reg)
     const EnumReg& e = reg.u.eReg;
     if (e.enumValues != NULL && e.enumDefName != NULL) {
         for (int i = 0; i < e.nrOfElements; ++i)
-            if (e.enumDefName[i] != NULL)
-                entries[e.enumValues[i]] = e.enumDefName[i];
+            if (e.enumDefName[i] != NULL) entries[e.enumValues[i]] = e.enumDefName[i];
     }
     for (std::map<int, std::string>::const_iterator it = entries.begin(); it != entries.end(); ++it) {
         oss << "<EnumEntry Name=\"" << xmlStringFilter(it->second) << "\">\n";
@@ -283,8 +206,7 @@ void ParameterInfoGeneratorXML::generateEnumeration(const RegisterInfo& reg)
     oss << "</IntReg>" << kParameterEnd;
 }
 
-void ParameterInfoGeneratorXML::generateString(const RegisterInfo& reg)
-{
+void ParameterInfoGeneratorXML::generateString(const RegisterInfo& reg) {
     const std::string n = xmlStringFilter(text(reg.parameterName));
     oss << "<StringReg Name=\"" << n << "\">\n";
     descriptionLine(reg);
@@ -296,9 +218,7 @@ void ParameterInfoGeneratorXML::generateString(const RegisterInfo& reg)
 
 struct ParameterInfoBuilderXMLPrivate {
     ParameterInfoBuilderXMLPrivate(Fg_ParameterInfo& info, FgQorWrapper& w, int p)
-        : fgParamInfo(info), wrapper(w), port(p), rootCategory(new Category(kRootCategory, NULL))
-    {
-    }
+        : fgParamInfo(info), wrapper(w), port(p), rootCategory(new Category(kRootCategory, NULL)) {}
     ~ParameterInfoBuilderXMLPrivate() { delete rootCategory; }
 
     Fg_ParameterInfo& fgParamInfo;
@@ -318,36 +238,28 @@ struct Walk {
     ParameterInfoBuilderXMLPrivate& d;
     ParameterInfoGeneratorXML& generator;
 
-    void describeChildren(const RegisterInfo& group)
-    {
-        if (!d.visited.insert(&group).second)
-            return;
+    void describeChildren(const RegisterInfo& group) {
+        if (!d.visited.insert(&group).second) return;
         const GroupReg& g = group.u.gReg;
-        if (g.elements == NULL)
-            return;
+        if (g.elements == NULL) return;
         for (int i = 0; i < g.nrOfElements; ++i)
-            if (g.elements[i] != NULL)
-                describe(*g.elements[i], group);
+            if (g.elements[i] != NULL) describe(*g.elements[i], group);
     }
 
-    void describe(const RegisterInfo& reg, const RegisterInfo& parent)
-    {
+    void describe(const RegisterInfo& reg, const RegisterInfo& parent) {
         if (reg.format == REG_FORMAT_GROUP) {
             describeChildren(reg);
             return;
         }
-        if (reg.visibilityFlags == 0 || !hasTemplate(reg.format))
-            return;
+        if (reg.visibilityFlags == 0 || !hasTemplate(reg.format)) return;
         const std::string parentName = text(parent.name);
-        if (parentName == kDirectRegisterAccessGroup)
-            return;
+        if (parentName == kDirectRegisterAccessGroup) return;
         generator.generate(reg);
         builder.addFeatureToCategory(parentName, text(reg.parameterName));
     }
 };
 
-void writeCategory(std::ostringstream& oss, const Category& category)
-{
+void writeCategory(std::ostringstream& oss, const Category& category) {
     if (category.getName() == kRootCategory)
         oss << "<Category Name='" << category.getName() << "' NameSpace='Standard' >\n";
     else
@@ -357,42 +269,30 @@ void writeCategory(std::ostringstream& oss, const Category& category)
     for (int i = 0; i < category.getFeatureCount(); ++i)
         oss << "<pFeature>" << category.getFeature(i) << "</pFeature>\n";
     oss << "</Category>\n";
-    for (int i = 0; i < category.getChildCount(); ++i)
-        writeCategory(oss, *category.getChild(i));
+    for (int i = 0; i < category.getChildCount(); ++i) writeCategory(oss, *category.getChild(i));
 }
 
 }  // namespace
 
 ParameterInfoBuilderXML::ParameterInfoBuilderXML(Fg_ParameterInfo& info, FgQorWrapper& wrapper, int port)
-    : d(new ParameterInfoBuilderXMLPrivate(info, wrapper, port))
-{
-}
+    : d(new ParameterInfoBuilderXMLPrivate(info, wrapper, port)) {}
 
-ParameterInfoBuilderXML::~ParameterInfoBuilderXML()
-{
-    delete d;
-}
+ParameterInfoBuilderXML::~ParameterInfoBuilderXML() { delete d; }
 
-Category* ParameterInfoBuilderXML::rootCategory()
-{
-    return d->rootCategory;
-}
+Category* ParameterInfoBuilderXML::rootCategory() { return d->rootCategory; }
 
-void ParameterInfoBuilderXML::addFeatureToCategory(const std::string& groupName, const std::string& featureName)
-{
+void ParameterInfoBuilderXML::addFeatureToCategory(const std::string& groupName, const std::string& featureName) {
     const std::string group = xmlNameFilter(groupName);
     const std::string feature = xmlNameFilter(featureName);
     Category* category = d->rootCategory;
     if (!group.empty()) {
         category = d->rootCategory->getChild(group);
-        if (category == NULL)
-            category = new Category(group, d->rootCategory);
+        if (category == NULL) category = new Category(group, d->rootCategory);
     }
     category->addFeature(feature);
 }
 
-std::string ParameterInfoBuilderXML::build()
-{
+std::string ParameterInfoBuilderXML::build() {
     // Every build starts from an empty category tree.
     delete d->rootCategory;
     d->rootCategory = NULL;
@@ -423,10 +323,8 @@ std::string ParameterInfoBuilderXML::build()
     Walk walk = {*this, *d, generator};
     std::set<const RegisterInfo*> topLevel;
     for (RegisterInfo* group = d->fgParamInfo.getRegisterInfo(d->port); group != NULL; group = group->next) {
-        if (!topLevel.insert(group).second)
-            break;
-        if (group->format == REG_FORMAT_GROUP)
-            walk.describeChildren(*group);
+        if (!topLevel.insert(group).second) break;
+        if (group->format == REG_FORMAT_GROUP) walk.describeChildren(*group);
     }
 
     writeCategory(oss, *d->rootCategory);

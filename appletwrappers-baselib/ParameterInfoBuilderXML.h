@@ -31,11 +31,11 @@ public:
 
     void addFeature(const std::string& name);
     int getFeatureCount() const;
-    std::string getFeature(int i) const;          // empty when out of range
+    std::string getFeature(int i) const;  // empty when out of range
     bool hasFeature(const std::string& name) const;
 
     int getChildCount() const;
-    Category* getChild(int i) const;              // NULL when out of range
+    Category* getChild(int i) const;                    // NULL when out of range
     Category* getChild(const std::string& name) const;  // first exact match, or NULL
     bool hasChild(const std::string& name) const;
 
@@ -59,8 +59,8 @@ public:
     // kind that has no template.
     bool generate(const RegisterInfo& reg);
 
-    void generateInteger(const RegisterInfo& reg);   // UINT and INT
-    void generateFloat(const RegisterInfo& reg);     // DOUBLE
+    void generateInteger(const RegisterInfo& reg);  // UINT and INT
+    void generateFloat(const RegisterInfo& reg);    // DOUBLE
     void generateEnumeration(const RegisterInfo& reg);
     void generateString(const RegisterInfo& reg);
 

@@ -10,9 +10,7 @@
 
 namespace {
 
-inline FgQorWrapper* applet(Fg_Struct* Fg) {
-    return Fg ? reinterpret_cast<FgQorWrapper*>(Fg->Master) : nullptr;
-}
+inline FgQorWrapper* applet(Fg_Struct* Fg) { return Fg ? reinterpret_cast<FgQorWrapper*>(Fg->Master) : nullptr; }
 
 // The forwarding pattern: no board -2001; host entry or host board missing
 // -12 (stored); otherwise the host's result, with the host's last error
@@ -65,8 +63,9 @@ FG_APPLET_EXPORT frameindex_t Fg_getLastPicNumberEx(Fg_Struct* Fg, int CamPort, 
 
 FG_APPLET_EXPORT frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct* Fg, const frameindex_t PicNr, int CamPort,
                                                             int Timeout, dma_mem* pMem) {
-    return forward(Fg, &FgHostEntries::DLL_Fg_getLastPicNumberBlockingEx,
-                   [&](Fg_getLastPicNumberBlockingEx_t f, Fg_Struct* h) { return f(h, PicNr, CamPort, Timeout, pMem); });
+    return forward(
+        Fg, &FgHostEntries::DLL_Fg_getLastPicNumberBlockingEx,
+        [&](Fg_getLastPicNumberBlockingEx_t f, Fg_Struct* h) { return f(h, PicNr, CamPort, Timeout, pMem); });
 }
 
 FG_APPLET_EXPORT int Fg_setParameterWithType(Fg_Struct* Fg, const int Parameter, const void* Value,
@@ -129,25 +128,25 @@ FG_APPLET_EXPORT ShadingMaster* Fg_AllocShading(Fg_Struct* Fg, int set, int port
 }
 
 // The shading family: the applet's answer, also stored in the error store.
-#define ORV_SHADING_EXPORT(NAME, PARAMS, ARGS)           \
-    FG_APPLET_EXPORT int NAME PARAMS {                   \
-        FgQorWrapper* w = applet(Fg);                    \
-        if (!w) return FG_ERR_INVALID_BOARD;             \
-        int result = w->NAME ARGS;                       \
-        w->setError(result);                             \
-        return result;                                   \
+#define ORV_SHADING_EXPORT(NAME, PARAMS, ARGS) \
+    FG_APPLET_EXPORT int NAME PARAMS {         \
+        FgQorWrapper* w = applet(Fg);          \
+        if (!w) return FG_ERR_INVALID_BOARD;   \
+        int result = w->NAME ARGS;             \
+        w->setError(result);                   \
+        return result;                         \
     }
-ORV_SHADING_EXPORT(Fg_FreeShading, (Fg_Struct * Fg, ShadingMaster * sm), (sm))
-ORV_SHADING_EXPORT(Shad_SetSubValueLine, (Fg_Struct * Fg, ShadingMaster * sm, int x, int channel, float sub),
+ORV_SHADING_EXPORT(Fg_FreeShading, (Fg_Struct * Fg, ShadingMaster* sm), (sm))
+ORV_SHADING_EXPORT(Shad_SetSubValueLine, (Fg_Struct * Fg, ShadingMaster* sm, int x, int channel, float sub),
                    (sm, x, channel, sub))
-ORV_SHADING_EXPORT(Shad_SetMultValueLine, (Fg_Struct * Fg, ShadingMaster * sm, int x, int channel, float mult),
+ORV_SHADING_EXPORT(Shad_SetMultValueLine, (Fg_Struct * Fg, ShadingMaster* sm, int x, int channel, float mult),
                    (sm, x, channel, mult))
-ORV_SHADING_EXPORT(Shad_SetFixedPatternNoiseLine, (Fg_Struct * Fg, ShadingMaster * sm, int x, int channel, int on),
+ORV_SHADING_EXPORT(Shad_SetFixedPatternNoiseLine, (Fg_Struct * Fg, ShadingMaster* sm, int x, int channel, int on),
                    (sm, x, channel, on))
-ORV_SHADING_EXPORT(Shad_GetMaxLine, (Fg_Struct * Fg, ShadingMaster * sm), (sm))
-ORV_SHADING_EXPORT(Shad_GetAccess, (Fg_Struct * Fg, ShadingMaster * sm), (sm))
-ORV_SHADING_EXPORT(Shad_FreeAccess, (Fg_Struct * Fg, ShadingMaster * sm), (sm))
-ORV_SHADING_EXPORT(Shad_WriteActLine, (Fg_Struct * Fg, ShadingMaster * sm, int line), (sm, line))
+ORV_SHADING_EXPORT(Shad_GetMaxLine, (Fg_Struct * Fg, ShadingMaster* sm), (sm))
+ORV_SHADING_EXPORT(Shad_GetAccess, (Fg_Struct * Fg, ShadingMaster* sm), (sm))
+ORV_SHADING_EXPORT(Shad_FreeAccess, (Fg_Struct * Fg, ShadingMaster* sm), (sm))
+ORV_SHADING_EXPORT(Shad_WriteActLine, (Fg_Struct * Fg, ShadingMaster* sm, int line), (sm, line))
 #undef ORV_SHADING_EXPORT
 
 FG_APPLET_EXPORT uint64_t Fg_getEventMask(Fg_Struct* Fg, const char* name) {

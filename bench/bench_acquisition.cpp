@@ -51,7 +51,8 @@ public:
     // `frames` pictures on every port: start, wait for the last, stop.
     void grab(int frames) {
         for (int port = 0; port < ports_; ++port) b_.sim.Fg_AcquireEx(b_.fg, port, frames, 0, ring_[port]);
-        for (int port = 0; port < ports_; ++port) b_.sim.Fg_getLastPicNumberBlockingEx(b_.fg, frames, port, 10, ring_[port]);
+        for (int port = 0; port < ports_; ++port)
+            b_.sim.Fg_getLastPicNumberBlockingEx(b_.fg, frames, port, 10, ring_[port]);
         for (int port = 0; port < ports_; ++port) b_.sim.Fg_stopAcquireEx(b_.fg, port, ring_[port], 0);
     }
     // The same bytes by memcpy, into as many buffers.
@@ -133,11 +134,13 @@ double readD(BenchBoard& b, int id, int port = 0) {
     b.x.get(b.fg, id, &v, port, FG_PARAM_TYPE_DOUBLE);
     return v;
 }
-void setD(BenchBoard& b, int id, double v, int port = 0) { BenchBoard::check(b.x.set(b.fg, id, &v, port, FG_PARAM_TYPE_DOUBLE), id); }
+void setD(BenchBoard& b, int id, double v, int port = 0) {
+    BenchBoard::check(b.x.set(b.fg, id, &v, port, FG_PARAM_TYPE_DOUBLE), id);
+}
 
 }  // namespace
 
-#define ORV_UNPACED(NAME, GEOMETRY, PORTS)                                                        \
+#define ORV_UNPACED(NAME, GEOMETRY, PORTS)                                                  \
     static void BM_Acq_##NAME(benchmark::State& state) { unpaced(state, GEOMETRY, PORTS); } \
     BENCHMARK(BM_Acq_##NAME)->UseRealTime()
 ORV_UNPACED(Port1_8bit_1024x1024, kDefault8, 1);

@@ -171,7 +171,6 @@ ORV_COMPARE_PEER("open + close, null host, vs Aravis", BM_Null_Open_StdEntry_Def
                  BM_Null_Open_VsAravis, 10);
 ORV_COMPARE_PEER("open + close (no defaults), null host", BM_Null_Open_StdEntry_NoDefaults, BM_Open_Aravis,
                  BM_Null_Open_NoDefaults_VsAravis, 0);
-ORV_COMPARE_PEER("open + close vs Aravis open + close", BM_Open_StdEntry_Defaults, BM_Open_Aravis,
-                 BM_Open_VsAravis, 2);
+ORV_COMPARE_PEER("open + close vs Aravis open + close", BM_Open_StdEntry_Defaults, BM_Open_Aravis, BM_Open_VsAravis, 2);
 ORV_COMPARE_PEER("open + close (no defaults) vs Aravis", BM_Open_StdEntry_NoDefaults, BM_Open_Aravis, , 0);
 ORV_COMPARE_PEER("application open + close vs Aravis", BM_Open_Application, BM_Open_Aravis, , 0);

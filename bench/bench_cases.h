@@ -139,9 +139,7 @@ public:
         benchmark::DoNotOptimize(u_);
     }
     // The lock alone is the floor only if the read does not call the host.
-    bool calledHost() const {
-        return calledHost_ || board_.sim.SimBoard_HostCallCount(board_.dev) != hostCalls_;
-    }
+    bool calledHost() const { return calledHost_ || board_.sim.SimBoard_HostCallCount(board_.dev) != hostCalls_; }
 
 private:
     bool read(Fg_Struct* fg, decltype(AppletExports::get) get) {

@@ -60,38 +60,38 @@ private:
 }  // namespace
 
 // BM_<PREFIX>ConstantRead_Export / _Floor / _Paired and the host-level reads, on one host.
-#define ORV_ENGINE_BENCHMARKS(PREFIX, HOST)                                                       \
-    static void BM_##PREFIX##ConstantRead_Export(benchmark::State& state) {                       \
-        EngineBench e(HOST);                                                                      \
-        for (auto _ : state) e.constantExport();                                                  \
-    }                                                                                             \
-    static void BM_##PREFIX##ConstantRead_Floor(benchmark::State& state) {                        \
-        EngineBench e(HOST);                                                                      \
-        for (auto _ : state) e.constantFloor();                                                   \
-    }                                                                                             \
-    static void BM_##PREFIX##ConstantRead_Paired(benchmark::State& state) {                       \
-        EngineBench e(HOST);                                                                      \
-        measurePaired(                                                                            \
-            state, kPairedBlock, [&] { e.constantExport(); }, [&] { e.constantFloor(); });        \
-    }                                                                                             \
-    static void BM_##PREFIX##HostLevelRead_Export(benchmark::State& state) {                      \
-        EngineBench e(HOST);                                                                      \
-        for (auto _ : state) e.hostLevelExport();                                                 \
-    }                                                                                             \
-    static void BM_##PREFIX##HostLevelRead_Floor(benchmark::State& state) {                       \
-        EngineBench e(HOST);                                                                      \
-        for (auto _ : state) e.hostLevelFloor();                                                  \
-    }                                                                                             \
-    static void BM_##PREFIX##HostLevelRead_Paired(benchmark::State& state) {                      \
-        EngineBench e(HOST);                                                                      \
-        measurePaired(                                                                            \
-            state, kPairedBlock, [&] { e.hostLevelExport(); }, [&] { e.hostLevelFloor(); });      \
-    }                                                                                             \
-    BENCHMARK(BM_##PREFIX##ConstantRead_Export);                                                  \
-    BENCHMARK(BM_##PREFIX##ConstantRead_Floor);                                                   \
-    BENCHMARK(BM_##PREFIX##ConstantRead_Paired);                                                  \
-    BENCHMARK(BM_##PREFIX##HostLevelRead_Export);                                                 \
-    BENCHMARK(BM_##PREFIX##HostLevelRead_Floor);                                                  \
+#define ORV_ENGINE_BENCHMARKS(PREFIX, HOST)                                                  \
+    static void BM_##PREFIX##ConstantRead_Export(benchmark::State& state) {                  \
+        EngineBench e(HOST);                                                                 \
+        for (auto _ : state) e.constantExport();                                             \
+    }                                                                                        \
+    static void BM_##PREFIX##ConstantRead_Floor(benchmark::State& state) {                   \
+        EngineBench e(HOST);                                                                 \
+        for (auto _ : state) e.constantFloor();                                              \
+    }                                                                                        \
+    static void BM_##PREFIX##ConstantRead_Paired(benchmark::State& state) {                  \
+        EngineBench e(HOST);                                                                 \
+        measurePaired(                                                                       \
+            state, kPairedBlock, [&] { e.constantExport(); }, [&] { e.constantFloor(); });   \
+    }                                                                                        \
+    static void BM_##PREFIX##HostLevelRead_Export(benchmark::State& state) {                 \
+        EngineBench e(HOST);                                                                 \
+        for (auto _ : state) e.hostLevelExport();                                            \
+    }                                                                                        \
+    static void BM_##PREFIX##HostLevelRead_Floor(benchmark::State& state) {                  \
+        EngineBench e(HOST);                                                                 \
+        for (auto _ : state) e.hostLevelFloor();                                             \
+    }                                                                                        \
+    static void BM_##PREFIX##HostLevelRead_Paired(benchmark::State& state) {                 \
+        EngineBench e(HOST);                                                                 \
+        measurePaired(                                                                       \
+            state, kPairedBlock, [&] { e.hostLevelExport(); }, [&] { e.hostLevelFloor(); }); \
+    }                                                                                        \
+    BENCHMARK(BM_##PREFIX##ConstantRead_Export);                                             \
+    BENCHMARK(BM_##PREFIX##ConstantRead_Floor);                                              \
+    BENCHMARK(BM_##PREFIX##ConstantRead_Paired);                                             \
+    BENCHMARK(BM_##PREFIX##HostLevelRead_Export);                                            \
+    BENCHMARK(BM_##PREFIX##HostLevelRead_Floor);                                             \
     BENCHMARK(BM_##PREFIX##HostLevelRead_Paired)
 
 ORV_ENGINE_BENCHMARKS(Null_, Host::kNull);
@@ -99,8 +99,8 @@ ORV_ENGINE_BENCHMARKS(, Host::kSimulated);
 
 ORV_COMPARE_NULL_FLOOR("constant read (FG_APPLET_VERSION)", BM_Null_ConstantRead_Export, BM_Null_ConstantRead_Floor,
                        BM_Null_ConstantRead_Paired, 0);
-ORV_COMPARE_NULL_FLOOR("host-level read (FG_NR_OF_DMAS)", BM_Null_HostLevelRead_Export,
-                       BM_Null_HostLevelRead_Floor, BM_Null_HostLevelRead_Paired, 0);
+ORV_COMPARE_NULL_FLOOR("host-level read (FG_NR_OF_DMAS)", BM_Null_HostLevelRead_Export, BM_Null_HostLevelRead_Floor,
+                       BM_Null_HostLevelRead_Paired, 0);
 ORV_COMPARE_FLOOR("constant read (FG_APPLET_VERSION)", BM_ConstantRead_Export, BM_ConstantRead_Floor,
                   BM_ConstantRead_Paired, 0);
 ORV_COMPARE_FLOOR("host-level read (FG_NR_OF_DMAS)", BM_HostLevelRead_Export, BM_HostLevelRead_Floor,

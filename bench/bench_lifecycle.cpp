@@ -1,7 +1,7 @@
 // The applet's one-time and occasional work: opening and closing a board
 // (Std_entry + Fg_FreeGrabber, with and without the default values, on the
-// null host and on the simulated runtime, and the whole application-side open), one port's GenApi document, a configuration
-// save and load, and Info queries.
+// null host and on the simulated runtime, and the whole application-side open), one port's GenApi document, a
+// configuration save and load, and Info queries.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 

@@ -105,9 +105,8 @@ std::string loadAverage() {
 
 void printSummary(const SummaryReporter& reporter) {
     std::vector<orvbench::Comparison> list = orvbench::comparisons();
-    std::stable_sort(list.begin(), list.end(), [](const orvbench::Comparison& a, const orvbench::Comparison& b) {
-        return a.kind < b.kind;
-    });
+    std::stable_sort(list.begin(), list.end(),
+                     [](const orvbench::Comparison& a, const orvbench::Comparison& b) { return a.kind < b.kind; });
     std::printf("\nSummary of this run: %s, %ld CPUs, load average %s\n", cpuModel().c_str(),
                 sysconf(_SC_NPROCESSORS_ONLN), loadAverage().c_str());
     std::printf(
@@ -140,7 +139,9 @@ void printSummary(const SummaryReporter& reporter) {
         const Median* r = reporter.find(c.reference);
         const Median* p = c.paired.empty() ? nullptr : reporter.find(c.paired);
         // A ratio as the row shows it: applet / floor, or peer / applet.
-        auto shown = [floor](double applet, double reference) { return floor ? applet / reference : reference / applet; };
+        auto shown = [floor](double applet, double reference) {
+            return floor ? applet / reference : reference / applet;
+        };
         std::string applet = c.subject.empty() ? "-" : "(not run)", reference = applet, ratio = "-", alone = "-", goal;
         double judged = 0;
         if (s) applet = duration(s->cpuNs);

@@ -82,8 +82,8 @@ void readPaired(benchmark::State& state, int id, bool isDouble, bool processingL
     BENCHMARK(BM_##PREFIX##NAME##_Write_Floor);                                                              \
     BENCHMARK(BM_##PREFIX##NAME##_Write_Paired)
 // BM_Null_<NAME>_Write_* on the null host, BM_<NAME>_Write_* on the simulated runtime.
-#define ORV_WRITE_BENCHMARKS(NAME, CASE, BLOCK)                        \
-    ORV_WRITE_BENCHMARKS_ON(Null_, Host::kNull, NAME, CASE, BLOCK);   \
+#define ORV_WRITE_BENCHMARKS(NAME, CASE, BLOCK)                     \
+    ORV_WRITE_BENCHMARKS_ON(Null_, Host::kNull, NAME, CASE, BLOCK); \
     ORV_WRITE_BENCHMARKS_ON(, Host::kSimulated, NAME, CASE, BLOCK)
 
 ORV_WRITE_BENCHMARKS(SoftwareTrigger, kSoftwareTrigger, kPairedBlock);
@@ -97,14 +97,14 @@ ORV_WRITE_BENCHMARKS_ON(, Host::kSimulated, SimulatorMode, kSelectMode, kPairedB
 
 // The same rows against each floor: the goals are judged on the null host, where
 // the floor hides none of the applet's cost.
-#define ORV_COMPARE_WRITES(COMPARE, PREFIX, GOAL)                                                              \
-    COMPARE("FG_SENDSOFTWARETRIGGER write", BM_##PREFIX##SoftwareTrigger_Write_Export,                          \
-            BM_##PREFIX##SoftwareTrigger_Write_Floor, BM_##PREFIX##SoftwareTrigger_Write_Paired, GOAL);         \
-    COMPARE("FG_LINEEXPOSURE write", BM_##PREFIX##LineExposure_Write_Export,                                    \
-            BM_##PREFIX##LineExposure_Write_Floor, BM_##PREFIX##LineExposure_Write_Paired, GOAL);               \
-    COMPARE("FG_WIDTH write (7 design writes)", BM_##PREFIX##Width_Write_Export, BM_##PREFIX##Width_Write_Floor, \
-            BM_##PREFIX##Width_Write_Paired, 0);                                                                \
-    COMPARE("FG_PROCESSING_GAMMA write (table)", BM_##PREFIX##Gamma_Write_Export, BM_##PREFIX##Gamma_Write_Floor, \
+#define ORV_COMPARE_WRITES(COMPARE, PREFIX, GOAL)                                                                   \
+    COMPARE("FG_SENDSOFTWARETRIGGER write", BM_##PREFIX##SoftwareTrigger_Write_Export,                              \
+            BM_##PREFIX##SoftwareTrigger_Write_Floor, BM_##PREFIX##SoftwareTrigger_Write_Paired, GOAL);             \
+    COMPARE("FG_LINEEXPOSURE write", BM_##PREFIX##LineExposure_Write_Export, BM_##PREFIX##LineExposure_Write_Floor, \
+            BM_##PREFIX##LineExposure_Write_Paired, GOAL);                                                          \
+    COMPARE("FG_WIDTH write (7 design writes)", BM_##PREFIX##Width_Write_Export, BM_##PREFIX##Width_Write_Floor,    \
+            BM_##PREFIX##Width_Write_Paired, 0);                                                                    \
+    COMPARE("FG_PROCESSING_GAMMA write (table)", BM_##PREFIX##Gamma_Write_Export, BM_##PREFIX##Gamma_Write_Floor,   \
             BM_##PREFIX##Gamma_Write_Paired, 0)
 
 ORV_COMPARE_WRITES(ORV_COMPARE_NULL_FLOOR, Null_, 1.5);
@@ -127,17 +127,13 @@ static void BM_KeptValueRead_Floor(benchmark::State& state) {
 BENCHMARK(BM_Null_KeptValueRead_Floor);
 BENCHMARK(BM_KeptValueRead_Floor);
 
-#define ORV_READ_BENCHMARKS_ON(PREFIX, HOST, NAME, ID, IS_DOUBLE, LUT)                                   \
-    static void BM_##PREFIX##NAME##_Read_Export(benchmark::State& s) {                                   \
-        readExport(s, ID, IS_DOUBLE, LUT, HOST);                                                         \
-    }                                                                                                    \
-    static void BM_##PREFIX##NAME##_Read_Paired(benchmark::State& s) {                                   \
-        readPaired(s, ID, IS_DOUBLE, LUT, HOST);                                                         \
-    }                                                                                                    \
-    BENCHMARK(BM_##PREFIX##NAME##_Read_Export);                                                          \
+#define ORV_READ_BENCHMARKS_ON(PREFIX, HOST, NAME, ID, IS_DOUBLE, LUT)                                            \
+    static void BM_##PREFIX##NAME##_Read_Export(benchmark::State& s) { readExport(s, ID, IS_DOUBLE, LUT, HOST); } \
+    static void BM_##PREFIX##NAME##_Read_Paired(benchmark::State& s) { readPaired(s, ID, IS_DOUBLE, LUT, HOST); } \
+    BENCHMARK(BM_##PREFIX##NAME##_Read_Export);                                                                   \
     BENCHMARK(BM_##PREFIX##NAME##_Read_Paired)
-#define ORV_READ_BENCHMARKS(NAME, ID, IS_DOUBLE, LUT)                         \
-    ORV_READ_BENCHMARKS_ON(Null_, Host::kNull, NAME, ID, IS_DOUBLE, LUT);    \
+#define ORV_READ_BENCHMARKS(NAME, ID, IS_DOUBLE, LUT)                     \
+    ORV_READ_BENCHMARKS_ON(Null_, Host::kNull, NAME, ID, IS_DOUBLE, LUT); \
     ORV_READ_BENCHMARKS_ON(, Host::kSimulated, NAME, ID, IS_DOUBLE, LUT)
 
 ORV_READ_BENCHMARKS(SoftwareTrigger, FG_SENDSOFTWARETRIGGER, false, false);
@@ -146,16 +142,16 @@ ORV_READ_BENCHMARKS(Width, FG_WIDTH, false, false);
 ORV_READ_BENCHMARKS(Gamma, FG_PROCESSING_GAMMA, true, true);
 ORV_READ_BENCHMARKS(SimulatorMode, FG_CAMERASIMULATOR_SELECT_MODE, false, false);
 
-#define ORV_COMPARE_READS(COMPARE, PREFIX, GOAL)                                                             \
-    COMPARE("FG_SENDSOFTWARETRIGGER read", BM_##PREFIX##SoftwareTrigger_Read_Export, BM_##PREFIX##KeptValueRead_Floor,  \
-            BM_##PREFIX##SoftwareTrigger_Read_Paired, 0);                                                     \
-    COMPARE("FG_LINEEXPOSURE read", BM_##PREFIX##LineExposure_Read_Export, BM_##PREFIX##KeptValueRead_Floor,            \
-            BM_##PREFIX##LineExposure_Read_Paired, 0);                                                        \
-    COMPARE("FG_WIDTH read", BM_##PREFIX##Width_Read_Export, BM_##PREFIX##KeptValueRead_Floor,                          \
-            BM_##PREFIX##Width_Read_Paired, GOAL);                                                            \
-    COMPARE("FG_PROCESSING_GAMMA read", BM_##PREFIX##Gamma_Read_Export, BM_##PREFIX##KeptValueRead_Floor,               \
-            BM_##PREFIX##Gamma_Read_Paired, 0);                                                               \
-    COMPARE("FG_CAMERASIMULATOR_SELECT_MODE read", BM_##PREFIX##SimulatorMode_Read_Export,                    \
+#define ORV_COMPARE_READS(COMPARE, PREFIX, GOAL)                                                                       \
+    COMPARE("FG_SENDSOFTWARETRIGGER read", BM_##PREFIX##SoftwareTrigger_Read_Export, BM_##PREFIX##KeptValueRead_Floor, \
+            BM_##PREFIX##SoftwareTrigger_Read_Paired, 0);                                                              \
+    COMPARE("FG_LINEEXPOSURE read", BM_##PREFIX##LineExposure_Read_Export, BM_##PREFIX##KeptValueRead_Floor,           \
+            BM_##PREFIX##LineExposure_Read_Paired, 0);                                                                 \
+    COMPARE("FG_WIDTH read", BM_##PREFIX##Width_Read_Export, BM_##PREFIX##KeptValueRead_Floor,                         \
+            BM_##PREFIX##Width_Read_Paired, GOAL);                                                                     \
+    COMPARE("FG_PROCESSING_GAMMA read", BM_##PREFIX##Gamma_Read_Export, BM_##PREFIX##KeptValueRead_Floor,              \
+            BM_##PREFIX##Gamma_Read_Paired, 0);                                                                        \
+    COMPARE("FG_CAMERASIMULATOR_SELECT_MODE read", BM_##PREFIX##SimulatorMode_Read_Export,                             \
             BM_##PREFIX##KeptValueRead_Floor, BM_##PREFIX##SimulatorMode_Read_Paired, 0)
 
 ORV_COMPARE_READS(ORV_COMPARE_NULL_FLOOR, Null_, 1.5);

@@ -91,6 +91,7 @@ struct MutexCalls {
 
 // The entries of the simulated runtime the benchmarks use (application side
 // and board control), by their own names.
+// clang-format off
 #define ORV_SIM_ENTRIES(X)                                                                          \
     X(Fg_InitEx) X(Fg_FreeGrabber) X(Fg_getLastErrorNumber) X(SimBoard_DeviceOf)                    \
     X(SimBoard_AppletLibraryOf) X(SimBoard_HostHandleOf) X(SimBoard_CreateDevice)                   \
@@ -98,6 +99,7 @@ struct MutexCalls {
     X(SimBoard_HostCallCount) X(SimBoard_SetPacing) X(Fg_AllocRingEx) X(Fg_FreeRingEx)                \
     X(Fg_getFrameFormatEx) X(Fg_AcquireEx) X(Fg_stopAcquireEx) X(Fg_getLastPicNumberBlockingEx)     \
     X(Fg_getStatusEx)
+// clang-format on
 
 // The simulated runtime in a link namespace of its own, loaded once, on first
 // use: its entries, its typed host entries, and the mutex calls of the C
@@ -499,24 +501,24 @@ struct RegisterComparison {
 #define ORV_CAT(a, b) ORV_CAT2(a, b)
 // ORV_COMPARE_NULL_FLOOR / ORV_COMPARE_FLOOR("label", BM_subject, BM_floor, BM_paired or "",
 // largest ratio or 0): against the floor on the null host / on the simulated runtime
-#define ORV_COMPARE_NULL_FLOOR(label, subject, reference, paired, goal)                     \
-    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)(         \
+#define ORV_COMPARE_NULL_FLOOR(label, subject, reference, paired, goal)                \
+    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)( \
         label, #subject, #reference, #paired, ::orvbench::Comparison::kNullFloor, goal)
-#define ORV_COMPARE_FLOOR(label, subject, reference, paired, goal)                          \
-    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)(         \
+#define ORV_COMPARE_FLOOR(label, subject, reference, paired, goal)                     \
+    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)( \
         label, #subject, #reference, #paired, ::orvbench::Comparison::kFloor, goal)
 // ORV_COMPARE_PEER("label", BM_applet, BM_peer, BM_paired or "", smallest speed-up or 0)
-#define ORV_COMPARE_PEER(label, subject, reference, paired, goal)                           \
-    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)(         \
+#define ORV_COMPARE_PEER(label, subject, reference, paired, goal)                      \
+    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)( \
         label, #subject, #reference, #paired, ::orvbench::Comparison::kPeer, goal)
 
 // ORV_COMPARE_MEMCPY("label", BM_paired, largest ratio): subject and reference of one paired benchmark.
-#define ORV_COMPARE_MEMCPY(label, paired, goal)                                             \
-    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)(         \
+#define ORV_COMPARE_MEMCPY(label, paired, goal)                                        \
+    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)( \
         label, "", "", #paired, ::orvbench::Comparison::kMemcpy, goal)
 // ORV_COMPARE_PACED("label", BM_paced, largest relative deviation)
-#define ORV_COMPARE_PACED(label, bench, goal)                                               \
-    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)(         \
+#define ORV_COMPARE_PACED(label, bench, goal)                                          \
+    static const ::orvbench::RegisterComparison ORV_CAT(orv_comparison_, __COUNTER__)( \
         label, "", "", #bench, ::orvbench::Comparison::kPaced, goal)
 
 #endif

@@ -40,9 +40,10 @@ static int checkFrame(const unsigned char* px, frameindex_t pic) {
 int main(int argc, char** argv) {
     int frames = 20;
     if (argc > 1 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
-        printf("usage: grab_frames [FRAMES]\n"
-               "Grabs FRAMES (default 20) frames of the camera simulator of port 0 of board 0\n"
-               "and checks each of them; exit status 0 when all are right.\n");
+        printf(
+            "usage: grab_frames [FRAMES]\n"
+            "Grabs FRAMES (default 20) frames of the camera simulator of port 0 of board 0\n"
+            "and checks each of them; exit status 0 when all are right.\n");
         return 0;
     }
     if (argc > 1) {
@@ -65,9 +66,9 @@ int main(int argc, char** argv) {
     double lineRate = 6400.0; /* lines per second: 100 frames of 64 lines per second */
     if (setU32(fg, FG_CAMERASIMULATOR_ENABLE, 1, "FG_CAMERASIMULATOR_ENABLE") ||
         setU32(fg, FG_CAMERASIMULATOR_PATTERN, FG_HORIZONTAL, "FG_CAMERASIMULATOR_PATTERN") ||
-        setU32(fg, FG_CAMERASIMULATOR_ROLL, 0, "FG_CAMERASIMULATOR_ROLL") ||
-        setU32(fg, FG_WIDTH, WIDTH, "FG_WIDTH") || setU32(fg, FG_XOFFSET, XOFFSET, "FG_XOFFSET") ||
-        setU32(fg, FG_HEIGHT, HEIGHT, "FG_HEIGHT") || setU32(fg, FG_FORMAT, FG_GRAY, "FG_FORMAT"))
+        setU32(fg, FG_CAMERASIMULATOR_ROLL, 0, "FG_CAMERASIMULATOR_ROLL") || setU32(fg, FG_WIDTH, WIDTH, "FG_WIDTH") ||
+        setU32(fg, FG_XOFFSET, XOFFSET, "FG_XOFFSET") || setU32(fg, FG_HEIGHT, HEIGHT, "FG_HEIGHT") ||
+        setU32(fg, FG_FORMAT, FG_GRAY, "FG_FORMAT"))
         goto close;
     if (Fg_setParameterWithType(fg, FG_CAMERASIMULATOR_LINERATE, &lineRate, PORT, FG_PARAM_TYPE_DOUBLE) != 0) {
         fprintf(stderr, "grab_frames: setting FG_CAMERASIMULATOR_LINERATE failed: %d\n", Fg_getLastErrorNumber(fg));
@@ -107,8 +108,8 @@ int main(int argc, char** argv) {
         if (checkFrame(px, pic) != 0) goto stop;
         ++checked;
     }
-    printf("grab_frames: %d of %d frames of %ux%u pixels checked, %d overwritten before they were looked at\n",
-           checked, frames, format.width, format.height, missed);
+    printf("grab_frames: %d of %d frames of %ux%u pixels checked, %d overwritten before they were looked at\n", checked,
+           frames, format.width, format.height, missed);
     if (checked == 0) goto stop;
     status = 0;
 stop:

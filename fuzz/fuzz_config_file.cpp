@@ -32,7 +32,7 @@ const char* const kPortKeys[] = {
 #define PORT_FILE_KEY(NAME, TYPE, SAVED) ORV_KEY_##SAVED(NAME)
 #include "port_cache.def"
 };
-const char* const kHeaderKeys[] = {"Hersteller", "Typ", "Version", "LoadAppletId", "AktivePort",
+const char* const kHeaderKeys[] = {"Hersteller",        "Typ",          "Version", "LoadAppletId", "AktivePort",
                                    "ConfigFileVersion", "Kamerasektion"};
 
 const int kValueLimit = Fg_ConfigFileParser::ValueBufferSize;

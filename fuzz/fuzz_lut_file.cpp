@@ -101,8 +101,8 @@ void roundTripKnee(const KneeLookupTable& t) {
         double want = 0;
         if (!expectedKnee(i, t.value[i], &want)) break;  // the lines after a long one are out of step
         const double got = again.value[i];
-        ORV_FUZZ_CHECK(got == want || (std::isnan(got) && std::isnan(want)), "knee entry %u: %.17g read as %.17g",
-                       i, want, got);
+        ORV_FUZZ_CHECK(got == want || (std::isnan(got) && std::isnan(want)), "knee entry %u: %.17g read as %.17g", i,
+                       want, got);
     }
     Fg_LutFileParser::releaseLut(&again);
 }

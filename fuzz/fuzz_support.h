@@ -18,14 +18,14 @@
 namespace orvfuzz {
 
 // A broken property: print it and abort, which libFuzzer records as a crash.
-#define ORV_FUZZ_CHECK(cond, ...)                                                     \
-    do {                                                                              \
-        if (!(cond)) {                                                                \
+#define ORV_FUZZ_CHECK(cond, ...)                                                                \
+    do {                                                                                         \
+        if (!(cond)) {                                                                           \
             std::fprintf(stderr, "property violated at %s:%d: %s\n", __FILE__, __LINE__, #cond); \
-            std::fprintf(stderr, __VA_ARGS__);                                        \
-            std::fprintf(stderr, "\n");                                               \
-            std::abort();                                                             \
-        }                                                                             \
+            std::fprintf(stderr, __VA_ARGS__);                                                   \
+            std::fprintf(stderr, "\n");                                                          \
+            std::abort();                                                                        \
+        }                                                                                        \
     } while (0)
 
 inline void cleanScratch(const char* keep = nullptr);

@@ -30,13 +30,20 @@ const size_t kMaxValueBytes = 4096;
 const unsigned kMaxFieldElements = 4096;
 
 const FgParamTypes kTypes[] = {
-    FG_PARAM_TYPE_INVALID,         FG_PARAM_TYPE_INT32_T,
-    FG_PARAM_TYPE_UINT32_T,        FG_PARAM_TYPE_INT64_T,
-    FG_PARAM_TYPE_UINT64_T,        FG_PARAM_TYPE_DOUBLE,
-    FG_PARAM_TYPE_CHAR_PTR,        FG_PARAM_TYPE_SIZE_T,
-    FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT,
-    FG_PARAM_TYPE_STRUCT_FIELDPARAMINT64,  FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE,
-    FG_PARAM_TYPE_COMPLEX_DATATYPE, FG_PARAM_TYPE_AUTO,
+    FG_PARAM_TYPE_INVALID,
+    FG_PARAM_TYPE_INT32_T,
+    FG_PARAM_TYPE_UINT32_T,
+    FG_PARAM_TYPE_INT64_T,
+    FG_PARAM_TYPE_UINT64_T,
+    FG_PARAM_TYPE_DOUBLE,
+    FG_PARAM_TYPE_CHAR_PTR,
+    FG_PARAM_TYPE_SIZE_T,
+    FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS,
+    FG_PARAM_TYPE_STRUCT_FIELDPARAMINT,
+    FG_PARAM_TYPE_STRUCT_FIELDPARAMINT64,
+    FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE,
+    FG_PARAM_TYPE_COMPLEX_DATATYPE,
+    FG_PARAM_TYPE_AUTO,
 };
 // Host-level identities the host range reaches.
 const int kHostIds[] = {600, 601, 3050, 3060, 3070, 3080, 3090, 5210, 24092};
@@ -75,26 +82,21 @@ size_t elementSize(int32_t t) {
     switch (t) {
     case FG_PARAM_TYPE_INT32_T:
     case FG_PARAM_TYPE_UINT32_T:
-    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT:
-        return 4;
-    default:
-        return 8;
+    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT: return 4;
+    default: return 8;
     }
 }
 
 int pickIdentity(FuzzedDataProvider& in, const Board& b) {
     switch (in.ConsumeIntegralInRange<int>(0, 4)) {
-    case 0:
-        return b.ids.empty() ? 0 : b.ids[in.ConsumeIntegral<uint16_t>() % b.ids.size()];
-    case 1:
-        return FG_DRA_ID_BASE + in.ConsumeIntegralInRange<int>(-2, 400);
+    case 0: return b.ids.empty() ? 0 : b.ids[in.ConsumeIntegral<uint16_t>() % b.ids.size()];
+    case 1: return FG_DRA_ID_BASE + in.ConsumeIntegralInRange<int>(-2, 400);
     case 2:
         if (in.ConsumeBool()) return FG_DQORA_ID_BASE + kDesignIdBase + in.ConsumeIntegralInRange<int>(-2, 200);
-        return FG_DQORA_ID_BASE + kHostIds[in.ConsumeIntegralInRange<size_t>(0, sizeof kHostIds / sizeof kHostIds[0] - 1)];
-    case 3:
-        return FG_PARAMETER_DESCRIPTION_QUERY;
-    default:
-        return in.ConsumeIntegral<int32_t>();
+        return FG_DQORA_ID_BASE +
+               kHostIds[in.ConsumeIntegralInRange<size_t>(0, sizeof kHostIds / sizeof kHostIds[0] - 1)];
+    case 3: return FG_PARAMETER_DESCRIPTION_QUERY;
+    default: return in.ConsumeIntegral<int32_t>();
     }
 }
 
@@ -103,14 +105,10 @@ int pickIdentity(FuzzedDataProvider& in, const Board& b) {
 // inside that directory.
 std::string fileName(FuzzedDataProvider& in, const std::string& text) {
     switch (in.ConsumeIntegralInRange<int>(0, 4)) {
-    case 0:
-        return "";
-    case 1:
-        return orvfuzz::scratchPath("table.lut");
-    case 2:
-        return orvfuzz::scratchPath("missing.lut");
-    case 3:
-        return orvfuzz::scratchPath("saved.lut");
+    case 0: return "";
+    case 1: return orvfuzz::scratchPath("table.lut");
+    case 2: return orvfuzz::scratchPath("missing.lut");
+    case 3: return orvfuzz::scratchPath("saved.lut");
     default: {
         std::string confined = text.substr(0, 200);
         orvfuzz::confine(confined);
@@ -165,9 +163,7 @@ void request(FuzzedDataProvider& in) {
         std::memcpy(value.data(), &record, sizeof record);
     } else {
         switch (in.ConsumeIntegralInRange<int>(0, 6)) {
-        case 0:
-            arg = nullptr;
-            break;
+        case 0: arg = nullptr; break;
         case 1:
         case 2: {
             // A text, for the file parameters a name inside the scratch directory.
@@ -177,7 +173,8 @@ void request(FuzzedDataProvider& in) {
             break;
         }
         default: {
-            const std::vector<unsigned char> bytes = in.ConsumeBytes<unsigned char>(in.ConsumeIntegralInRange<size_t>(0, 16));
+            const std::vector<unsigned char> bytes =
+                in.ConsumeBytes<unsigned char>(in.ConsumeIntegralInRange<size_t>(0, 16));
             if (!bytes.empty()) std::memcpy(value.data(), bytes.data(), bytes.size());
             if (id == kLutCustomFile || id == kLutSaveFile) {
                 const std::string name = fileName(in, std::string(bytes.begin(), bytes.end()));
@@ -212,9 +209,7 @@ void otherExports(FuzzedDataProvider& in) {
     Board& b = boards()[in.ConsumeBool() ? 1 : 0];
     const std::string text = in.ConsumeRandomLengthString(300);
     switch (in.ConsumeIntegralInRange<int>(0, 5)) {
-    case 0:
-        Fg_getParameterIdByName(b.fg, text.c_str());
-        break;
+    case 0: Fg_getParameterIdByName(b.fg, text.c_str()); break;
     case 1: {
         const char* name = Fg_getParameterName(b.fg, in.ConsumeIntegral<int>());
         if (name) ORV_FUZZ_CHECK(std::strlen(name) < 4096, "parameter name without end");
@@ -225,9 +220,7 @@ void otherExports(FuzzedDataProvider& in) {
         Fg_getEventMask(b.fg, text.c_str());
         Fg_getEventName(b.fg, in.ConsumeIntegral<uint64_t>());
         break;
-    case 3:
-        Fg_getParameterInfo(b.fg, in.ConsumeIntegral<int>());
-        break;
+    case 3: Fg_getParameterInfo(b.fg, in.ConsumeIntegral<int>()); break;
     case 4: {
         // Only the size: building the document is the slow part.
         size_t size = 0;
@@ -251,8 +244,9 @@ void otherExports(FuzzedDataProvider& in) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     boards();
-    const std::string table = "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=4;\nformat=0;\nnumber=0;\n"
-                              "0,10;\n1,4095;\n2,4096;\n3,-1;\n";
+    const std::string table =
+        "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=4;\nformat=0;\nnumber=0;\n"
+        "0,10;\n1,4095;\n2,4096;\n3,-1;\n";
     orvfuzz::writeFile(orvfuzz::scratchPath("table.lut"), table.data(), table.size());
     return 0;
 }

@@ -13,8 +13,8 @@ struct Fg_Arena::Block {
 namespace {
 
 // The block header (a pointer and a size), rounded up to the strictest alignment.
-const std::size_t kHeader = (sizeof(void*) + sizeof(std::size_t) + alignof(std::max_align_t) - 1) &
-                            ~(alignof(std::max_align_t) - 1);
+const std::size_t kHeader =
+    (sizeof(void*) + sizeof(std::size_t) + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
 // Blocks kept between arenas: enough for a few boards of this applet.
 const std::size_t kKeptBlocks = 64;
 

@@ -114,8 +114,8 @@ private:
     // The stream being written, or null.
     std::FILE* out() const { return mSave.stream(); }
 
-    Fg_TextFileReader mText;   // the file read, when one is open for reading
-    Fg_SafeFileWriter mSave;   // the file being saved
+    Fg_TextFileReader mText;  // the file read, when one is open for reading
+    Fg_SafeFileWriter mSave;  // the file being saved
     Fg_Log* mFg_Log;
 };
 

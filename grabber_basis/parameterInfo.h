@@ -33,26 +33,25 @@ public:
 
     // Parameters under a parent group. NULL when the slot is finalized, the
     // parent is missing or no group, or the SDK name is missing.
-    RegisterInfo* addInfoInt(RegisterInfo* parent, const char* name, const char* paramName, int from, int to,
-                             int steps, int accessFlags, int rangeFlags, int visibilityFlags, const char* unit,
-                             int id, int port);
+    RegisterInfo* addInfoInt(RegisterInfo* parent, const char* name, const char* paramName, int from, int to, int steps,
+                             int accessFlags, int rangeFlags, int visibilityFlags, const char* unit, int id, int port);
     RegisterInfo* addInfoUInt(RegisterInfo* parent, const char* name, const char* paramName, unsigned int from,
-                              unsigned int to, unsigned int steps, int accessFlags, int rangeFlags,
-                              int visibilityFlags, const char* unit, int id, int port);
-    RegisterInfo* addInfoInt64(RegisterInfo* parent, const char* name, const char* paramName, int64_t from,
-                               int64_t to, int64_t steps, int accessFlags, int rangeFlags, int visibilityFlags,
-                               const char* unit, int id, int port);
+                              unsigned int to, unsigned int steps, int accessFlags, int rangeFlags, int visibilityFlags,
+                              const char* unit, int id, int port);
+    RegisterInfo* addInfoInt64(RegisterInfo* parent, const char* name, const char* paramName, int64_t from, int64_t to,
+                               int64_t steps, int accessFlags, int rangeFlags, int visibilityFlags, const char* unit,
+                               int id, int port);
     RegisterInfo* addInfoUInt64(RegisterInfo* parent, const char* name, const char* paramName, uint64_t from,
                                 uint64_t to, uint64_t steps, int accessFlags, int rangeFlags, int visibilityFlags,
                                 const char* unit, int id, int port);
-    RegisterInfo* addInfoDouble(RegisterInfo* parent, const char* name, const char* paramName, double from,
-                                double to, double steps, int accessFlags, int rangeFlags, int visibilityFlags,
-                                const char* unit, int id, int port);
+    RegisterInfo* addInfoDouble(RegisterInfo* parent, const char* name, const char* paramName, double from, double to,
+                                double steps, int accessFlags, int rangeFlags, int visibilityFlags, const char* unit,
+                                int id, int port);
     // Fields keep from, to and the number of elements; the element index and
     // the value start at 0 and from. The step is not kept.
-    RegisterInfo* addInfoIntField(RegisterInfo* parent, const char* name, const char* paramName, int size,
-                                  int from, int to, int steps, int accessFlags, int rangeFlags,
-                                  int visibilityFlags, const char* unit, int id, int port);
+    RegisterInfo* addInfoIntField(RegisterInfo* parent, const char* name, const char* paramName, int size, int from,
+                                  int to, int steps, int accessFlags, int rangeFlags, int visibilityFlags,
+                                  const char* unit, int id, int port);
     RegisterInfo* addInfoUIntField(RegisterInfo* parent, const char* name, const char* paramName, int size,
                                    unsigned int from, unsigned int to, unsigned int steps, int accessFlags,
                                    int rangeFlags, int visibilityFlags, const char* unit, int id, int port);
@@ -62,11 +61,10 @@ public:
     // An enumeration with nrOfElements empty entries (no names, value 0),
     // filled afterwards with addEnumNameValue.
     RegisterInfo* addInfoEnum(RegisterInfo* parent, const char* name, const char* paramName, int nrOfElements,
-                              int accessFlags, int rangeFlags, int visibilityFlags, const char* unit, int id,
-                              int port);
-    RegisterInfo* addInfoString(RegisterInfo* parent, const char* name, const char* paramName,
-                                const char* fileExt, int accessFlags, int rangeFlags, int visibilityFlags,
-                                const char* unit, int id, int port);
+                              int accessFlags, int rangeFlags, int visibilityFlags, const char* unit, int id, int port);
+    RegisterInfo* addInfoString(RegisterInfo* parent, const char* name, const char* paramName, const char* fileExt,
+                                int accessFlags, int rangeFlags, int visibilityFlags, const char* unit, int id,
+                                int port);
 
     // Fills entry `element` of an enumeration record: display name, value and
     // (optionally) the SDK constant name. 0 on success; -500 when the name
@@ -106,8 +104,8 @@ private:
     // when any step fails.
     template <class Fill>
     RegisterInfo* addParameter(RegisterInfo* parent, REG_FORMAT format, const char* name, const char* paramName,
-                               int accessFlags, int rangeFlags, int visibilityFlags, const char* unit, int id,
-                               int port, Fill&& fill);
+                               int accessFlags, int rangeFlags, int visibilityFlags, const char* unit, int id, int port,
+                               Fill&& fill);
     // Drops the newest record of the slot (one that could not be completed).
     void discardNewest(int port);
     static bool attachToParent(RegisterInfo* parent, RegisterInfo* child);

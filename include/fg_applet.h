@@ -43,8 +43,8 @@ FG_APPLET_EXPORT int Fg_AcquireEx(Fg_Struct* Fg, int CamPort, const frameindex_t
                                   dma_mem* memHandle);
 FG_APPLET_EXPORT int Fg_stopAcquireEx(Fg_Struct* Fg, int CamPort, dma_mem* memHandle, int nFlag);
 FG_APPLET_EXPORT frameindex_t Fg_getLastPicNumberEx(Fg_Struct* Fg, int CamPort, dma_mem* pMem);
-FG_APPLET_EXPORT frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct* Fg, const frameindex_t PicNr,
-                                                            int CamPort, int Timeout, dma_mem* pMem);
+FG_APPLET_EXPORT frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct* Fg, const frameindex_t PicNr, int CamPort,
+                                                            int Timeout, dma_mem* pMem);
 
 FG_APPLET_EXPORT ShadingMaster* Fg_AllocShading(Fg_Struct* Fg, int set, int port);
 FG_APPLET_EXPORT int Fg_FreeShading(Fg_Struct* Fg, ShadingMaster* sm);

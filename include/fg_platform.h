@@ -41,15 +41,12 @@ int TervikRegisterRead(QORdevice* board, int reg, uint64_t* value);
 #define FG_HOST_RUNTIME_LIBRARY "libtalrun5.so"
 
 /* Entries an applet takes from the host runtime. */
-typedef Fg_Struct* (*Fg_InitHandleSlaveAware_t)(const char* hapName, QORdevice* hw,
-                                                 fpga_design* design, int flags);
+typedef Fg_Struct* (*Fg_InitHandleSlaveAware_t)(const char* hapName, QORdevice* hw, fpga_design* design, int flags);
 typedef Fg_Struct* (*Fg_InitHandle_t)(const char* hapName, QORdevice* hw, fpga_design* design);
 typedef int (*Fg_getParameterIdByName_t)(Fg_Struct* fg, const char* name);
 typedef int (*Fg_getLastErrorNumber_t)(Fg_Struct* fg);
-typedef int (*Fg_setParameterWithType_t)(Fg_Struct* fg, int id, const void* value, unsigned int dma,
-                                         FgParamTypes type);
-typedef int (*Fg_getParameterWithType_t)(Fg_Struct* fg, int id, void* value, unsigned int dma,
-                                         FgParamTypes type);
+typedef int (*Fg_setParameterWithType_t)(Fg_Struct* fg, int id, const void* value, unsigned int dma, FgParamTypes type);
+typedef int (*Fg_getParameterWithType_t)(Fg_Struct* fg, int id, void* value, unsigned int dma, FgParamTypes type);
 typedef int (*Fg_setParameter_t)(Fg_Struct* fg, int id, const void* value, unsigned int dma);
 typedef int (*Fg_getParameter_t)(Fg_Struct* fg, int id, void* value, unsigned int dma);
 typedef RegisterInfo* (*Fg_getParameterInfo_t)(Fg_Struct* fg, int port);
@@ -58,12 +55,11 @@ typedef int (*Fg_saveConfig_t)(Fg_Struct* fg, const char* file);
 typedef int (*Fg_loadConfig_t)(Fg_Struct* fg, const char* file);
 typedef int (*Fg_Acquire_t)(Fg_Struct* fg, int camPort, frameindex_t picCount);
 typedef int (*Fg_stopAcquire_t)(Fg_Struct* fg, int camPort);
-typedef frameindex_t (*Fg_getLastPicNumberBlockingEx_t)(Fg_Struct* fg, frameindex_t picNr, int camPort,
-                                                        int timeout, dma_mem* mem);
+typedef frameindex_t (*Fg_getLastPicNumberBlockingEx_t)(Fg_Struct* fg, frameindex_t picNr, int camPort, int timeout,
+                                                        dma_mem* mem);
 typedef frameindex_t (*Fg_getLastPicNumberEx_t)(Fg_Struct* fg, int camPort, dma_mem* mem);
 typedef int (*Fg_FreeGrabber_t)(Fg_Struct* fg);
-typedef frameindex_t (*Fg_getStatusEx_t)(Fg_Struct* fg, int param, frameindex_t data, unsigned int dma,
-                                         dma_mem* mem);
+typedef frameindex_t (*Fg_getStatusEx_t)(Fg_Struct* fg, int param, frameindex_t data, unsigned int dma, dma_mem* mem);
 typedef int (*Fg_AcquireEx_t)(Fg_Struct* fg, int camPort, frameindex_t picCount, int flag, dma_mem* mem);
 typedef int (*Fg_stopAcquireEx_t)(Fg_Struct* fg, int camPort, dma_mem* mem, int flag);
 typedef ShadingMaster* (*Fg_AllocShading_t)(Fg_Struct* fg, int set, int port);

@@ -35,19 +35,19 @@ typedef struct Fg_Struct {
 
 enum FgErrorCodes {
     FG_OK = 0,
-    FG_ERR_NOT_AVAILABLE = -12,          /* host entry or board handle missing; read-only parameter */
-    FG_ERR_INIT_FAILED = -100,           /* design not loadable; host init failed without error */
-    FG_ERR_BUFFER_TOO_SMALL = -500,      /* buffer too small; text copy not allocated */
-    FG_ERR_INVALID_BOARD = -2001,        /* no board structure or no applet object */
-    FG_ERR_RUNTIME_MISSING = -2031,      /* host runtime not loadable or without init function */
-    FG_ERR_INVALID_PARAMETER = -2070,    /* unknown parameter, port, name, event, index; NULL */
-    FG_ERR_NO_DESCRIPTION = -2075,       /* no description for the port; unsupported code */
-    FG_ERR_FILE_NOT_FOUND = -2076,       /* configuration or lookup-table file missing */
-    FG_ERR_NOT_SUPPORTED = -2130,        /* shading, unknown information question */
-    FG_ERR_CONFIG_LOAD = -5000,          /* configuration load failed */
-    FG_ERR_FILE_ACCESS = -5001,          /* file could not be written or read */
-    FG_ERR_VALUE_OUT_OF_RANGE = -6000,   /* value outside range or enumeration */
-    FG_ERR_NOT_MULTIPLE_OF_16 = -7080    /* width or x-offset not a multiple of 16 */
+    FG_ERR_NOT_AVAILABLE = -12,        /* host entry or board handle missing; read-only parameter */
+    FG_ERR_INIT_FAILED = -100,         /* design not loadable; host init failed without error */
+    FG_ERR_BUFFER_TOO_SMALL = -500,    /* buffer too small; text copy not allocated */
+    FG_ERR_INVALID_BOARD = -2001,      /* no board structure or no applet object */
+    FG_ERR_RUNTIME_MISSING = -2031,    /* host runtime not loadable or without init function */
+    FG_ERR_INVALID_PARAMETER = -2070,  /* unknown parameter, port, name, event, index; NULL */
+    FG_ERR_NO_DESCRIPTION = -2075,     /* no description for the port; unsupported code */
+    FG_ERR_FILE_NOT_FOUND = -2076,     /* configuration or lookup-table file missing */
+    FG_ERR_NOT_SUPPORTED = -2130,      /* shading, unknown information question */
+    FG_ERR_CONFIG_LOAD = -5000,        /* configuration load failed */
+    FG_ERR_FILE_ACCESS = -5001,        /* file could not be written or read */
+    FG_ERR_VALUE_OUT_OF_RANGE = -6000, /* value outside range or enumeration */
+    FG_ERR_NOT_MULTIPLE_OF_16 = -7080  /* width or x-offset not a multiple of 16 */
 };
 
 /* ---- typed parameter access -------------------------------------------- */
@@ -80,9 +80,9 @@ typedef struct FieldParameterDouble {
 } FieldParameterDouble;
 
 typedef struct FieldParameterAccess {
-    FgParamTypes vtype;  /* element type */
-    unsigned int index;  /* first element */
-    unsigned int count;  /* number of elements */
+    FgParamTypes vtype; /* element type */
+    unsigned int index; /* first element */
+    unsigned int count; /* number of elements */
     union {
         int32_t* p_int32_t;
         uint32_t* p_uint32_t;
@@ -117,11 +117,21 @@ typedef enum REG_FORMAT {
 
 typedef struct RegisterInfo RegisterInfo;
 
-typedef struct IntReg { int from, to, steps, value; } IntReg;
-typedef struct UIntReg { unsigned int from, to, steps, value; } UIntReg;
-typedef struct IntReg64 { uint64_t from, to, steps, value; } IntReg64;
-typedef struct FloatReg { float from, to, steps, value; } FloatReg;
-typedef struct DoubleReg { double from, to, steps, value; } DoubleReg;
+typedef struct IntReg {
+    int from, to, steps, value;
+} IntReg;
+typedef struct UIntReg {
+    unsigned int from, to, steps, value;
+} UIntReg;
+typedef struct IntReg64 {
+    uint64_t from, to, steps, value;
+} IntReg64;
+typedef struct FloatReg {
+    float from, to, steps, value;
+} FloatReg;
+typedef struct DoubleReg {
+    double from, to, steps, value;
+} DoubleReg;
 typedef struct GroupReg {
     int nrOfElements;
     RegisterInfo** elements;
@@ -135,7 +145,9 @@ typedef struct EnumReg {
     int indexValue;
     char** enumDefName;
 } EnumReg;
-typedef struct LutReg { int nrOfElements, nrOfBits, id, number; } LutReg;
+typedef struct LutReg {
+    int nrOfElements, nrOfBits, id, number;
+} LutReg;
 typedef struct StringReg {
     char* string;
     char* FileExtension;
@@ -146,7 +158,9 @@ typedef struct DoubleFieldReg {
     int nrOfElements, index;
     double value;
 } DoubleFieldReg;
-typedef struct IntFieldReg { int from, to, nrOfElements, index, value; } IntFieldReg;
+typedef struct IntFieldReg {
+    int from, to, nrOfElements, index, value;
+} IntFieldReg;
 typedef struct UIntFieldReg {
     unsigned int from, to;
     int nrOfElements, index;
@@ -215,15 +229,12 @@ static_assert(offsetof(EnumReg, enumNames) == 4 && offsetof(EnumReg, enumValues)
                   offsetof(EnumReg, absValue) == 12 && offsetof(EnumReg, indexValue) == 16 &&
                   offsetof(EnumReg, enumDefName) == 20,
               "EnumReg");
-static_assert(offsetof(IntReg64, to) == 8 && offsetof(IntReg64, steps) == 16 &&
-                  offsetof(IntReg64, value) == 24,
+static_assert(offsetof(IntReg64, to) == 8 && offsetof(IntReg64, steps) == 16 && offsetof(IntReg64, value) == 24,
               "IntReg64");
-static_assert(offsetof(DoubleReg, to) == 8 && offsetof(DoubleReg, steps) == 16 &&
-                  offsetof(DoubleReg, value) == 24,
+static_assert(offsetof(DoubleReg, to) == 8 && offsetof(DoubleReg, steps) == 16 && offsetof(DoubleReg, value) == 24,
               "DoubleReg");
 static_assert(offsetof(GroupReg, elements) == 4 && offsetof(GroupReg, autoIndex) == 8, "GroupReg");
-static_assert(offsetof(StringReg, FileExtension) == 4 && offsetof(StringReg, strLen) == 8,
-              "StringReg");
+static_assert(offsetof(StringReg, FileExtension) == 4 && offsetof(StringReg, strLen) == 8, "StringReg");
 static_assert(offsetof(DoubleFieldReg, nrOfElements) == 16 && offsetof(DoubleFieldReg, index) == 20 &&
                   offsetof(DoubleFieldReg, value) == 24,
               "DoubleFieldReg");

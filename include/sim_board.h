@@ -42,10 +42,10 @@ Fg_Struct* Fg_InitEx(const char* appletName, unsigned int boardIndex, int flags)
  * -2001 (NULL / 0). */
 int Fg_FreeGrabber(Fg_Struct* Fg);
 int Fg_getLastErrorNumber(Fg_Struct* Fg);
-int Fg_setParameterWithType(Fg_Struct* Fg, const int Parameter, const void* Value,
-                            const unsigned int DmaIndex, const FgParamTypes type);
-int Fg_getParameterWithType(Fg_Struct* Fg, const int Parameter, void* Value,
-                            const unsigned int DmaIndex, const FgParamTypes type);
+int Fg_setParameterWithType(Fg_Struct* Fg, const int Parameter, const void* Value, const unsigned int DmaIndex,
+                            const FgParamTypes type);
+int Fg_getParameterWithType(Fg_Struct* Fg, const int Parameter, void* Value, const unsigned int DmaIndex,
+                            const FgParamTypes type);
 int Fg_getNrOfParameter(Fg_Struct* Fg);
 const char* Fg_getParameterName(Fg_Struct* Fg, int index);
 int Fg_getParameterId(Fg_Struct* Fg, int index);
@@ -57,13 +57,13 @@ int Fg_loadConfig(Fg_Struct* Fg, const char* Filename);
 uint64_t Fg_getEventMask(Fg_Struct* Fg, const char* name);
 const char* Fg_getEventName(Fg_Struct* Fg, uint64_t mask);
 int Fg_getAppletId(Fg_Struct* Fg, const char* Appletname);
-frameindex_t Fg_getStatusEx(Fg_Struct* Fg, const int Param, const frameindex_t Data,
-                            const unsigned int DmaIndex, dma_mem* pMem);
+frameindex_t Fg_getStatusEx(Fg_Struct* Fg, const int Param, const frameindex_t Data, const unsigned int DmaIndex,
+                            dma_mem* pMem);
 int Fg_AcquireEx(Fg_Struct* Fg, int CamPort, const frameindex_t PicCount, int nFlag, dma_mem* memHandle);
 int Fg_stopAcquireEx(Fg_Struct* Fg, int CamPort, dma_mem* memHandle, int nFlag);
 frameindex_t Fg_getLastPicNumberEx(Fg_Struct* Fg, int CamPort, dma_mem* pMem);
-frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct* Fg, const frameindex_t PicNr, int CamPort,
-                                           int Timeout, dma_mem* pMem);
+frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct* Fg, const frameindex_t PicNr, int CamPort, int Timeout,
+                                           dma_mem* pMem);
 ShadingMaster* Fg_AllocShading(Fg_Struct* Fg, int set, int port);
 int Fg_FreeShading(Fg_Struct* Fg, ShadingMaster* sm);
 int Shad_SetSubValueLine(Fg_Struct* Fg, ShadingMaster* sm, int x, int channel, float sub);
@@ -163,13 +163,13 @@ QORdevice* SimBoard_DeviceOfHostHandle(Fg_Struct* hostFg);
 #define SIM_ERR_BUSY (-2121)
 
 /* Fg_getStatusEx(Fg, Param, Data, DmaIndex, pMem) questions. */
-#define SIM_STATUS_LAST_PICTURE 0    /* newest complete picture number */
-#define SIM_STATUS_LOST 1            /* pictures lost (overwritten before taken) */
-#define SIM_STATUS_RUNNING 2         /* 1 while a producer runs */
-#define SIM_STATUS_BUFFER_OF 3       /* ring index holding picture Data, -2070 if none */
-#define SIM_STATUS_PICTURE_IN 4      /* picture held by ring index Data (0: none) */
-#define SIM_STATUS_TAKEN 5           /* highest picture the application took */
-#define SIM_STATUS_IMAGES 6          /* images the trigger block cut (before the selector) */
+#define SIM_STATUS_LAST_PICTURE 0 /* newest complete picture number */
+#define SIM_STATUS_LOST 1         /* pictures lost (overwritten before taken) */
+#define SIM_STATUS_RUNNING 2      /* 1 while a producer runs */
+#define SIM_STATUS_BUFFER_OF 3    /* ring index holding picture Data, -2070 if none */
+#define SIM_STATUS_PICTURE_IN 4   /* picture held by ring index Data (0: none) */
+#define SIM_STATUS_TAKEN 5        /* highest picture the application took */
+#define SIM_STATUS_IMAGES 6       /* images the trigger block cut (before the selector) */
 
 /* What a delivered frame looks like (from the running acquisition, else from
  * the port's programmed values): width x height pixels, lines of
@@ -179,11 +179,11 @@ QORdevice* SimBoard_DeviceOfHostHandle(Fg_Struct* hostFg);
 typedef struct FgFrameFormat {
     uint32_t width;
     uint32_t height;
-    uint32_t bitsPerPixel;   /* 8, 10, 12 or 16 */
-    uint32_t bytesPerPixel;  /* 1 or 2 */
-    uint32_t leftAligned;    /* 1: value in the top bits of a 16-bit container */
+    uint32_t bitsPerPixel;  /* 8, 10, 12 or 16 */
+    uint32_t bytesPerPixel; /* 1 or 2 */
+    uint32_t leftAligned;   /* 1: value in the top bits of a 16-bit container */
     uint32_t reserved;
-    uint64_t frameBytes;     /* width * height * bytesPerPixel */
+    uint64_t frameBytes; /* width * height * bytesPerPixel */
 } FgFrameFormat;
 
 /* ---- application side: frame-buffer rings -------------------------------- */
@@ -208,8 +208,7 @@ void* Fg_getPicturePtrEx(Fg_Struct* Fg, frameindex_t PicNr, int CamPort, dma_mem
  * overwrite it meanwhile, and takes it. Answers the
  * picture number copied; -2070 for bad arguments or a picture the ring does
  * not hold, -500 when `size` is below the frame size. */
-frameindex_t Fg_copyPictureEx(Fg_Struct* Fg, frameindex_t PicNr, int CamPort, void* dst, size_t size,
-                              dma_mem* mem);
+frameindex_t Fg_copyPictureEx(Fg_Struct* Fg, frameindex_t PicNr, int CamPort, void* dst, size_t size, dma_mem* mem);
 /* The format of the frames the DMA channel delivers: 0, -2001, -2070. */
 int Fg_getFrameFormatEx(Fg_Struct* Fg, int CamPort, FgFrameFormat* out);
 
@@ -230,15 +229,15 @@ int SimBoard_SetFieldElement(QORdevice* dev, const char* name, unsigned int inde
 /* ---- write log ----------------------------------------------------------- */
 
 typedef struct SimLogEntry {
-    int id;                   /* host identity */
-    const char* name;         /* design parameter name (host-level: its SDK name) */
-    unsigned int dma;         /* DMA index passed */
-    FgParamTypes type;        /* type passed */
-    uint64_t u;               /* value for integer types (also a field element record's value) */
-    double d;                 /* value for DOUBLE (and double field element records) */
-    const char* text;         /* value for CHAR_PTR */
-    unsigned int fieldIndex;  /* field writes: first element */
-    unsigned int fieldCount;  /* field writes: number of elements (1 for element records) */
+    int id;                      /* host identity */
+    const char* name;            /* design parameter name (host-level: its SDK name) */
+    unsigned int dma;            /* DMA index passed */
+    FgParamTypes type;           /* type passed */
+    uint64_t u;                  /* value for integer types (also a field element record's value) */
+    double d;                    /* value for DOUBLE (and double field element records) */
+    const char* text;            /* value for CHAR_PTR */
+    unsigned int fieldIndex;     /* field writes: first element */
+    unsigned int fieldCount;     /* field writes: number of elements (1 for element records) */
     const uint64_t* fieldValues; /* field writes: the elements written, as unsigned 64-bit */
 } SimLogEntry;
 
@@ -289,15 +288,15 @@ typedef struct SimAcquisitionCounters {
     int lastPicNumberCalls;
     int statusCalls;
     int appletIdCalls;
-    int running[2];           /* per DMA channel */
+    int running[2]; /* per DMA channel */
 } SimAcquisitionCounters;
 
 void SimBoard_GetAcquisitionCounters(QORdevice* dev, SimAcquisitionCounters* out);
 
 /* ---- acquisition engine ---------------------------------------------------- */
 
-#define SIM_PACE_REALTIME 0  /* images at the programmed rate (default) */
-#define SIM_PACE_UNPACED 1   /* as fast as possible, reproducible (tests, benchmarks) */
+#define SIM_PACE_REALTIME 0 /* images at the programmed rate (default) */
+#define SIM_PACE_UNPACED 1  /* as fast as possible, reproducible (tests, benchmarks) */
 /* Sets the pacing of the device's acquisitions (also of running ones, from
  * their next image on): 0 or -2070. */
 int SimBoard_SetPacing(QORdevice* dev, int mode);

@@ -135,7 +135,7 @@ void Producer::refreshLocked() {
     camera_ = board(d_).camera[port_];
     if (d_->designVersion == version_) return;
     version_ = d_->designVersion;
-    ready_ = 0;  // lines granted under the old values are asked for again
+    ready_ = 0;                          // lines granted under the old values are asked for again
     const Programmed keep = ch_.format;  // region and format stay those of the start
     readProgrammed(d_, port_, p_);
     p_.xOffset = keep.xOffset;
@@ -748,26 +748,20 @@ frameindex_t acqStatus(Device* d, int dma, int param, frameindex_t data) {
     Channel& ch = channel(d, dma);
     std::lock_guard<std::mutex> cl(ch.m);
     switch (param) {
-        case SIM_STATUS_LAST_PICTURE:
-            return ch.engine ? ch.last : d->frames[dma];
-        case SIM_STATUS_LOST:
-            return static_cast<frameindex_t>(std::min<uint64_t>(ch.lost, INT32_MAX));
-        case SIM_STATUS_RUNNING:
-            return ch.engine ? (ch.alive ? 1 : 0) : d->acq.running[dma];
-        case SIM_STATUS_BUFFER_OF: {
-            const int b = ch.ring ? heldIndex(ch.ring, data) : -1;
-            return b >= 0 ? b : FG_ERR_INVALID_PARAMETER;
-        }
-        case SIM_STATUS_PICTURE_IN:
-            if (ch.ring == nullptr || data < 0 || static_cast<size_t>(data) >= ch.ring->buffers.size())
-                return FG_ERR_INVALID_PARAMETER;
-            return ch.ring->picture[static_cast<size_t>(data)];
-        case SIM_STATUS_TAKEN:
-            return ch.taken;
-        case SIM_STATUS_IMAGES:
-            return static_cast<frameindex_t>(std::min<uint64_t>(ch.images, INT32_MAX));
-        default:
+    case SIM_STATUS_LAST_PICTURE: return ch.engine ? ch.last : d->frames[dma];
+    case SIM_STATUS_LOST: return static_cast<frameindex_t>(std::min<uint64_t>(ch.lost, INT32_MAX));
+    case SIM_STATUS_RUNNING: return ch.engine ? (ch.alive ? 1 : 0) : d->acq.running[dma];
+    case SIM_STATUS_BUFFER_OF: {
+        const int b = ch.ring ? heldIndex(ch.ring, data) : -1;
+        return b >= 0 ? b : FG_ERR_INVALID_PARAMETER;
+    }
+    case SIM_STATUS_PICTURE_IN:
+        if (ch.ring == nullptr || data < 0 || static_cast<size_t>(data) >= ch.ring->buffers.size())
             return FG_ERR_INVALID_PARAMETER;
+        return ch.ring->picture[static_cast<size_t>(data)];
+    case SIM_STATUS_TAKEN: return ch.taken;
+    case SIM_STATUS_IMAGES: return static_cast<frameindex_t>(std::min<uint64_t>(ch.images, INT32_MAX));
+    default: return FG_ERR_INVALID_PARAMETER;
     }
 }
 

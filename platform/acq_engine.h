@@ -60,7 +60,8 @@ public:
     static constexpr size_t kBytes = size_t(16) << 20;
     void reset(size_t lineBytes, uint32_t keys) {
         lineBytes_ = lineBytes;
-        slots_ = static_cast<uint32_t>(std::min<size_t>(keys, std::max<size_t>(1, kBytes / std::max<size_t>(lineBytes, 1))));
+        slots_ =
+            static_cast<uint32_t>(std::min<size_t>(keys, std::max<size_t>(1, kBytes / std::max<size_t>(lineBytes, 1))));
         key_.assign(slots_, UINT32_MAX);
         data_.resize(size_t(slots_) * lineBytes);
     }
@@ -92,26 +93,26 @@ struct Channel {
     frameindex_t last = 0;   // newest complete picture
     frameindex_t taken = 0;  // highest picture the application asked for
     uint64_t lost = 0;
-    uint64_t images = 0;  // images cut by the trigger block (delivered or not)
-    Programmed format;    // region and output format of the running acquisition
-    BoardInputs inputsAtStart;      // the board's inputs and
+    uint64_t images = 0;                 // images cut by the trigger block (delivered or not)
+    Programmed format;                   // region and output format of the running acquisition
+    BoardInputs inputsAtStart;           // the board's inputs and
     uint64_t softwarePulsesAtStart = 0;  // the port's software trigger pulses when it started
     // The producer's pattern lines, kept for the next acquisition while the
     // design is unchanged (only the channel's one producer touches them).
     LineCache lines;
     uint64_t linesVersion = UINT64_MAX;
-    std::mutex joinM;     // serialises starting and joining the thread
+    std::mutex joinM;  // serialises starting and joining the thread
     std::thread th;
 };
 
 struct AcqBoard {
     Channel ch[2];
-    int pacing = SIM_PACE_REALTIME;       // device lock
-    BoardInputs inputs;                   // device lock
-    std::vector<Ring*> rings;             // device lock
+    int pacing = SIM_PACE_REALTIME;  // device lock
+    BoardInputs inputs;              // device lock
+    std::vector<Ring*> rings;        // device lock
     // Image files of each port's camera; replaced whole, never changed in place.
     std::shared_ptr<const std::vector<CameraPicture>> camera[2];  // device lock
-    uint64_t events[64] = {};  // device lock; by the design's event index
+    uint64_t events[64] = {};                                     // device lock; by the design's event index
     ~AcqBoard();
 };
 

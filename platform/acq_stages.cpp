@@ -34,14 +34,10 @@ double dbl(Device* d, int port, const char* rest, double fallback) {
 
 uint32_t Programmed::bitsPerPixel() const {
     switch (formatSelect) {
-        case 1:
-            return 8;
-        case 2:
-            return 10;
-        case 3:
-            return 12;
-        default:
-            return 16;
+    case 1: return 8;
+    case 2: return 10;
+    case 3: return 12;
+    default: return 16;
     }
 }
 
@@ -110,7 +106,8 @@ void readProgrammed(Device* d, int port, Programmed& p) {
     const Param* lut = paramByName(d, name);
     p.lut.resize(4096);
     for (size_t i = 0; i < 4096; ++i)
-        p.lut[i] = lut && i < lut->uf.size() ? static_cast<uint16_t>(std::min<uint64_t>(lut->uf[i], 4095)) : uint16_t(i);
+        p.lut[i] =
+            lut && i < lut->uf.size() ? static_cast<uint16_t>(std::min<uint64_t>(lut->uf[i], 4095)) : uint16_t(i);
 }
 
 // ---- sources -------------------------------------------------------------------
@@ -132,8 +129,8 @@ void patternLine(const Programmed& p, uint64_t line, uint32_t x0, uint32_t n, ui
     }
 }
 
-void cameraLine(const Programmed& p, const std::vector<CameraPicture>& pictures, uint64_t line, uint32_t x0,
-                uint32_t n, uint16_t* out) {
+void cameraLine(const Programmed& p, const std::vector<CameraPicture>& pictures, uint64_t line, uint32_t x0, uint32_t n,
+                uint16_t* out) {
     const uint32_t depth = p.pixelDepth, mask = (1u << depth) - 1, shift = 12 - depth;
     if (pictures.empty()) {
         // Test scene: a ramp along the line that moves three pixels per line.

@@ -98,8 +98,8 @@ constexpr uint32_t kSceneWidth = 16384;
 //           number = line / height, y = line % height)
 //  camera:  line = camera line index since acquisition start
 void patternLine(const Programmed& p, uint64_t line, uint32_t x0, uint32_t n, uint16_t* out);
-void cameraLine(const Programmed& p, const std::vector<CameraPicture>& pictures, uint64_t line, uint32_t x0,
-                uint32_t n, uint16_t* out);
+void cameraLine(const Programmed& p, const std::vector<CameraPicture>& pictures, uint64_t line, uint32_t x0, uint32_t n,
+                uint16_t* out);
 
 // The lookup table, then region, mirror and output format: one buffer line
 // from `px` (the region's pixels, width of them).

@@ -79,15 +79,15 @@ typedef enum HapParamKind {
 
 typedef struct HapParameterInfo {
     const char* name;
-    int kind;                   /* HapParamKind */
-    unsigned int count;         /* elements (1 for single values) */
-    int readOnly;               /* 1 for RO */
-    uint64_t initialU;          /* U32, U64 */
-    double initialD;            /* DOUBLE */
-    const char* initialText;    /* TEXT ("" when none) */
-    unsigned int nrOfInitialElements;   /* fields: elements given (<= count) */
-    const uint64_t* initialUElements;   /* UFIELD */
-    const double* initialDElements;     /* DFIELD */
+    int kind;                         /* HapParamKind */
+    unsigned int count;               /* elements (1 for single values) */
+    int readOnly;                     /* 1 for RO */
+    uint64_t initialU;                /* U32, U64 */
+    double initialD;                  /* DOUBLE */
+    const char* initialText;          /* TEXT ("" when none) */
+    unsigned int nrOfInitialElements; /* fields: elements given (<= count) */
+    const uint64_t* initialUElements; /* UFIELD */
+    const double* initialDElements;   /* DFIELD */
 } HapParameterInfo;
 
 typedef struct HapRegisterInfo {

@@ -197,14 +197,14 @@ bool parseDouble(std::string_view s, double& out) {
 }
 
 // Field i of `f` as a name: 1 to 255 characters, none of them special.
-bool validName(const Fields& f, size_t i) {
-    return f.isPlain(i) && !f[i].empty() && f[i].size() <= HAP_MAX_NAME;
-}
+bool validName(const Fields& f, size_t i) { return f.isPlain(i) && !f[i].empty() && f[i].size() <= HAP_MAX_NAME; }
 
 bool parseKind(std::string_view s, int& kind) {
-    static const struct { const char* n; int k; } kinds[] = {
-        {"U32", HAP_KIND_U32},       {"U64", HAP_KIND_U64},       {"DOUBLE", HAP_KIND_DOUBLE},
-        {"TEXT", HAP_KIND_TEXT},     {"UFIELD", HAP_KIND_UFIELD}, {"DFIELD", HAP_KIND_DFIELD}};
+    static const struct {
+        const char* n;
+        int k;
+    } kinds[] = {{"U32", HAP_KIND_U32},   {"U64", HAP_KIND_U64},       {"DOUBLE", HAP_KIND_DOUBLE},
+                 {"TEXT", HAP_KIND_TEXT}, {"UFIELD", HAP_KIND_UFIELD}, {"DFIELD", HAP_KIND_DFIELD}};
     for (const auto& k : kinds)
         if (s == k.n) {
             kind = k.k;
@@ -235,48 +235,48 @@ bool parseParam(const Fields& f, ParamRec& p) {
     if (f.size() == 6) {
         const std::string_view init = f[5];
         switch (kind) {
-            case HAP_KIND_U32: {
-                uint64_t v = 0;
-                if (!parseU64(init, v) || v > UINT32_MAX) return false;
-                p.info.initialU = v;
-                break;
-            }
-            case HAP_KIND_U64: {
-                uint64_t v = 0;
-                if (!parseU64(init, v)) return false;
-                p.info.initialU = v;
-                break;
-            }
-            case HAP_KIND_DOUBLE: {
-                double v = 0;
-                if (!parseDouble(init, v)) return false;
-                p.info.initialD = v;
-                break;
-            }
-            case HAP_KIND_TEXT:
-                if (init.size() > HAP_MAX_TEXT) return false;
-                p.text.assign(init.data(), init.size());
-                break;
-            default: {
-                size_t pos = 0;
-                while (pos <= init.size()) {
-                    size_t comma = init.find(',', pos);
-                    if (comma == std::string_view::npos) comma = init.size();
-                    const std::string_view tok = init.substr(pos, comma - pos);
-                    if (p.uElems.size() + p.dElems.size() >= count) return false;
-                    if (kind == HAP_KIND_UFIELD) {
-                        uint64_t v = 0;
-                        if (!parseU64(tok, v) || v > UINT32_MAX) return false;
-                        p.uElems.push_back(v);
-                    } else {
-                        double v = 0;
-                        if (!parseDouble(tok, v)) return false;
-                        p.dElems.push_back(v);
-                    }
-                    pos = comma + 1;
+        case HAP_KIND_U32: {
+            uint64_t v = 0;
+            if (!parseU64(init, v) || v > UINT32_MAX) return false;
+            p.info.initialU = v;
+            break;
+        }
+        case HAP_KIND_U64: {
+            uint64_t v = 0;
+            if (!parseU64(init, v)) return false;
+            p.info.initialU = v;
+            break;
+        }
+        case HAP_KIND_DOUBLE: {
+            double v = 0;
+            if (!parseDouble(init, v)) return false;
+            p.info.initialD = v;
+            break;
+        }
+        case HAP_KIND_TEXT:
+            if (init.size() > HAP_MAX_TEXT) return false;
+            p.text.assign(init.data(), init.size());
+            break;
+        default: {
+            size_t pos = 0;
+            while (pos <= init.size()) {
+                size_t comma = init.find(',', pos);
+                if (comma == std::string_view::npos) comma = init.size();
+                const std::string_view tok = init.substr(pos, comma - pos);
+                if (p.uElems.size() + p.dElems.size() >= count) return false;
+                if (kind == HAP_KIND_UFIELD) {
+                    uint64_t v = 0;
+                    if (!parseU64(tok, v) || v > UINT32_MAX) return false;
+                    p.uElems.push_back(v);
+                } else {
+                    double v = 0;
+                    if (!parseDouble(tok, v)) return false;
+                    p.dElems.push_back(v);
                 }
-                break;
+                pos = comma + 1;
             }
+            break;
+        }
         }
     }
     return true;
@@ -364,8 +364,7 @@ fpga_design* parseDesign(const char* data, size_t size) {
         }
     }
     if (!ended) return nullptr;
-    if (!distinct(paramNames) || !distinct(eventNames) || !distinct(regNames) || !distinct(regNumbers))
-        return nullptr;
+    if (!distinct(paramNames) || !distinct(eventNames) || !distinct(regNames) || !distinct(regNumbers)) return nullptr;
     // Fix the public records' pointers now that no container grows any more.
     for (ParamRec& p : d->params) {
         p.info.name = p.name.c_str();
@@ -433,8 +432,7 @@ PLATFORM_EXPORT void HapUnloadHapFile(fpga_design* design) {
 }
 
 PLATFORM_EXPORT const HapEvent* HapGetEvent(fpga_design* design, int index) {
-    if (!validDesign(design) || index < 0 || static_cast<size_t>(index) >= design->eventSlot.size())
-        return nullptr;
+    if (!validDesign(design) || index < 0 || static_cast<size_t>(index) >= design->eventSlot.size()) return nullptr;
     int slot = design->eventSlot[static_cast<size_t>(index)];
     return slot < 0 ? nullptr : &design->events[static_cast<size_t>(slot)].ev;
 }
@@ -444,8 +442,7 @@ PLATFORM_EXPORT int HapGetNrOfRegister(fpga_design* design) {
 }
 
 PLATFORM_EXPORT const char* HapGetRegisterName(fpga_design* design, int position) {
-    if (!validDesign(design) || position < 1 || static_cast<size_t>(position) > design->regs.size())
-        return nullptr;
+    if (!validDesign(design) || position < 1 || static_cast<size_t>(position) > design->regs.size()) return nullptr;
     return design->regs[static_cast<size_t>(position) - 1].info.name;
 }
 
@@ -478,8 +475,7 @@ PLATFORM_EXPORT const HapParameterInfo* HapGetParameter(fpga_design* design, int
 }
 
 PLATFORM_EXPORT const HapRegisterInfo* HapGetRegisterInfo(fpga_design* design, int position) {
-    if (!validDesign(design) || position < 1 || static_cast<size_t>(position) > design->regs.size())
-        return nullptr;
+    if (!validDesign(design) || position < 1 || static_cast<size_t>(position) > design->regs.size()) return nullptr;
     return &design->regs[static_cast<size_t>(position) - 1].info;
 }
 

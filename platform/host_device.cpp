@@ -20,41 +20,39 @@ constexpr size_t kLogReserve = 16384;
 
 // ---- design parameters ---------------------------------------------------------
 
-int writeDesignConverted(Device* d, Param& p, const void* value, unsigned int dma,
-                                           FgParamTypes type, bool log) {
+int writeDesignConverted(Device* d, Param& p, const void* value, unsigned int dma, FgParamTypes type, bool log) {
     FgParamTypes t = type == FG_PARAM_TYPE_AUTO ? nativeType(p) : type;
     switch (p.kind) {
-        case HAP_KIND_U32:
-        case HAP_KIND_U64:
-        case HAP_KIND_DOUBLE: {
-            if (!isNumericType(t)) return FG_ERR_INVALID_PARAMETER;
-            Num n = loadNum(t, value);
-            int rc = storeScalar(p, n);
-            if (rc != FG_OK) return rc;
-            if (log) {
-                SimLogEntry& e = appendLog(d, p.id, p.name.c_str(), dma, type);
-                if (n.k == Num::D)
-                    e.d = n.d;
-                else
-                    e.u = n.k == Num::U ? n.u : static_cast<uint64_t>(n.i);
-            }
-            return FG_OK;
+    case HAP_KIND_U32:
+    case HAP_KIND_U64:
+    case HAP_KIND_DOUBLE: {
+        if (!isNumericType(t)) return FG_ERR_INVALID_PARAMETER;
+        Num n = loadNum(t, value);
+        int rc = storeScalar(p, n);
+        if (rc != FG_OK) return rc;
+        if (log) {
+            SimLogEntry& e = appendLog(d, p.id, p.name.c_str(), dma, type);
+            if (n.k == Num::D)
+                e.d = n.d;
+            else
+                e.u = n.k == Num::U ? n.u : static_cast<uint64_t>(n.i);
         }
-        case HAP_KIND_TEXT: {
-            if (t != FG_PARAM_TYPE_CHAR_PTR) return FG_ERR_INVALID_PARAMETER;
-            const char* s = static_cast<const char*>(value);
-            size_t len = strnlen(s, HAP_MAX_TEXT + 1);
-            if (len > HAP_MAX_TEXT) return FG_ERR_VALUE_OUT_OF_RANGE;
-            p.text.assign(s, len);
-            if (log) {
-                SimLogEntry& e = appendLog(d, p.id, p.name.c_str(), dma, type);
-                d->logTexts.push_back(p.text);
-                e.text = d->logTexts.back().c_str();
-            }
-            return FG_OK;
+        return FG_OK;
+    }
+    case HAP_KIND_TEXT: {
+        if (t != FG_PARAM_TYPE_CHAR_PTR) return FG_ERR_INVALID_PARAMETER;
+        const char* s = static_cast<const char*>(value);
+        size_t len = strnlen(s, HAP_MAX_TEXT + 1);
+        if (len > HAP_MAX_TEXT) return FG_ERR_VALUE_OUT_OF_RANGE;
+        p.text.assign(s, len);
+        if (log) {
+            SimLogEntry& e = appendLog(d, p.id, p.name.c_str(), dma, type);
+            d->logTexts.push_back(p.text);
+            e.text = d->logTexts.back().c_str();
         }
-        default:
-            break;
+        return FG_OK;
+    }
+    default: break;
     }
     // field parameters
     if (t == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS) {
@@ -135,19 +133,18 @@ int writeDesignConverted(Device* d, Param& p, const void* value, unsigned int dm
 int readDesignConverted(const Param& p, void* value, FgParamTypes type) {
     FgParamTypes t = type == FG_PARAM_TYPE_AUTO ? nativeType(p) : type;
     switch (p.kind) {
-        case HAP_KIND_U32:
-        case HAP_KIND_U64:
-            if (!isNumericType(t)) return FG_ERR_INVALID_PARAMETER;
-            return storeNum(t, value, numU(p.u));
-        case HAP_KIND_DOUBLE:
-            if (!isNumericType(t)) return FG_ERR_INVALID_PARAMETER;
-            return storeNum(t, value, numD(p.d));
-        case HAP_KIND_TEXT:
-            if (t != FG_PARAM_TYPE_CHAR_PTR) return FG_ERR_INVALID_PARAMETER;
-            std::memcpy(value, p.text.c_str(), p.text.size() + 1);
-            return FG_OK;
-        default:
-            break;
+    case HAP_KIND_U32:
+    case HAP_KIND_U64:
+        if (!isNumericType(t)) return FG_ERR_INVALID_PARAMETER;
+        return storeNum(t, value, numU(p.u));
+    case HAP_KIND_DOUBLE:
+        if (!isNumericType(t)) return FG_ERR_INVALID_PARAMETER;
+        return storeNum(t, value, numD(p.d));
+    case HAP_KIND_TEXT:
+        if (t != FG_PARAM_TYPE_CHAR_PTR) return FG_ERR_INVALID_PARAMETER;
+        std::memcpy(value, p.text.c_str(), p.text.size() + 1);
+        return FG_OK;
+    default: break;
     }
     if (t == FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS) {
         const FieldParameterAccess& a = *static_cast<const FieldParameterAccess*>(value);
@@ -179,32 +176,22 @@ int readDesignConverted(const Param& p, void* value, FgParamTypes type) {
 
 const char* hostLevelName(int id) {
     switch (id) {
-        case FG_HOST_TIMEOUT:
-            return "FG_TIMEOUT";
-        case FG_HOST_APC_STOP_TIMEOUT:
-            return "FG_APC_STOP_TIMEOUT";
-        case FG_HOST_NR_OF_DMAS:
-            return "FG_NR_OF_DMAS";
-        case FG_HOST_NR_OF_CAMS:
-            return "FG_NR_OF_CAMS";
-        case FG_HOST_NR_OF_PROCESSES:
-            return "FG_NR_OF_PROCESSES";
-        case FG_HOST_DMA_PORT:
-            return "FG_DMA_PORT";
-        case FG_HOST_CAM_PORT:
-            return "FG_CAM_PORT";
-        case FG_HOST_TRANSFER_LEN:
-            return "FG_TRANSFER_LEN";
-        case FG_HOST_DMASTATUS:
-            return "FG_DMASTATUS";
-        default:
-            return nullptr;
+    case FG_HOST_TIMEOUT: return "FG_TIMEOUT";
+    case FG_HOST_APC_STOP_TIMEOUT: return "FG_APC_STOP_TIMEOUT";
+    case FG_HOST_NR_OF_DMAS: return "FG_NR_OF_DMAS";
+    case FG_HOST_NR_OF_CAMS: return "FG_NR_OF_CAMS";
+    case FG_HOST_NR_OF_PROCESSES: return "FG_NR_OF_PROCESSES";
+    case FG_HOST_DMA_PORT: return "FG_DMA_PORT";
+    case FG_HOST_CAM_PORT: return "FG_CAM_PORT";
+    case FG_HOST_TRANSFER_LEN: return "FG_TRANSFER_LEN";
+    case FG_HOST_DMASTATUS: return "FG_DMASTATUS";
+    default: return nullptr;
     }
 }
 
-const int kHostLevelIds[9] = {FG_HOST_TIMEOUT,         FG_HOST_APC_STOP_TIMEOUT, FG_HOST_NR_OF_DMAS,
-                             FG_HOST_NR_OF_CAMS,      FG_HOST_NR_OF_PROCESSES,  FG_HOST_DMA_PORT,
-                             FG_HOST_CAM_PORT,        FG_HOST_TRANSFER_LEN,     FG_HOST_DMASTATUS};
+const int kHostLevelIds[9] = {FG_HOST_TIMEOUT,    FG_HOST_APC_STOP_TIMEOUT, FG_HOST_NR_OF_DMAS,
+                              FG_HOST_NR_OF_CAMS, FG_HOST_NR_OF_PROCESSES,  FG_HOST_DMA_PORT,
+                              FG_HOST_CAM_PORT,   FG_HOST_TRANSFER_LEN,     FG_HOST_DMASTATUS};
 
 static int writeHostLevel(Device* d, int id, const void* value, unsigned int dma, FgParamTypes type) {
     uint64_t* slot = nullptr;
@@ -233,29 +220,16 @@ static int readHostLevel(Device* d, int id, void* value, unsigned int dma, FgPar
     if (dma >= static_cast<unsigned int>(kNrOfDmas)) return FG_ERR_INVALID_PARAMETER;
     uint64_t v = 0;
     switch (id) {
-        case FG_HOST_TIMEOUT:
-            v = d->timeout[dma];
-            break;
-        case FG_HOST_APC_STOP_TIMEOUT:
-            v = d->apcStopTimeout[dma];
-            break;
-        case FG_HOST_NR_OF_DMAS:
-        case FG_HOST_NR_OF_CAMS:
-        case FG_HOST_NR_OF_PROCESSES:
-            v = kNrOfDmas;
-            break;
-        case FG_HOST_DMA_PORT:
-        case FG_HOST_CAM_PORT:
-            v = dma;
-            break;
-        case FG_HOST_TRANSFER_LEN:
-            v = d->transferLen[dma];
-            break;
-        case FG_HOST_DMASTATUS:
-            v = static_cast<uint64_t>(d->acq.running[dma]);
-            break;
-        default:
-            return FG_ERR_INVALID_PARAMETER;
+    case FG_HOST_TIMEOUT: v = d->timeout[dma]; break;
+    case FG_HOST_APC_STOP_TIMEOUT: v = d->apcStopTimeout[dma]; break;
+    case FG_HOST_NR_OF_DMAS:
+    case FG_HOST_NR_OF_CAMS:
+    case FG_HOST_NR_OF_PROCESSES: v = kNrOfDmas; break;
+    case FG_HOST_DMA_PORT:
+    case FG_HOST_CAM_PORT: v = dma; break;
+    case FG_HOST_TRANSFER_LEN: v = d->transferLen[dma]; break;
+    case FG_HOST_DMASTATUS: v = static_cast<uint64_t>(d->acq.running[dma]); break;
+    default: return FG_ERR_INVALID_PARAMETER;
     }
     FgParamTypes t = type == FG_PARAM_TYPE_AUTO ? FG_PARAM_TYPE_UINT32_T : type;
     if (!isNumericType(t)) return FG_ERR_INVALID_PARAMETER;

@@ -158,10 +158,9 @@ int freeApplication(AppBoard* ab) {
 
 // Routes a call on an application handle to the applet's entry; a missing
 // entry answers `missing`.
-#define ROUTE_APP(fg, slot, missing, ...)                                          \
-    do {                                                                           \
-        if (AppBoard* ab_ = asApp(fg))                                             \
-            return ab_->fn.slot != nullptr ? ab_->fn.slot(__VA_ARGS__) : (missing); \
+#define ROUTE_APP(fg, slot, missing, ...)                                                                      \
+    do {                                                                                                       \
+        if (AppBoard* ab_ = asApp(fg)) return ab_->fn.slot != nullptr ? ab_->fn.slot(__VA_ARGS__) : (missing); \
     } while (0)
 
 extern "C" {

@@ -49,8 +49,7 @@ struct Builder {
 
 // Splits "Device1_Process<n>_<component>_<rest>" into prefix, component and
 // rest; false when the name has no process prefix.
-bool splitName(const std::string& name, int& process, std::string& prefix, std::string& component,
-               std::string& rest) {
+bool splitName(const std::string& name, int& process, std::string& prefix, std::string& component, std::string& rest) {
     static const char kHead[] = "Device1_Process";
     const size_t headLen = sizeof kHead - 1;
     if (name.compare(0, headLen, kHead) != 0) return false;
@@ -77,72 +76,66 @@ void fillLeaf(Builder& b, RegisterInfo* r, const Param& p) {
     r->accessFlags = p.readOnly ? 1 : 7;
     r->id = p.id;
     switch (p.kind) {
-        case HAP_KIND_U32:
-            if (r->format == REG_FORMAT_ENUM) {
-                b.t.charLists.push_back({b.mstr("Off"), b.mstr("On")});
-                r->u.eReg.enumNames = b.t.charLists.back().data();
-                b.t.charLists.push_back({b.mstr("FG_OFF"), b.mstr("FG_ON")});
-                r->u.eReg.enumDefName = b.t.charLists.back().data();
-                b.t.intLists.push_back({0, 1});
-                r->u.eReg.enumValues = b.t.intLists.back().data();
-                r->u.eReg.nrOfElements = 2;
-                r->u.eReg.absValue = static_cast<int>(p.u);
-                r->u.eReg.indexValue = p.u <= 1 ? static_cast<int>(p.u) : -1;
-            } else {
-                r->u.uiReg.from = 0;
-                r->u.uiReg.to = UINT32_MAX;
-                r->u.uiReg.steps = 1;
-                r->u.uiReg.value = static_cast<unsigned int>(p.u);
-            }
-            break;
-        case HAP_KIND_U64:
-            r->u.iReg64.from = 0;
-            r->u.iReg64.to = UINT64_MAX;
-            r->u.iReg64.steps = 1;
-            r->u.iReg64.value = p.u;
-            break;
-        case HAP_KIND_DOUBLE:
-            r->u.dReg.from = -DBL_MAX;
-            r->u.dReg.to = DBL_MAX;
-            r->u.dReg.steps = 0.0;
-            r->u.dReg.value = p.d;
-            break;
-        case HAP_KIND_TEXT:
-            r->u.sReg.string = b.mstr(p.text);
-            r->u.sReg.FileExtension = b.mstr("");
-            r->u.sReg.strLen = static_cast<int>(p.text.size());
-            break;
-        case HAP_KIND_UFIELD:
-            r->u.uifReg.from = 0;
-            r->u.uifReg.to = UINT32_MAX;
-            r->u.uifReg.nrOfElements = static_cast<int>(p.count);
-            r->u.uifReg.index = 0;
-            r->u.uifReg.value = p.uf.empty() ? 0 : static_cast<unsigned int>(p.uf[0]);
-            break;
-        default:
-            r->u.dfReg.from = -DBL_MAX;
-            r->u.dfReg.to = DBL_MAX;
-            r->u.dfReg.nrOfElements = static_cast<int>(p.count);
-            r->u.dfReg.index = 0;
-            r->u.dfReg.value = p.df.empty() ? 0.0 : p.df[0];
-            break;
+    case HAP_KIND_U32:
+        if (r->format == REG_FORMAT_ENUM) {
+            b.t.charLists.push_back({b.mstr("Off"), b.mstr("On")});
+            r->u.eReg.enumNames = b.t.charLists.back().data();
+            b.t.charLists.push_back({b.mstr("FG_OFF"), b.mstr("FG_ON")});
+            r->u.eReg.enumDefName = b.t.charLists.back().data();
+            b.t.intLists.push_back({0, 1});
+            r->u.eReg.enumValues = b.t.intLists.back().data();
+            r->u.eReg.nrOfElements = 2;
+            r->u.eReg.absValue = static_cast<int>(p.u);
+            r->u.eReg.indexValue = p.u <= 1 ? static_cast<int>(p.u) : -1;
+        } else {
+            r->u.uiReg.from = 0;
+            r->u.uiReg.to = UINT32_MAX;
+            r->u.uiReg.steps = 1;
+            r->u.uiReg.value = static_cast<unsigned int>(p.u);
+        }
+        break;
+    case HAP_KIND_U64:
+        r->u.iReg64.from = 0;
+        r->u.iReg64.to = UINT64_MAX;
+        r->u.iReg64.steps = 1;
+        r->u.iReg64.value = p.u;
+        break;
+    case HAP_KIND_DOUBLE:
+        r->u.dReg.from = -DBL_MAX;
+        r->u.dReg.to = DBL_MAX;
+        r->u.dReg.steps = 0.0;
+        r->u.dReg.value = p.d;
+        break;
+    case HAP_KIND_TEXT:
+        r->u.sReg.string = b.mstr(p.text);
+        r->u.sReg.FileExtension = b.mstr("");
+        r->u.sReg.strLen = static_cast<int>(p.text.size());
+        break;
+    case HAP_KIND_UFIELD:
+        r->u.uifReg.from = 0;
+        r->u.uifReg.to = UINT32_MAX;
+        r->u.uifReg.nrOfElements = static_cast<int>(p.count);
+        r->u.uifReg.index = 0;
+        r->u.uifReg.value = p.uf.empty() ? 0 : static_cast<unsigned int>(p.uf[0]);
+        break;
+    default:
+        r->u.dfReg.from = -DBL_MAX;
+        r->u.dfReg.to = DBL_MAX;
+        r->u.dfReg.nrOfElements = static_cast<int>(p.count);
+        r->u.dfReg.index = 0;
+        r->u.dfReg.value = p.df.empty() ? 0.0 : p.df[0];
+        break;
     }
 }
 
 REG_FORMAT formatOf(const Param& p) {
     switch (p.kind) {
-        case HAP_KIND_U32:
-            return p.name.find("Enable") != std::string::npos ? REG_FORMAT_ENUM : REG_FORMAT_UINT;
-        case HAP_KIND_U64:
-            return REG_FORMAT_UINT64;
-        case HAP_KIND_DOUBLE:
-            return REG_FORMAT_DOUBLE;
-        case HAP_KIND_TEXT:
-            return REG_FORMAT_STRING;
-        case HAP_KIND_UFIELD:
-            return REG_FORMAT_UINTFIELD;
-        default:
-            return REG_FORMAT_DOUBLEFIELD;
+    case HAP_KIND_U32: return p.name.find("Enable") != std::string::npos ? REG_FORMAT_ENUM : REG_FORMAT_UINT;
+    case HAP_KIND_U64: return REG_FORMAT_UINT64;
+    case HAP_KIND_DOUBLE: return REG_FORMAT_DOUBLE;
+    case HAP_KIND_TEXT: return REG_FORMAT_STRING;
+    case HAP_KIND_UFIELD: return REG_FORMAT_UINTFIELD;
+    default: return REG_FORMAT_DOUBLEFIELD;
     }
 }
 

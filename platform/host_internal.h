@@ -196,15 +196,9 @@ struct AppBoard {
 
 // ---- handles ---------------------------------------------------------------
 
-inline uint32_t kindOf(Fg_Struct* fg) {
-    return fg == nullptr ? 0u : reinterpret_cast<HandleHeader*>(fg)->kind;
-}
-inline HostBoard* asHost(Fg_Struct* fg) {
-    return kindOf(fg) == kHostKind ? reinterpret_cast<HostBoard*>(fg) : nullptr;
-}
-inline AppBoard* asApp(Fg_Struct* fg) {
-    return kindOf(fg) == kAppKind ? reinterpret_cast<AppBoard*>(fg) : nullptr;
-}
+inline uint32_t kindOf(Fg_Struct* fg) { return fg == nullptr ? 0u : reinterpret_cast<HandleHeader*>(fg)->kind; }
+inline HostBoard* asHost(Fg_Struct* fg) { return kindOf(fg) == kHostKind ? reinterpret_cast<HostBoard*>(fg) : nullptr; }
+inline AppBoard* asApp(Fg_Struct* fg) { return kindOf(fg) == kAppKind ? reinterpret_cast<AppBoard*>(fg) : nullptr; }
 
 // The last error of a failed initialisation in this process.
 extern std::atomic<int> g_initError;

@@ -42,15 +42,13 @@ inline Num numD(double v) {
 
 inline bool isNumericType(FgParamTypes t) {
     switch (t) {
-        case FG_PARAM_TYPE_INT32_T:
-        case FG_PARAM_TYPE_UINT32_T:
-        case FG_PARAM_TYPE_INT64_T:
-        case FG_PARAM_TYPE_UINT64_T:
-        case FG_PARAM_TYPE_DOUBLE:
-        case FG_PARAM_TYPE_SIZE_T:
-            return true;
-        default:
-            return false;
+    case FG_PARAM_TYPE_INT32_T:
+    case FG_PARAM_TYPE_UINT32_T:
+    case FG_PARAM_TYPE_INT64_T:
+    case FG_PARAM_TYPE_UINT64_T:
+    case FG_PARAM_TYPE_DOUBLE:
+    case FG_PARAM_TYPE_SIZE_T: return true;
+    default: return false;
     }
 }
 
@@ -65,72 +63,61 @@ inline T loadAs(const void* v) {
 // Reads a number of type t at v (t must be numeric).
 inline Num loadNum(FgParamTypes t, const void* v) {
     switch (t) {
-        case FG_PARAM_TYPE_INT32_T:
-            return numI(loadAs<int32_t>(v));
-        case FG_PARAM_TYPE_UINT32_T:
-            return numU(loadAs<uint32_t>(v));
-        case FG_PARAM_TYPE_INT64_T:
-            return numI(loadAs<int64_t>(v));
-        case FG_PARAM_TYPE_UINT64_T:
-            return numU(loadAs<uint64_t>(v));
-        case FG_PARAM_TYPE_SIZE_T:
-            return numU(loadAs<size_t>(v));
-        default:
-            return numD(loadAs<double>(v));
+    case FG_PARAM_TYPE_INT32_T: return numI(loadAs<int32_t>(v));
+    case FG_PARAM_TYPE_UINT32_T: return numU(loadAs<uint32_t>(v));
+    case FG_PARAM_TYPE_INT64_T: return numI(loadAs<int64_t>(v));
+    case FG_PARAM_TYPE_UINT64_T: return numU(loadAs<uint64_t>(v));
+    case FG_PARAM_TYPE_SIZE_T: return numU(loadAs<size_t>(v));
+    default: return numD(loadAs<double>(v));
     }
 }
 
 // Unsigned value in [0, max]; doubles are rounded to the nearest integer.
 inline bool toUnsigned(const Num& n, uint64_t max, uint64_t& out) {
     switch (n.k) {
-        case Num::U:
-            if (n.u > max) return false;
-            out = n.u;
-            return true;
-        case Num::I:
-            if (n.i < 0 || static_cast<uint64_t>(n.i) > max) return false;
-            out = static_cast<uint64_t>(n.i);
-            return true;
-        default: {
-            double r = std::floor(n.d + 0.5);
-            if (!(r >= 0.0)) return false;
-            if (max == UINT64_MAX ? !(r < 18446744073709551616.0) : !(r <= static_cast<double>(max)))
-                return false;
-            out = static_cast<uint64_t>(r);
-            return true;
-        }
+    case Num::U:
+        if (n.u > max) return false;
+        out = n.u;
+        return true;
+    case Num::I:
+        if (n.i < 0 || static_cast<uint64_t>(n.i) > max) return false;
+        out = static_cast<uint64_t>(n.i);
+        return true;
+    default: {
+        double r = std::floor(n.d + 0.5);
+        if (!(r >= 0.0)) return false;
+        if (max == UINT64_MAX ? !(r < 18446744073709551616.0) : !(r <= static_cast<double>(max))) return false;
+        out = static_cast<uint64_t>(r);
+        return true;
+    }
     }
 }
 
 inline bool toSigned(const Num& n, int64_t min, int64_t max, int64_t& out) {
     switch (n.k) {
-        case Num::U:
-            if (n.u > static_cast<uint64_t>(max)) return false;
-            out = static_cast<int64_t>(n.u);
-            return true;
-        case Num::I:
-            if (n.i < min || n.i > max) return false;
-            out = n.i;
-            return true;
-        default: {
-            double r = std::floor(n.d + 0.5);
-            if (!(r >= static_cast<double>(min))) return false;
-            if (max == INT64_MAX ? !(r < 9223372036854775808.0) : !(r <= static_cast<double>(max)))
-                return false;
-            out = static_cast<int64_t>(r);
-            return true;
-        }
+    case Num::U:
+        if (n.u > static_cast<uint64_t>(max)) return false;
+        out = static_cast<int64_t>(n.u);
+        return true;
+    case Num::I:
+        if (n.i < min || n.i > max) return false;
+        out = n.i;
+        return true;
+    default: {
+        double r = std::floor(n.d + 0.5);
+        if (!(r >= static_cast<double>(min))) return false;
+        if (max == INT64_MAX ? !(r < 9223372036854775808.0) : !(r <= static_cast<double>(max))) return false;
+        out = static_cast<int64_t>(r);
+        return true;
+    }
     }
 }
 
 inline double toDouble(const Num& n) {
     switch (n.k) {
-        case Num::U:
-            return static_cast<double>(n.u);
-        case Num::I:
-            return static_cast<double>(n.i);
-        default:
-            return n.d;
+    case Num::U: return static_cast<double>(n.u);
+    case Num::I: return static_cast<double>(n.i);
+    default: return n.d;
     }
 }
 
@@ -147,20 +134,17 @@ inline int storeNum(FgParamTypes t, void* out, const Num& n) {
     int64_t i;
     uint64_t u;
     switch (t) {
-        case FG_PARAM_TYPE_INT32_T:
-            return toSigned(n, INT32_MIN, INT32_MAX, i) ? storeAs<int32_t>(out, i) : FG_ERR_VALUE_OUT_OF_RANGE;
-        case FG_PARAM_TYPE_UINT32_T:
-            return toUnsigned(n, UINT32_MAX, u) ? storeAs<uint32_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
-        case FG_PARAM_TYPE_INT64_T:
-            return toSigned(n, INT64_MIN, INT64_MAX, i) ? storeAs<int64_t>(out, i) : FG_ERR_VALUE_OUT_OF_RANGE;
-        case FG_PARAM_TYPE_UINT64_T:
-            return toUnsigned(n, UINT64_MAX, u) ? storeAs<uint64_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
-        case FG_PARAM_TYPE_SIZE_T:
-            return toUnsigned(n, SIZE_MAX, u) ? storeAs<size_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
-        case FG_PARAM_TYPE_DOUBLE:
-            return storeAs<double>(out, toDouble(n));
-        default:
-            return FG_ERR_INVALID_PARAMETER;
+    case FG_PARAM_TYPE_INT32_T:
+        return toSigned(n, INT32_MIN, INT32_MAX, i) ? storeAs<int32_t>(out, i) : FG_ERR_VALUE_OUT_OF_RANGE;
+    case FG_PARAM_TYPE_UINT32_T:
+        return toUnsigned(n, UINT32_MAX, u) ? storeAs<uint32_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
+    case FG_PARAM_TYPE_INT64_T:
+        return toSigned(n, INT64_MIN, INT64_MAX, i) ? storeAs<int64_t>(out, i) : FG_ERR_VALUE_OUT_OF_RANGE;
+    case FG_PARAM_TYPE_UINT64_T:
+        return toUnsigned(n, UINT64_MAX, u) ? storeAs<uint64_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
+    case FG_PARAM_TYPE_SIZE_T: return toUnsigned(n, SIZE_MAX, u) ? storeAs<size_t>(out, u) : FG_ERR_VALUE_OUT_OF_RANGE;
+    case FG_PARAM_TYPE_DOUBLE: return storeAs<double>(out, toDouble(n));
+    default: return FG_ERR_INVALID_PARAMETER;
     }
 }
 
@@ -186,28 +170,23 @@ inline ElemType elemTypeOf(const FieldParameterAccess& a) {
     std::memcpy(&vtype, &a.vtype, sizeof vtype);
     ElemType e;
     switch (vtype) {
-        case FG_PARAM_TYPE_INT32_T:
-            e.size = 4;
-            e.isSigned = true;
-            break;
-        case FG_PARAM_TYPE_UINT32_T:
-        case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT:
-            e.size = 4;
-            break;
-        case FG_PARAM_TYPE_INT64_T:
-            e.size = 8;
-            e.isSigned = true;
-            break;
-        case FG_PARAM_TYPE_UINT64_T:
-        case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT64:
-            e.size = 8;
-            break;
-        case FG_PARAM_TYPE_DOUBLE:
-            e.size = 8;
-            e.isDouble = true;
-            break;
-        default:
-            break;
+    case FG_PARAM_TYPE_INT32_T:
+        e.size = 4;
+        e.isSigned = true;
+        break;
+    case FG_PARAM_TYPE_UINT32_T:
+    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT: e.size = 4; break;
+    case FG_PARAM_TYPE_INT64_T:
+        e.size = 8;
+        e.isSigned = true;
+        break;
+    case FG_PARAM_TYPE_UINT64_T:
+    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT64: e.size = 8; break;
+    case FG_PARAM_TYPE_DOUBLE:
+        e.size = 8;
+        e.isDouble = true;
+        break;
+    default: break;
     }
     return e;
 }
@@ -252,9 +231,7 @@ inline bool fieldRange(uint32_t size, unsigned int index, unsigned int count) {
     return index <= size && count <= size - index && (count == 0 || index < size);
 }
 
-inline Num elemNum(const Param& p, size_t k) {
-    return p.kind == HAP_KIND_UFIELD ? numU(p.uf[k]) : numD(p.df[k]);
-}
+inline Num elemNum(const Param& p, size_t k) { return p.kind == HAP_KIND_UFIELD ? numU(p.uf[k]) : numD(p.df[k]); }
 
 }  // namespace simhost
 

@@ -40,37 +40,30 @@ inline Param* paramByName(Device* d, const char* name) {
 
 inline FgParamTypes nativeType(const Param& p) {
     switch (p.kind) {
-        case HAP_KIND_U32:
-            return FG_PARAM_TYPE_UINT32_T;
-        case HAP_KIND_U64:
-            return FG_PARAM_TYPE_UINT64_T;
-        case HAP_KIND_DOUBLE:
-            return FG_PARAM_TYPE_DOUBLE;
-        case HAP_KIND_TEXT:
-            return FG_PARAM_TYPE_CHAR_PTR;
-        default:
-            return FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS;
+    case HAP_KIND_U32: return FG_PARAM_TYPE_UINT32_T;
+    case HAP_KIND_U64: return FG_PARAM_TYPE_UINT64_T;
+    case HAP_KIND_DOUBLE: return FG_PARAM_TYPE_DOUBLE;
+    case HAP_KIND_TEXT: return FG_PARAM_TYPE_CHAR_PTR;
+    default: return FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS;
     }
 }
 
 // Converts and stores a single number into a scalar parameter.
 inline int storeScalar(Param& p, const Num& n) {
     switch (p.kind) {
-        case HAP_KIND_U32: {
-            uint64_t v;
-            if (!toUnsigned(n, UINT32_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
-            p.u = v;
-            return FG_OK;
-        }
-        case HAP_KIND_U64: {
-            uint64_t v;
-            if (!toUnsigned(n, UINT64_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
-            p.u = v;
-            return FG_OK;
-        }
-        default:
-            p.d = toDouble(n);
-            return FG_OK;
+    case HAP_KIND_U32: {
+        uint64_t v;
+        if (!toUnsigned(n, UINT32_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
+        p.u = v;
+        return FG_OK;
+    }
+    case HAP_KIND_U64: {
+        uint64_t v;
+        if (!toUnsigned(n, UINT64_MAX, v)) return FG_ERR_VALUE_OUT_OF_RANGE;
+        p.u = v;
+        return FG_OK;
+    }
+    default: p.d = toDouble(n); return FG_OK;
     }
 }
 

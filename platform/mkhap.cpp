@@ -60,23 +60,16 @@ const Initial kInitials[] = {
 };
 
 const char* const kEvents[] = {
-    "event 0 1 Device1_Process0_Overflow_Overflow",
-    "event 1 1 Device1_Process1_Overflow_Overflow",
-    "event 2 0 Device1_Process0_Trigger_ImageTriggerLost",
-    "event 3 0 Device1_Process1_Trigger_ImageTriggerLost",
-    "event 4 1 Device1_Process0_Camera_LinkLost",
-    "event 5 1 Device1_Process1_Camera_LinkLost",
+    "event 0 1 Device1_Process0_Overflow_Overflow",        "event 1 1 Device1_Process1_Overflow_Overflow",
+    "event 2 0 Device1_Process0_Trigger_ImageTriggerLost", "event 3 0 Device1_Process1_Trigger_ImageTriggerLost",
+    "event 4 1 Device1_Process0_Camera_LinkLost",          "event 5 1 Device1_Process1_Camera_LinkLost",
     "event 6 0 Device1_Process2_Trigger_InputChanged",
 };
 
 // Positions 1..6; the numbers differ from the positions on purpose.
 const char* const kRegisters[] = {
-    "register 1 BoardIdentification 32 0",
-    "register 2 LedControl 8 2",
-    "register 4 TriggerDelayTicks 16 2",
-    "register 7 SoftwareTriggerPulse 32 1",
-    "register 9 EncoderPosition 40 2",
-    "register 12 TimestampCounter 64 0",
+    "register 1 BoardIdentification 32 0",  "register 2 LedControl 8 2",       "register 4 TriggerDelayTicks 16 2",
+    "register 7 SoftwareTriggerPulse 32 1", "register 9 EncoderPosition 40 2", "register 12 TimestampCounter 64 0",
 };
 
 std::string manifest() {

@@ -21,20 +21,20 @@ extern "C" {
 #define SIM_DEVICE_MAGIC 0x51444556u /* "QDEV" */
 
 typedef struct SimRegister {
-    int number;      /* register number of the design */
-    int bits;        /* width */
-    int direction;   /* 0 read-only, 1 write, 2 read-write (not enforced) */
-    uint64_t value;  /* current value, stored as written (no masking) */
+    int number;     /* register number of the design */
+    int bits;       /* width */
+    int direction;  /* 0 read-only, 1 write, 2 read-write (not enforced) */
+    uint64_t value; /* current value, stored as written (no masking) */
 } SimRegister;
 
 struct QORdevice {
-    uint32_t magic;           /* SIM_DEVICE_MAGIC while the device lives */
+    uint32_t magic; /* SIM_DEVICE_MAGIC while the device lives */
     unsigned int boardIndex;
-    pthread_mutex_t regLock;  /* guards every register field below */
-    SimRegister* regs;        /* owned by the host runtime (malloc) */
+    pthread_mutex_t regLock; /* guards every register field below */
+    SimRegister* regs;       /* owned by the host runtime (malloc) */
     int nrOfRegs;
-    int regFailCode;          /* non-zero: register reads and writes fail with it */
-    void* host;               /* the host runtime's private device state */
+    int regFailCode; /* non-zero: register reads and writes fail with it */
+    void* host;      /* the host runtime's private device state */
 };
 
 #ifdef __cplusplus

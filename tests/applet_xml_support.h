@@ -32,16 +32,14 @@ struct CategoryFeatures {
 // parameters appear in the document in the same order, category after
 // category: top-level groups newest first, nested groups before the
 // parameters of their parent group.
-inline const std::vector<CategoryFeatures>& catalogueCategories()
-{
+inline const std::vector<CategoryFeatures>& catalogueCategories() {
     static const std::vector<CategoryFeatures> categories = {
         {"Miscellaneous",
          {"FG_TIMEOUT", "FG_APPLET_VERSION", "FG_APPLET_REVISION", "FG_APPLET_ID", "FG_APPLET_BUILD_TIME",
-          "FG_HAP_FILE", "FG_DMASTATUS", "FG_CAMSTATUS", "FG_CAMSTATUS_EXTENDED",
-          "FG_SYSTEMMONITOR_FPGA_TEMPERATURE", "FG_SYSTEMMONITOR_FPGA_VCC_INT", "FG_SYSTEMMONITOR_FPGA_VCC_AUX",
-          "FG_SYSTEMMONITOR_BOARD_POWER", "FG_SYSTEMMONITOR_CXP_CHIP_TEMPERATURE",
-          "FG_SYSTEMMONITOR_RAM_CHIP_TEMPERATURE", "FG_SYSTEMMONITOR_CXP_POWER_REGULATOR_TEMPERATURE",
-          "FG_SYSTEMMONITOR_POWER_REGULATOR_TEMPERATURE"}},
+          "FG_HAP_FILE", "FG_DMASTATUS", "FG_CAMSTATUS", "FG_CAMSTATUS_EXTENDED", "FG_SYSTEMMONITOR_FPGA_TEMPERATURE",
+          "FG_SYSTEMMONITOR_FPGA_VCC_INT", "FG_SYSTEMMONITOR_FPGA_VCC_AUX", "FG_SYSTEMMONITOR_BOARD_POWER",
+          "FG_SYSTEMMONITOR_CXP_CHIP_TEMPERATURE", "FG_SYSTEMMONITOR_RAM_CHIP_TEMPERATURE",
+          "FG_SYSTEMMONITOR_CXP_POWER_REGULATOR_TEMPERATURE", "FG_SYSTEMMONITOR_POWER_REGULATOR_TEMPERATURE"}},
         {"CameraSimulator",
          {"FG_CAMERASIMULATOR_ENABLE", "FG_CAMERASIMULATOR_WIDTH", "FG_CAMERASIMULATOR_LINE_GAP",
           "FG_CAMERASIMULATOR_HEIGHT", "FG_CAMERASIMULATOR_FRAME_GAP", "FG_CAMERASIMULATOR_PATTERN",
@@ -61,8 +59,7 @@ inline const std::vector<CategoryFeatures>& catalogueCategories()
          {"FG_IMGTRIGGERINSRC", "FG_IMGTRIGGERINPOLARITY", "FG_IMGTRIGGERGATEDELAY", "FG_IMGTRIGGERDEBOUNCING",
           "FG_STROBEPULSEDELAY"}},
         {"ImageTriggerFlash",
-         {"FG_IMGTRIGGERMODE", "FG_IMGTRIGGERON", "FG_FLASHON", "FG_IMGTRIGGER_ASYNC_HEIGHT",
-          "FG_IMGTRIGGER_IS_BUSY"}},
+         {"FG_IMGTRIGGERMODE", "FG_IMGTRIGGERON", "FG_FLASHON", "FG_IMGTRIGGER_ASYNC_HEIGHT", "FG_IMGTRIGGER_IS_BUSY"}},
         {"Downscale", {"FG_LINE_DOWNSCALE", "FG_LINE_DOWNSCALEINIT"}},
         {"LineTriggerInput", {"FG_LINETRIGGERINSRC", "FG_LINETRIGGERINPOLARITY", "FG_LINETRIGGERDEBOUNCING"}},
         {"ShaftEncoderABFilter",
@@ -78,8 +75,7 @@ inline const std::vector<CategoryFeatures>& catalogueCategories()
 }
 
 // Every described parameter in document order.
-inline std::vector<std::string> catalogueFeatures()
-{
+inline std::vector<std::string> catalogueFeatures() {
     std::vector<std::string> out;
     for (const CategoryFeatures& c : catalogueCategories())
         for (const char* f : c.features) out.push_back(f);
@@ -87,8 +83,7 @@ inline std::vector<std::string> catalogueFeatures()
 }
 
 // Catalogue parameters of kinds the description has no node for.
-inline std::vector<std::string> undescribedParameters()
-{
+inline std::vector<std::string> undescribedParameters() {
     return {"FG_LUT_VALUE", "FG_SYSTEMMONITOR_FPGA_DNA", "FG_SYSTEMMONITOR_CHANNEL_CURRENT",
             "FG_SYSTEMMONITOR_CHANNEL_VOLTAGE"};
 }
@@ -97,8 +92,7 @@ inline std::vector<std::string> undescribedParameters()
 
 // The document of a port through the export: a size query, then the copy.
 // Empty when either step fails (the answers are kept in *rc).
-inline std::string documentOf(Fg_Struct* fg, int port, int* rc = nullptr)
-{
+inline std::string documentOf(Fg_Struct* fg, int port, int* rc = nullptr) {
     int dummy = 0;
     int& answer = rc ? *rc : dummy;
     size_t size = 0;
@@ -117,14 +111,12 @@ struct DescribedRecord {
     std::string group;
 };
 
-inline bool hasNodeTemplate(REG_FORMAT f)
-{
+inline bool hasNodeTemplate(REG_FORMAT f) {
     return f == REG_FORMAT_UINT || f == REG_FORMAT_INT || f == REG_FORMAT_DOUBLE || f == REG_FORMAT_ENUM ||
            f == REG_FORMAT_STRING;
 }
 
-inline void collectParameters(const RegisterInfo* group, std::vector<DescribedRecord>& out, bool describedOnly)
-{
+inline void collectParameters(const RegisterInfo* group, std::vector<DescribedRecord>& out, bool describedOnly) {
     if (!group || group->format != REG_FORMAT_GROUP || !group->u.gReg.elements) return;
     const std::string name = group->name ? group->name : "";
     for (int i = 0; i < group->u.gReg.nrOfElements; ++i) {
@@ -142,22 +134,20 @@ inline void collectParameters(const RegisterInfo* group, std::vector<DescribedRe
 // The parameter records of a port as the host sees them (Fg_getParameterInfo),
 // top-level groups in list order, children in index order; with
 // `describedOnly` only those that the description has a node for.
-inline std::vector<DescribedRecord> portParameters(Fg_Struct* fg, int port, bool describedOnly = true)
-{
+inline std::vector<DescribedRecord> portParameters(Fg_Struct* fg, int port, bool describedOnly = true) {
     std::vector<DescribedRecord> out;
-    for (const RegisterInfo* g = Fg_getParameterInfo(fg, port); g; g = g->next) collectParameters(g, out, describedOnly);
+    for (const RegisterInfo* g = Fg_getParameterInfo(fg, port); g; g = g->next)
+        collectParameters(g, out, describedOnly);
     return out;
 }
 
-inline const char* accessModeOf(int accessFlags)
-{
+inline const char* accessModeOf(int accessFlags) {
     const bool r = (accessFlags & 1) != 0, w = (accessFlags & 2) != 0;
     return r && w ? "RW" : r ? "RO" : w ? "WO" : "";
 }
 
 // A double as the document states it: at most 12 significant digits.
-inline double asWritten(double v)
-{
+inline double asWritten(double v) {
     char text[64];
     std::snprintf(text, sizeof text, "%.12g", v);
     return std::strtod(text, nullptr);
@@ -165,8 +155,7 @@ inline double asWritten(double v)
 
 // The enumeration entries of a record as the document lists them: entries
 // with an SDK constant name, by ascending value (the last of equal values).
-inline std::vector<std::pair<long long, std::string>> describedEntries(const RegisterInfo& r)
-{
+inline std::vector<std::pair<long long, std::string>> describedEntries(const RegisterInfo& r) {
     std::vector<std::pair<long long, std::string>> out;
     if (r.format != REG_FORMAT_ENUM || !r.u.eReg.enumValues || !r.u.eReg.enumDefName) return out;
     for (int i = 0; i < r.u.eReg.nrOfElements; ++i) {
@@ -271,12 +260,18 @@ private:
             const std::string::size_type semi = raw.find(';', i);
             if (semi == std::string::npos) return fail("unterminated entity");
             const std::string ent = raw.substr(i + 1, semi - i - 1);
-            if (ent == "lt") out += '<';
-            else if (ent == "gt") out += '>';
-            else if (ent == "amp") out += '&';
-            else if (ent == "quot") out += '"';
-            else if (ent == "apos") out += '\'';
-            else return fail("unknown entity &" + ent + ";");
+            if (ent == "lt")
+                out += '<';
+            else if (ent == "gt")
+                out += '>';
+            else if (ent == "amp")
+                out += '&';
+            else if (ent == "quot")
+                out += '"';
+            else if (ent == "apos")
+                out += '\'';
+            else
+                return fail("unknown entity &" + ent + ";");
             i = semi;
         }
         return true;
@@ -332,8 +327,7 @@ private:
             }
             const std::string::size_type end = s_.find('<', pos_);
             std::string text;
-            if (!decode(s_.substr(pos_, end == std::string::npos ? std::string::npos : end - pos_), text))
-                return false;
+            if (!decode(s_.substr(pos_, end == std::string::npos ? std::string::npos : end - pos_), text)) return false;
             e.text += text;
             pos_ = end == std::string::npos ? s_.size() : end;
         }

@@ -43,12 +43,18 @@ public:
     int set(int id, uint32_t v, int port = 0) {
         return Fg_setParameterWithType(fg_, id, &v, port, FG_PARAM_TYPE_UINT32_T);
     }
-    int setD(int id, double v, int port = 0) { return Fg_setParameterWithType(fg_, id, &v, port, FG_PARAM_TYPE_DOUBLE); }
+    int setD(int id, double v, int port = 0) {
+        return Fg_setParameterWithType(fg_, id, &v, port, FG_PARAM_TYPE_DOUBLE);
+    }
     int setText(int id, const char* v, int port = 0) {
         return Fg_setParameterWithType(fg_, id, v, port, FG_PARAM_TYPE_CHAR_PTR);
     }
-    int get(int id, uint32_t* v, int port = 0) { return Fg_getParameterWithType(fg_, id, v, port, FG_PARAM_TYPE_UINT32_T); }
-    int getD(int id, double* v, int port = 0) { return Fg_getParameterWithType(fg_, id, v, port, FG_PARAM_TYPE_DOUBLE); }
+    int get(int id, uint32_t* v, int port = 0) {
+        return Fg_getParameterWithType(fg_, id, v, port, FG_PARAM_TYPE_UINT32_T);
+    }
+    int getD(int id, double* v, int port = 0) {
+        return Fg_getParameterWithType(fg_, id, v, port, FG_PARAM_TYPE_DOUBLE);
+    }
     // Reads that must succeed.
     uint32_t u32(int id, int port = 0) {
         uint32_t v = 0xDEADBEEF;
@@ -130,9 +136,7 @@ inline std::vector<Write> writes(const std::vector<SimLogEntry>& log) {
     for (const SimLogEntry& e : log) out.push_back({e.name ? e.name : "", e.u, e.dma, e.type});
     return out;
 }
-inline Write u32w(const std::string& name, uint64_t v, unsigned dma) {
-    return {name, v, dma, FG_PARAM_TYPE_UINT32_T};
-}
+inline Write u32w(const std::string& name, uint64_t v, unsigned dma) { return {name, v, dma, FG_PARAM_TYPE_UINT32_T}; }
 // "Device1_Process<port>_" + rest
 inline std::string dp(int port, const char* rest) {
     return std::string("Device1_Process") + char('0' + port) + "_" + rest;
@@ -174,7 +178,8 @@ inline void expectRejectedD(Board& b, int id, double v, int port = 0, int code =
     EXPECT_EQ(code, b.lastError()) << "parameter " << id << " = " << v;
     EXPECT_TRUE(b.log().empty()) << "parameter " << id << " = " << v << " wrote to the design";
     EXPECT_EQ(readBefore, b.getD(id, &after, port));
-    EXPECT_TRUE(sameBits(before, after)) << "parameter " << id << " = " << v << " changed " << before << " to " << after;
+    EXPECT_TRUE(sameBits(before, after)) << "parameter " << id << " = " << v << " changed " << before << " to "
+                                         << after;
 }
 
 // A double write that must be accepted: one write of `design` on the port's DMA

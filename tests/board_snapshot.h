@@ -56,8 +56,7 @@ std::string readFieldBytes(Board& b, int id, int port, FgParamTypes vtype, int c
 inline std::string readBack(Board& b, int id, int port) {
     const RegisterInfo* r = b.record(port, id);
     switch (r ? int(r->format) : int(REG_FORMAT_UINT)) {
-    case REG_FORMAT_DOUBLE:
-        return readNumberBytes<double>(b, id, port, FG_PARAM_TYPE_DOUBLE, -1.25);
+    case REG_FORMAT_DOUBLE: return readNumberBytes<double>(b, id, port, FG_PARAM_TYPE_DOUBLE, -1.25);
     case REG_FORMAT_UINT64:
         return readNumberBytes<uint64_t>(b, id, port, FG_PARAM_TYPE_UINT64_T, 0x5A5A5A5A5A5A5A5Aull);
     case REG_FORMAT_STRING: {
@@ -70,8 +69,7 @@ inline std::string readBack(Board& b, int id, int port) {
         return readFieldBytes<uint32_t>(b, id, port, FG_PARAM_TYPE_UINT32_T, r->u.uifReg.nrOfElements, 0xA5A5A5A5u);
     case REG_FORMAT_DOUBLEFIELD:
         return readFieldBytes<double>(b, id, port, FG_PARAM_TYPE_DOUBLE, r->u.dfReg.nrOfElements, -1.5);
-    default:
-        return readNumberBytes<uint32_t>(b, id, port, FG_PARAM_TYPE_UINT32_T, 0xA5A5A5A5u);
+    default: return readNumberBytes<uint32_t>(b, id, port, FG_PARAM_TYPE_UINT32_T, 0xA5A5A5A5u);
     }
 }
 
@@ -134,8 +132,8 @@ inline void recordFields(const RegisterInfo* r, int port, Snapshot& out, const s
         return;
     }
     const std::string key = std::to_string(port) + "/" + (r->parameterName ? r->parameterName : "?");
-    out[key + ".flags"] = std::to_string(r->accessFlags) + "/" + std::to_string(r->rangeFlags) + "/" +
-                          std::to_string(r->visibilityFlags);
+    out[key + ".flags"] =
+        std::to_string(r->accessFlags) + "/" + std::to_string(r->rangeFlags) + "/" + std::to_string(r->visibilityFlags);
     out[key + ".group"] = path;
     out[key + ".value"] = valueText(r);
 }

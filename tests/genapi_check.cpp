@@ -33,47 +33,40 @@ namespace {
 struct Expected {
     std::string kind;  // element name: Integer, IntReg, Float, ...
     std::string name;
-    std::map<std::string, std::string> fields;  // text of the direct child elements
+    std::map<std::string, std::string> fields;                  // text of the direct child elements
     std::vector<std::pair<std::string, std::string> > entries;  // EnumEntry name, Value text
     std::vector<std::string> features;                          // pFeature texts
 };
 
-std::string content(xmlNode* node)
-{
+std::string content(xmlNode* node) {
     xmlChar* text = xmlNodeGetContent(node);
     std::string s = text != NULL ? reinterpret_cast<const char*>(text) : "";
     xmlFree(text);
     return s;
 }
 
-std::string attribute(xmlNode* node, const char* name)
-{
+std::string attribute(xmlNode* node, const char* name) {
     xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
     std::string s = value != NULL ? reinterpret_cast<const char*>(value) : "";
     xmlFree(value);
     return s;
 }
 
-bool isElement(xmlNode* node, const char* name = NULL)
-{
+bool isElement(xmlNode* node, const char* name = NULL) {
     return node->type == XML_ELEMENT_NODE &&
            (name == NULL || std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0);
 }
 
-bool parseInteger(const std::string& text, long long& value)
-{
-    if (text.empty())
-        return false;
+bool parseInteger(const std::string& text, long long& value) {
+    if (text.empty()) return false;
     char* end = NULL;
     errno = 0;
     value = std::strtoll(text.c_str(), &end, 10);
     return errno == 0 && end != NULL && *end == '\0';
 }
 
-bool parseDouble(const std::string& text, double& value)
-{
-    if (text.empty())
-        return false;
+bool parseDouble(const std::string& text, double& value) {
+    if (text.empty()) return false;
     char* end = NULL;
     value = g_ascii_strtod(text.c_str(), &end);
     return end != NULL && *end == '\0';
@@ -83,8 +76,7 @@ class Checker {
 public:
     Checker(const std::string& file, bool quiet) : mFile(file), mQuiet(quiet) {}
 
-    int run()
-    {
+    int run() {
         std::ifstream in(mFile.c_str(), std::ios::binary);
         if (!in) {
             std::fprintf(stderr, "%s: cannot read\n", mFile.c_str());
@@ -96,11 +88,10 @@ public:
             // Say what the node map makes of a document that is not XML: a
             // recovering parser may still build a partial one.
             ArvGc* partial = arv_gc_new(NULL, xml.data(), xml.size());
-            std::fprintf(stderr, "%s: %s\n", mFile.c_str(),
-                         partial != NULL ? "a node map was built anyway (its content is not checked)"
-                                         : "no node map was built");
-            if (partial != NULL)
-                g_object_unref(partial);
+            std::fprintf(
+                stderr, "%s: %s\n", mFile.c_str(),
+                partial != NULL ? "a node map was built anyway (its content is not checked)" : "no node map was built");
+            if (partial != NULL) g_object_unref(partial);
             return 1;
         }
 
@@ -109,8 +100,7 @@ public:
             std::fprintf(stderr, "%s: the GenICam node map could not be built\n", mFile.c_str());
             return 1;
         }
-        for (size_t i = 0; i < mExpected.size(); ++i)
-            check(gc, mExpected[i]);
+        for (size_t i = 0; i < mExpected.size(); ++i) check(gc, mExpected[i]);
         g_object_unref(gc);
 
         std::printf("%s: %zu nodes checked (", mFile.c_str(), mExpected.size());
@@ -125,8 +115,7 @@ public:
     }
 
 private:
-    bool readExpectations(const std::string& xml)
-    {
+    bool readExpectations(const std::string& xml) {
         xmlDoc* doc = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), mFile.c_str(), NULL, XML_PARSE_NONET);
         if (doc == NULL) {
             std::fprintf(stderr, "%s: not well-formed XML\n", mFile.c_str());
@@ -139,20 +128,17 @@ private:
             return false;
         }
         for (xmlNode* node = root->children; node != NULL; node = node->next) {
-            if (!isElement(node))
-                continue;
+            if (!isElement(node)) continue;
             Expected e;
             e.kind = reinterpret_cast<const char*>(node->name);
             e.name = attribute(node, "Name");
             for (xmlNode* child = node->children; child != NULL; child = child->next) {
-                if (!isElement(child))
-                    continue;
+                if (!isElement(child)) continue;
                 const std::string tag = reinterpret_cast<const char*>(child->name);
                 if (tag == "EnumEntry") {
                     std::string value;
                     for (xmlNode* v = child->children; v != NULL; v = v->next)
-                        if (isElement(v, "Value"))
-                            value = content(v);
+                        if (isElement(v, "Value")) value = content(v);
                     e.entries.push_back(std::make_pair(attribute(child, "Name"), value));
                 } else if (tag == "pFeature") {
                     e.features.push_back(content(child));
@@ -166,28 +152,23 @@ private:
         return true;
     }
 
-    void mismatch(const Expected& e, const std::string& what)
-    {
+    void mismatch(const Expected& e, const std::string& what) {
         ++mMismatches;
         std::printf("MISMATCH %s %s: %s\n", e.kind.c_str(), e.name.c_str(), what.c_str());
     }
 
-    bool noError(const Expected& e, const char* what, GError*& error)
-    {
-        if (error == NULL)
-            return true;
+    bool noError(const Expected& e, const char* what, GError*& error) {
+        if (error == NULL) return true;
         mismatch(e, std::string(what) + ": " + error->message);
         g_clear_error(&error);
         return false;
     }
 
     void checkInteger(const Expected& e, ArvGcNode* node, const char* field, gint64 (*get)(ArvGcInteger*, GError**),
-                      const char* fallback)
-    {
+                      const char* fallback) {
         std::map<std::string, std::string>::const_iterator f = e.fields.find(field);
         const std::string text = f != e.fields.end() ? f->second : std::string(fallback ? fallback : "");
-        if (text.empty())
-            return;
+        if (text.empty()) return;
         long long expected = 0;
         if (!parseInteger(text, expected)) {
             mismatch(e, std::string(field) + " is not an integer: '" + text + "'");
@@ -195,8 +176,7 @@ private:
         }
         GError* error = NULL;
         const gint64 got = get(ARV_GC_INTEGER(node), &error);
-        if (!noError(e, field, error))
-            return;
+        if (!noError(e, field, error)) return;
         if (got != expected) {
             std::ostringstream m;
             m << field << " " << got << ", document says " << expected;
@@ -204,11 +184,9 @@ private:
         }
     }
 
-    void checkFloat(const Expected& e, ArvGcNode* node, const char* field, double (*get)(ArvGcFloat*, GError**))
-    {
+    void checkFloat(const Expected& e, ArvGcNode* node, const char* field, double (*get)(ArvGcFloat*, GError**)) {
         std::map<std::string, std::string>::const_iterator f = e.fields.find(field);
-        if (f == e.fields.end())
-            return;
+        if (f == e.fields.end()) return;
         double expected = 0;
         if (!parseDouble(f->second, expected)) {
             mismatch(e, std::string(field) + " is not a number: '" + f->second + "'");
@@ -216,8 +194,7 @@ private:
         }
         GError* error = NULL;
         const double got = get(ARV_GC_FLOAT(node), &error);
-        if (!noError(e, field, error))
-            return;
+        if (!noError(e, field, error)) return;
         if (got != expected) {
             std::ostringstream m;
             m.precision(17);
@@ -226,8 +203,7 @@ private:
         }
     }
 
-    void checkRegister(const Expected& e, ArvGcNode* node)
-    {
+    void checkRegister(const Expected& e, ArvGcNode* node) {
         if (!ARV_IS_GC_REGISTER(node)) {
             mismatch(e, "not seen as a register");
             return;
@@ -236,8 +212,7 @@ private:
             {"Address", arv_gc_register_get_address}, {"Length", arv_gc_register_get_length}};
         for (const auto& n : numbers) {
             std::map<std::string, std::string>::const_iterator f = e.fields.find(n.first);
-            if (f == e.fields.end())
-                continue;
+            if (f == e.fields.end()) continue;
             GError* error = NULL;
             long long expected = 0;
             const guint64 got = n.second(ARV_GC_REGISTER(node), &error);
@@ -252,13 +227,11 @@ private:
                                : got == ARV_GC_ACCESS_MODE_WO ? "WO"
                                : got == ARV_GC_ACCESS_MODE_RW ? "RW"
                                                               : "undefined";
-            if (f->second != name)
-                mismatch(e, std::string("AccessMode ") + name + ", document says " + f->second);
+            if (f->second != name) mismatch(e, std::string("AccessMode ") + name + ", document says " + f->second);
         }
     }
 
-    void check(ArvGc* gc, const Expected& e)
-    {
+    void check(ArvGc* gc, const Expected& e) {
         ++mCounts[e.kind];
         if (e.name.empty()) {
             mismatch(e, "node without a name");
@@ -273,8 +246,8 @@ private:
         if (d != e.fields.end() && ARV_IS_GC_FEATURE_NODE(node)) {
             const char* got = arv_gc_feature_node_get_description(ARV_GC_FEATURE_NODE(node));
             if (got == NULL || d->second != got)
-                mismatch(e, std::string("Description '") + (got ? got : "(none)") + "', document says '" +
-                                d->second + "'");
+                mismatch(
+                    e, std::string("Description '") + (got ? got : "(none)") + "', document says '" + d->second + "'");
         }
 
         if (e.kind == "Integer") {
@@ -300,12 +273,10 @@ private:
             std::vector<std::pair<std::string, long long> > got;
             for (const GSList* it = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); it != NULL;
                  it = it->next) {
-                if (!ARV_IS_GC_ENUM_ENTRY(it->data))
-                    continue;
+                if (!ARV_IS_GC_ENUM_ENTRY(it->data)) continue;
                 GError* error = NULL;
                 const gint64 value = arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(it->data), &error);
-                if (!noError(e, "entry value", error))
-                    continue;
+                if (!noError(e, "entry value", error)) continue;
                 const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(it->data));
                 got.push_back(std::make_pair(std::string(name ? name : ""), static_cast<long long>(value)));
             }
@@ -315,8 +286,7 @@ private:
             for (size_t i = 0; i < e.entries.size(); ++i) {
                 long long value = 0;
                 if (!parseInteger(e.entries[i].second, value))
-                    mismatch(e, "entry " + e.entries[i].first + " has no integer value: '" + e.entries[i].second +
-                                    "'");
+                    mismatch(e, "entry " + e.entries[i].first + " has no integer value: '" + e.entries[i].second + "'");
                 expected.push_back(std::make_pair(e.entries[i].first, value));
             }
             std::sort(expected.begin(), expected.end());
@@ -357,11 +327,9 @@ private:
                     mismatch(e, "feature " + e.features[i] + " names no node");
             mFeatureCount += static_cast<int>(e.features.size());
         } else if (e.kind == "Port") {
-            if (!ARV_IS_GC_PORT(node))
-                mismatch(e, "not seen as a port");
+            if (!ARV_IS_GC_PORT(node)) mismatch(e, "not seen as a port");
         }
-        if (!mQuiet)
-            std::printf("ok %s %s\n", e.kind.c_str(), e.name.c_str());
+        if (!mQuiet) std::printf("ok %s %s\n", e.kind.c_str(), e.name.c_str());
     }
 
     std::string mFile;
@@ -375,8 +343,7 @@ private:
 
 }  // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     bool quiet = false;
     std::vector<std::string> files;
     for (int i = 1; i < argc; ++i) {
@@ -391,7 +358,6 @@ int main(int argc, char** argv)
     }
     int failed = 0;
     for (size_t i = 0; i < files.size(); ++i)
-        if (Checker(files[i], quiet).run() != 0)
-            ++failed;
+        if (Checker(files[i], quiet).run() != 0) ++failed;
     return failed == 0 ? 0 : 1;
 }

@@ -7,8 +7,8 @@
 #include "fg_types.h"
 
 // Std_entry flags understood by the stand-in.
-#define FAKE_APPLET_FAIL 0x100   /* Std_entry returns NULL with status -1234 */
-#define FAKE_APPLET_THROW 0x200  /* Std_entry throws an int */
+#define FAKE_APPLET_FAIL 0x100  /* Std_entry returns NULL with status -1234 */
+#define FAKE_APPLET_THROW 0x200 /* Std_entry throws an int */
 
 typedef struct FakeAppletRecord {
     int stdEntryCalls;
@@ -20,7 +20,7 @@ typedef struct FakeAppletRecord {
     int lastId;
     unsigned int lastDma;
     int lastType;
-    Fg_Struct* lastFg;  /* the handle the runtime passed to the last routed call */
+    Fg_Struct* lastFg; /* the handle the runtime passed to the last routed call */
     int acquireCalls;
 } FakeAppletRecord;
 

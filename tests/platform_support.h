@@ -44,9 +44,7 @@ inline bool writeFile(const std::string& path, const std::string& data) {
 inline fpga_design* loadText(const std::string& text) {
     return HapLoadDesignFromBuffer(text.data(), static_cast<uint32_t>(text.size()), 1);
 }
-inline fpga_design* loadImage() {
-    return HapLoadHapFileWithType(designImagePath().c_str(), HAP_FILE_TYPE_DEFAULT, 1);
-}
+inline fpga_design* loadImage() { return HapLoadHapFileWithType(designImagePath().c_str(), HAP_FILE_TYPE_DEFAULT, 1); }
 
 struct DesignDeleter {
     void operator()(fpga_design* d) const { HapUnloadHapFile(d); }
@@ -130,11 +128,11 @@ inline std::string describe(const SimLogEntry& e) {
     std::ostringstream o;
     o << (e.name ? e.name : "?") << " dma" << e.dma << " ";
     switch (e.type) {
-        case FG_PARAM_TYPE_DOUBLE: o << "DOUBLE " << e.d; break;
-        case FG_PARAM_TYPE_CHAR_PTR: o << "TEXT '" << (e.text ? e.text : "?") << "'"; break;
-        case FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS: o << "ACCESS"; break;
-        case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT: o << "ELEMENT " << e.u; break;
-        default: o << "type" << e.type << " " << e.u;
+    case FG_PARAM_TYPE_DOUBLE: o << "DOUBLE " << e.d; break;
+    case FG_PARAM_TYPE_CHAR_PTR: o << "TEXT '" << (e.text ? e.text : "?") << "'"; break;
+    case FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS: o << "ACCESS"; break;
+    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT: o << "ELEMENT " << e.u; break;
+    default: o << "type" << e.type << " " << e.u;
     }
     if (e.fieldCount > 0 && e.fieldValues != nullptr) {
         o << " [" << e.fieldIndex << ":";

@@ -15,17 +15,14 @@ inline std::string textOf(const char* t) { return t != NULL ? "'" + std::string(
 // The kind of a record and its value description: bounds and step, the size and
 // first element of a field, the entries of an enumeration, a string with its
 // file filter.
-inline std::string valueText(const RegisterInfo* r)
-{
+inline std::string valueText(const RegisterInfo* r) {
     std::ostringstream o;
     o.precision(17);
     switch (r->format) {
     case REG_FORMAT_UINT:
         o << "UINT " << r->u.uiReg.from << ".." << r->u.uiReg.to << " step " << r->u.uiReg.steps;
         break;
-    case REG_FORMAT_INT:
-        o << "INT " << r->u.iReg.from << ".." << r->u.iReg.to << " step " << r->u.iReg.steps;
-        break;
+    case REG_FORMAT_INT: o << "INT " << r->u.iReg.from << ".." << r->u.iReg.to << " step " << r->u.iReg.steps; break;
     case REG_FORMAT_UINT64:
         o << "UINT64 " << r->u.iReg64.from << ".." << r->u.iReg64.to << " step " << r->u.iReg64.steps;
         break;
@@ -37,8 +34,8 @@ inline std::string valueText(const RegisterInfo* r)
         o << "DOUBLE " << r->u.dReg.from << ".." << r->u.dReg.to << " step " << r->u.dReg.steps;
         break;
     case REG_FORMAT_UINTFIELD:
-        o << "UINTFIELD " << r->u.uifReg.from << ".." << r->u.uifReg.to << " n " << r->u.uifReg.nrOfElements
-          << " [" << r->u.uifReg.index << "] = " << r->u.uifReg.value;
+        o << "UINTFIELD " << r->u.uifReg.from << ".." << r->u.uifReg.to << " n " << r->u.uifReg.nrOfElements << " ["
+          << r->u.uifReg.index << "] = " << r->u.uifReg.value;
         break;
     case REG_FORMAT_INTFIELD:
         o << "INTFIELD " << r->u.ifReg.from << ".." << r->u.ifReg.to << " n " << r->u.ifReg.nrOfElements << " ["
@@ -58,22 +55,19 @@ inline std::string valueText(const RegisterInfo* r)
             o << " " << (r->u.eReg.enumValues ? r->u.eReg.enumValues[i] : 0) << "="
               << textOf(r->u.eReg.enumNames ? r->u.eReg.enumNames[i] : NULL);
         break;
-    default:
-        o << "format " << r->format;
+    default: o << "format " << r->format;
     }
     return o.str();
 }
 
 // The whole record: display name, SDK name, unit, access/range/visibility
 // flags, identity, port, then its value description.
-inline std::string recordText(const RegisterInfo* r)
-{
-    if (r == NULL)
-        return "none";
+inline std::string recordText(const RegisterInfo* r) {
+    if (r == NULL) return "none";
     std::ostringstream o;
     o << textOf(r->name) << " " << textOf(r->parameterName) << " unit " << textOf(r->unit) << " flags "
-      << r->accessFlags << "/" << r->rangeFlags << "/" << r->visibilityFlags << " id " << r->id << " port "
-      << r->port << ": " << valueText(r);
+      << r->accessFlags << "/" << r->rangeFlags << "/" << r->visibilityFlags << " id " << r->id << " port " << r->port
+      << ": " << valueText(r);
     return o.str();
 }
 

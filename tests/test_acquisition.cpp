@@ -79,7 +79,8 @@ uint32_t sourcePixel(const Sdk& s, uint64_t line, uint32_t x) {
     if (s.simEnable) {
         if (x >= s.simWidth) return 0;
         const uint64_t frame = line / s.simHeight, y = line % s.simHeight;
-        const uint64_t c = (s.pattern != 2 ? x : 0) + (s.pattern != 1 ? y % 256 : 0) + s.offset + (s.roll ? frame % 256 : 0);
+        const uint64_t c =
+            (s.pattern != 2 ? x : 0) + (s.pattern != 1 ? y % 256 : 0) + s.offset + (s.roll ? frame % 256 : 0);
         return static_cast<uint32_t>((c & mask) << (12 - d));
     }
     return static_cast<uint32_t>(((x + 3 * line) & mask) << (12 - d));  // the camera's test scene
@@ -95,18 +96,16 @@ std::vector<uint8_t> expectedPicture(const Sdk& s, uint32_t pic) {
             const size_t i = size_t(r) * s.width + c;
             const bool left = s.alignment == 1;
             switch (s.format) {
-                case 3:
-                    out[i] = static_cast<uint8_t>(v >> 4);
-                    continue;
-                case 21: {
-                    const uint32_t w = (v >> 2) << (left ? 6 : 0);
-                    out[2 * i] = w & 0xFF, out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
-                    continue;
-                }
-                default: {
-                    const uint32_t w = v << (left ? 4 : 0);
-                    out[2 * i] = w & 0xFF, out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
-                }
+            case 3: out[i] = static_cast<uint8_t>(v >> 4); continue;
+            case 21: {
+                const uint32_t w = (v >> 2) << (left ? 6 : 0);
+                out[2 * i] = w & 0xFF, out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
+                continue;
+            }
+            default: {
+                const uint32_t w = v << (left ? 4 : 0);
+                out[2 * i] = w & 0xFF, out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
+            }
             }
         }
     return out;
@@ -225,7 +224,8 @@ const std::vector<Case>& cases() {
          Drive::SoftwareTriggers, 6},
         {"software gate", [](Sdk& s) { s.imgTriggerMode = 5; }, Drive::SoftwareGate},
         {"software gate, multi-buffer", [](Sdk& s) { s.imgTriggerMode = 6; }, Drive::SoftwareGate},
-        {"camera, ExSync period", [](Sdk& s) { s.simEnable = 0, s.linePeriod = 50.0, s.pixelFormat = 258, s.format = 21; }},
+        {"camera, ExSync period",
+         [](Sdk& s) { s.simEnable = 0, s.linePeriod = 50.0, s.pixelFormat = 258, s.format = 21; }},
         {"camera, downscaled trigger input",
          [](Sdk& s) { s.simEnable = 0, s.lineTriggerMode = 2, s.lineInput = 3, s.downscale = 3, s.downscaleInit = 2; },
          Drive::TriggerInput, 2},
@@ -247,31 +247,30 @@ void runCase(Board& b, const Case& c, int port) {
     ASSERT_EQ(0, Fg_AcquireEx(b.fg(), port, static_cast<frameindex_t>(c.pictures), 0, ring.mem));
     const frameindex_t n = static_cast<frameindex_t>(c.pictures);
     switch (c.drive) {
-        case Drive::FreeRun:
+    case Drive::FreeRun: break;
+    case Drive::SoftwareTriggers:
+        for (uint32_t t = 0; t < (s.imgTriggerMode == 8 ? 3u : c.pictures); ++t) {
+            ASSERT_EQ(0, b.set(FG_SENDSOFTWARETRIGGER, 1, port));
+            // each trigger's pictures before the next trigger
+            const frameindex_t upTo = s.imgTriggerMode == 8 ? frameindex_t(2 * (t + 1)) : frameindex_t(t + 1);
+            ASSERT_EQ(upTo, Fg_getLastPicNumberBlockingEx(b.fg(), upTo, port, 5, ring.mem));
+        }
+        break;
+    case Drive::SoftwareGate:
+        if (s.imgTriggerMode == 6) {
+            ASSERT_EQ(0, b.set(FG_SETSOFTWARETRIGGER, 1, port));
             break;
-        case Drive::SoftwareTriggers:
-            for (uint32_t t = 0; t < (s.imgTriggerMode == 8 ? 3u : c.pictures); ++t) {
-                ASSERT_EQ(0, b.set(FG_SENDSOFTWARETRIGGER, 1, port));
-                // each trigger's pictures before the next trigger
-                const frameindex_t upTo = s.imgTriggerMode == 8 ? frameindex_t(2 * (t + 1)) : frameindex_t(t + 1);
-                ASSERT_EQ(upTo, Fg_getLastPicNumberBlockingEx(b.fg(), upTo, port, 5, ring.mem));
-            }
-            break;
-        case Drive::SoftwareGate:
-            if (s.imgTriggerMode == 6) {
-                ASSERT_EQ(0, b.set(FG_SETSOFTWARETRIGGER, 1, port));
-                break;
-            }
-            for (frameindex_t p = 1; p <= n; ++p) {
-                ASSERT_EQ(0, b.set(FG_SETSOFTWARETRIGGER, 1, port));
-                ASSERT_EQ(p, Fg_getLastPicNumberBlockingEx(b.fg(), p, port, 5, ring.mem));
-                ASSERT_EQ(0, b.set(FG_SETSOFTWARETRIGGER, 0, port));
-            }
-            break;
-        case Drive::TriggerInput:
-            // edges 2, 5, 8, ... make lines: 3 * lines edges make `lines` lines
-            ASSERT_EQ(0, SimBoard_PulseTriggerInput(b.dev(), static_cast<int>(s.lineInput), int(3 * s.height * n)));
-            break;
+        }
+        for (frameindex_t p = 1; p <= n; ++p) {
+            ASSERT_EQ(0, b.set(FG_SETSOFTWARETRIGGER, 1, port));
+            ASSERT_EQ(p, Fg_getLastPicNumberBlockingEx(b.fg(), p, port, 5, ring.mem));
+            ASSERT_EQ(0, b.set(FG_SETSOFTWARETRIGGER, 0, port));
+        }
+        break;
+    case Drive::TriggerInput:
+        // edges 2, 5, 8, ... make lines: 3 * lines edges make `lines` lines
+        ASSERT_EQ(0, SimBoard_PulseTriggerInput(b.dev(), static_cast<int>(s.lineInput), int(3 * s.height * n)));
+        break;
     }
     ASSERT_EQ(n, Fg_getLastPicNumberBlockingEx(b.fg(), n, port, 5, ring.mem));
     for (frameindex_t p = 1; p <= n; ++p) {
@@ -281,8 +280,8 @@ void runCase(Board& b, const Case& c, int port) {
         size_t bad = 0;
         while (bad < want.size() && got[bad] == want[bad]) ++bad;
         EXPECT_EQ(want.size(), bad) << "picture " << p << " differs first at byte " << bad << ": "
-                                   << int(bad < want.size() ? got[bad] : 0) << " instead of "
-                                   << int(bad < want.size() ? want[bad] : 0);
+                                    << int(bad < want.size() ? got[bad] : 0) << " instead of "
+                                    << int(bad < want.size() ? want[bad] : 0);
     }
     EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), port, ring.mem, 0));
     if (s.imgTriggerMode != 0) {
@@ -539,7 +538,8 @@ TEST(Acquisition, CameraPlaysImageFilesLineByLine) {
         for (uint32_t r = 0; r < s.height; ++r)
             for (uint32_t x = 0; x < s.width; ++x) {
                 const uint32_t line = (uint32_t(p - 1) * s.height + r) % 5, v = rows[line][x];
-                ASSERT_EQ(line < 3 ? v << 4 : v >> 4, px[r * s.width + x]) << "picture " << p << " row " << r << " x " << x;
+                ASSERT_EQ(line < 3 ? v << 4 : v >> 4, px[r * s.width + x])
+                    << "picture " << p << " row " << r << " x " << x;
             }
     }
 }

@@ -25,8 +25,7 @@ using orvxml::Element;
 const uint32_t kGrabberControlled = 1;  // FG_LINETRIGGERMODE
 const uint32_t kAsyncTrigger = 2;       // FG_LINETRIGGERMODE
 
-bool isFeatureTag(const std::string& t)
-{
+bool isFeatureTag(const std::string& t) {
     return t == "Integer" || t == "Float" || t == "Enumeration" || t == "StringReg";
 }
 
@@ -36,8 +35,7 @@ struct PortDocument {
     Element root;
 };
 
-::testing::AssertionResult readDocument(Fg_Struct* fg, int port, PortDocument& doc)
-{
+::testing::AssertionResult readDocument(Fg_Struct* fg, int port, PortDocument& doc) {
     int rc = 0;
     doc.text = orvxml::documentOf(fg, port, &rc);
     if (rc != 0 || doc.text.empty())
@@ -50,16 +48,14 @@ struct PortDocument {
 }
 
 // The feature node (Integer, Float, Enumeration, StringReg) of a parameter.
-const Element* feature(const Element& root, const std::string& name)
-{
+const Element* feature(const Element& root, const std::string& name) {
     for (const Element& e : root.children)
         if (isFeatureTag(e.tag) && e.attr("Name") == name) return &e;
     return nullptr;
 }
 
 // The register node of a parameter: "<name>_Reg", a string register under its own name.
-const Element* registerOf(const Element& root, const std::string& name)
-{
+const Element* registerOf(const Element& root, const std::string& name) {
     for (const Element& e : root.children) {
         if ((e.tag == "IntReg" || e.tag == "FloatReg") && e.attr("Name") == name + "_Reg") return &e;
         if (e.tag == "StringReg" && e.attr("Name") == name) return &e;
@@ -67,29 +63,26 @@ const Element* registerOf(const Element& root, const std::string& name)
     return nullptr;
 }
 
-std::string accessMode(const Element& root, const std::string& name)
-{
+std::string accessMode(const Element& root, const std::string& name) {
     const Element* r = registerOf(root, name);
     return r ? r->childText("AccessMode") : std::string("(no register)");
 }
 
-std::string maxOf(const Element& root, const std::string& name)
-{
+std::string maxOf(const Element& root, const std::string& name) {
     const Element* f = feature(root, name);
     return f ? f->childText("Max") : std::string("(no feature)");
 }
 
-std::vector<std::pair<long long, std::string>> entriesOf(const Element& node)
-{
+std::vector<std::pair<long long, std::string>> entriesOf(const Element& node) {
     std::vector<std::pair<long long, std::string>> out;
     for (const Element& e : node.children)
-        if (e.tag == "EnumEntry") out.push_back(std::make_pair(std::atoll(e.childText("Value").c_str()), e.attr("Name")));
+        if (e.tag == "EnumEntry")
+            out.push_back(std::make_pair(std::atoll(e.childText("Value").c_str()), e.attr("Name")));
     return out;
 }
 
 // Every node of the document against the port's records as the host sees them.
-void expectNodesMatchRecords(Fg_Struct* fg, int port, const Element& root)
-{
+void expectNodesMatchRecords(Fg_Struct* fg, int port, const Element& root) {
     const std::vector<orvxml::DescribedRecord> records = orvxml::portParameters(fg, port);
     EXPECT_EQ(88u, records.size()) << "described records of port " << port;
     int features = 0;
@@ -128,7 +121,8 @@ void expectNodesMatchRecords(Fg_Struct* fg, int port, const Element& root)
             EXPECT_EQ(isSigned ? std::to_string(r.u.iReg.to) : std::to_string(r.u.uiReg.to), f->childText("Max"));
             const unsigned steps = r.u.uiReg.steps;
             EXPECT_EQ(steps == 0 ? std::string("(none)")
-                                 : isSigned ? std::to_string(r.u.iReg.steps) : std::to_string(steps),
+                      : isSigned ? std::to_string(r.u.iReg.steps)
+                                 : std::to_string(steps),
                       f->childText("Inc"));
             break;
         }
@@ -153,16 +147,14 @@ void expectNodesMatchRecords(Fg_Struct* fg, int port, const Element& root)
             EXPECT_EQ(f, reg);
             EXPECT_EQ("4096", reg->childText("Length"));
             break;
-        default:
-            ADD_FAILURE() << "record of kind " << r.format << " described";
+        default: ADD_FAILURE() << "record of kind " << r.format << " described";
         }
     }
 }
 
 // ---- the catalogue in the document -------------------------------------------
 
-TEST(AppletDocument, EachPortDescribesTheCatalogueInGroupOrder)
-{
+TEST(AppletDocument, EachPortDescribesTheCatalogueInGroupOrder) {
     Board b;
     ASSERT_TRUE(b.ok());
     for (int port = 0; port < 2; ++port) {
@@ -183,9 +175,9 @@ TEST(AppletDocument, EachPortDescribesTheCatalogueInGroupOrder)
             if (isFeatureTag(e.tag)) order.push_back(e.attr("Name"));
         }
         EXPECT_EQ(orvxml::catalogueFeatures(), order);
-        const std::map<std::string, int> expectedKinds = {
-            {"Integer", 32}, {"IntReg", 64},   {"Enumeration", 32}, {"Float", 19},
-            {"FloatReg", 19}, {"StringReg", 5}, {"Category", 22},    {"Port", 1}};
+        const std::map<std::string, int> expectedKinds = {{"Integer", 32},  {"IntReg", 64},   {"Enumeration", 32},
+                                                          {"Float", 19},    {"FloatReg", 19}, {"StringReg", 5},
+                                                          {"Category", 22}, {"Port", 1}};
         EXPECT_EQ(expectedKinds, kinds);
         for (const std::string& skipped : orvxml::undescribedParameters())
             EXPECT_EQ(std::string::npos, doc.text.find(skipped)) << skipped;
@@ -221,8 +213,7 @@ TEST(AppletDocument, EachPortDescribesTheCatalogueInGroupOrder)
 
 // ---- records rewritten by handlers --------------------------------------------
 
-TEST(AppletDocument, NextDocumentShowsRangesAndAccessChangedByHandlers)
-{
+TEST(AppletDocument, NextDocumentShowsRangesAndAccessChangedByHandlers) {
     Board b;
     ASSERT_TRUE(b.ok());
     PortDocument before0, before1, doc0, doc1;
@@ -243,7 +234,7 @@ TEST(AppletDocument, NextDocumentShowsRangesAndAccessChangedByHandlers)
 
     // The line trigger mode makes the trigger inputs writable or read-only.
     const char* const external[] = {"FG_LINETRIGGERINSRC", "FG_LINETRIGGERINPOLARITY", "FG_LINETRIGGERDEBOUNCING",
-                                    "FG_LINE_DOWNSCALE", "FG_LINE_DOWNSCALEINIT", "FG_SHAFTENCODERON"};
+                                    "FG_LINE_DOWNSCALE",   "FG_LINE_DOWNSCALEINIT",    "FG_SHAFTENCODERON"};
     ASSERT_EQ(0, b.set(FG_LINETRIGGERMODE, kAsyncTrigger, 0));
     ASSERT_TRUE(readDocument(b.fg(), 0, doc0));
     for (const char* name : external) EXPECT_EQ("RW", accessMode(doc0.root, name)) << name;
@@ -263,8 +254,7 @@ TEST(AppletDocument, NextDocumentShowsRangesAndAccessChangedByHandlers)
 
 // ---- direct register access --------------------------------------------------
 
-TEST(AppletDocument, DirectRegisterAccessGroupIsNotDescribed)
-{
+TEST(AppletDocument, DirectRegisterAccessGroupIsNotDescribed) {
     orvtest::ScopedEnv dra("TERVIK_ENABLE_DRA", "on");
     Board b(1);
     ASSERT_TRUE(b.ok());
@@ -290,8 +280,7 @@ TEST(AppletDocument, DirectRegisterAccessGroupIsNotDescribed)
 
 // ---- the export's size protocol ------------------------------------------------
 
-TEST(AppletDocumentExport, SizeQueryThenCopy)
-{
+TEST(AppletDocumentExport, SizeQueryThenCopy) {
     Board b;
     ASSERT_TRUE(b.ok());
     const int port = 1;  // the protocol is the same for every port
@@ -336,8 +325,7 @@ TEST(AppletDocumentExport, SizeQueryThenCopy)
     EXPECT_EQ(0, b.lastError());
 }
 
-TEST(AppletDocumentExport, PortsWithoutRecordsAndBadArguments)
-{
+TEST(AppletDocumentExport, PortsWithoutRecordsAndBadArguments) {
     Board b;
     ASSERT_TRUE(b.ok());
     for (int port : {2, 3, 4, -1, 1000, -2147483647 - 1}) {

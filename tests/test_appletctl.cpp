@@ -122,7 +122,11 @@ std::string row(const std::string& listing, const std::string& name) {
 bool validUtf8(const std::string& s) {
     for (size_t i = 0; i < s.size();) {
         unsigned char c = static_cast<unsigned char>(s[i]);
-        size_t n = c < 0x80 ? 0 : (c >= 0xC2 && c <= 0xDF) ? 1 : (c >= 0xE0 && c <= 0xEF) ? 2 : (c >= 0xF0 && c <= 0xF4) ? 3 : 9;
+        size_t n = c < 0x80                   ? 0
+                   : (c >= 0xC2 && c <= 0xDF) ? 1
+                   : (c >= 0xE0 && c <= 0xEF) ? 2
+                   : (c >= 0xF0 && c <= 0xF4) ? 3
+                                              : 9;
         if (n == 9) return false;
         for (size_t k = 1; k <= n; ++k) {
             if (i + k >= s.size() || (static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return false;
@@ -132,16 +136,16 @@ bool validUtf8(const std::string& s) {
     return true;
 }
 
-#define EXPECT_RUN(r, code)                                                              \
-    do {                                                                                 \
-        ASSERT_TRUE((r).exited) << "killed by signal " << -(r).status << "\n" << (r).err; \
+#define EXPECT_RUN(r, code)                                                                \
+    do {                                                                                   \
+        ASSERT_TRUE((r).exited) << "killed by signal " << -(r).status << "\n" << (r).err;  \
         EXPECT_EQ((code), (r).status) << "stdout:\n" << (r).out << "stderr:\n" << (r).err; \
     } while (0)
 
 // ---- help and usage errors --------------------------------------------------
 
-const char* const kCommandWords[] = {"info", "list", "get", "set", "describe", "reset", "diff", "check",
-                                     "xml",  "save", "load", "lut", "grab", "serve", "help"};
+const char* const kCommandWords[] = {"info", "list", "get",  "set", "describe", "reset", "diff", "check",
+                                     "xml",  "save", "load", "lut", "grab",     "serve", "help"};
 
 TEST(ToolUsage, HelpOfTheToolNamesEveryCommandAndTheExitStatus) {
     for (const char* flag : {"--help", "-h"}) {
@@ -229,26 +233,28 @@ TEST(ToolInfo, InfoShowsIdentityAndLayout) {
 TEST(ToolParameters, GetPrintsNumbersAndEnumerationsByConstantName) {
     Outcome r = run({"get", "FG_WIDTH", "get", "FG_FORMAT@1", "get", "fg_height@0", "get", "FG_LUT_IN_BITS@1"});
     EXPECT_RUN(r, 0);
-    EXPECT_EQ("FG_WIDTH@0 = 1024\n"
-              "FG_FORMAT@1 = FG_GRAY (3)\n"
-              "FG_HEIGHT@0 = 1024\n"
-              "FG_LUT_IN_BITS@1 = 12\n",
-              r.out);
+    EXPECT_EQ(
+        "FG_WIDTH@0 = 1024\n"
+        "FG_FORMAT@1 = FG_GRAY (3)\n"
+        "FG_HEIGHT@0 = 1024\n"
+        "FG_LUT_IN_BITS@1 = 12\n",
+        r.out);
 }
 
 TEST(ToolParameters, SetAcceptsConstantNamesDisplayNamesAndNumbers) {
-    Outcome r = run({"set", "FG_FORMAT=FG_GRAY16", "set", "FG_FORMAT=fg_gray12", "set", "FG_FORMAT=Gray 10bit",
-                 "set", "FG_FORMAT=3", "set", "FG_IMGTRIGGERINSRC=TRGINSOFTWARE@1", "set", "FG_WIDTH=0x800",
-                 "set", "FG_PROCESSING_GAIN=2.5"});
+    Outcome r = run({"set", "FG_FORMAT=FG_GRAY16", "set", "FG_FORMAT=fg_gray12", "set", "FG_FORMAT=Gray 10bit", "set",
+                     "FG_FORMAT=3", "set", "FG_IMGTRIGGERINSRC=TRGINSOFTWARE@1", "set", "FG_WIDTH=0x800", "set",
+                     "FG_PROCESSING_GAIN=2.5"});
     EXPECT_RUN(r, 0);
-    EXPECT_EQ("FG_FORMAT@0 = FG_GRAY16 (1)\n"
-              "FG_FORMAT@0 = FG_GRAY12 (22)\n"
-              "FG_FORMAT@0 = FG_GRAY10 (21)\n"
-              "FG_FORMAT@0 = FG_GRAY (3)\n"
-              "FG_IMGTRIGGERINSRC@1 = TRGINSOFTWARE (-1)\n"
-              "FG_WIDTH@0 = 2048\n"
-              "FG_PROCESSING_GAIN@0 = 2.5\n",
-              r.out);
+    EXPECT_EQ(
+        "FG_FORMAT@0 = FG_GRAY16 (1)\n"
+        "FG_FORMAT@0 = FG_GRAY12 (22)\n"
+        "FG_FORMAT@0 = FG_GRAY10 (21)\n"
+        "FG_FORMAT@0 = FG_GRAY (3)\n"
+        "FG_IMGTRIGGERINSRC@1 = TRGINSOFTWARE (-1)\n"
+        "FG_WIDTH@0 = 2048\n"
+        "FG_PROCESSING_GAIN@0 = 2.5\n",
+        r.out);
 }
 
 TEST(ToolParameters, FailuresPrintTheCodeWithItsMeaning) {
@@ -261,7 +267,9 @@ TEST(ToolParameters, FailuresPrintTheCodeWithItsMeaning) {
     } cases[] = {
         {{"set", "FG_WIDTH=1000"}, "set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16", ""},
         {{"set", "FG_WIDTH=16"}, "set FG_WIDTH=16: -6000 value outside its range or not in its enumeration", ""},
-        {{"set", "FG_APPLET_VERSION=4"}, "-12 host function or host board handle missing; write of a read-only parameter", ""},
+        {{"set", "FG_APPLET_VERSION=4"},
+         "-12 host function or host board handle missing; write of a read-only parameter",
+         ""},
         {{"get", "FG_NO_SUCH_THING"}, "-2070 unknown parameter", "'FG_NO_SUCH_THING'"},
         {{"list", "--port", "2"}, "list --port 2: port 2 does not exist (ports 0 and 1)", ""},
         {{"get", "FG_WIDTH@7"}, "get FG_WIDTH@7: port 7 does not exist (ports 0 and 1)", ""},
@@ -320,25 +328,26 @@ TEST(ToolParameters, DescribeShowsEverythingAUserAsksBeforeWriting) {
     Outcome r = run({"set", "FG_FORMAT=FG_GRAY16@1", "describe", "FG_FORMAT@1", "describe", "fg_width", "describe",
                      "FG_NR_OF_DMAS"});
     EXPECT_RUN(r, 0);
-    EXPECT_EQ("FG_FORMAT@1 = FG_GRAY16 (1)\n"
-              "FG_FORMAT@1\n"
-              "  display name  Output Format\n"
-              "  identity      700\n"
-              "  kind          enumeration\n"
-              "  access        read and write\n"
-              "  entries       FG_GRAY    \"Gray 8bit\"   3\n"
-              "                FG_GRAY10  \"Gray 10bit\"  21\n"
-              "                FG_GRAY12  \"Gray 12bit\"  22\n"
-              "                FG_GRAY16  \"Gray 16bit\"  1\n"
-              "  default       FG_GRAY (3)\n"
-              "  value         FG_GRAY16 (1)\n"
-              "  description   Pixel format of the output image.\n",
-              r.out.substr(0, r.out.find("FG_WIDTH@0")));
+    EXPECT_EQ(
+        "FG_FORMAT@1 = FG_GRAY16 (1)\n"
+        "FG_FORMAT@1\n"
+        "  display name  Output Format\n"
+        "  identity      700\n"
+        "  kind          enumeration\n"
+        "  access        read and write\n"
+        "  entries       FG_GRAY    \"Gray 8bit\"   3\n"
+        "                FG_GRAY10  \"Gray 10bit\"  21\n"
+        "                FG_GRAY12  \"Gray 12bit\"  22\n"
+        "                FG_GRAY16  \"Gray 16bit\"  1\n"
+        "  default       FG_GRAY (3)\n"
+        "  value         FG_GRAY16 (1)\n"
+        "  description   Pixel format of the output image.\n",
+        r.out.substr(0, r.out.find("FG_WIDTH@0")));
     const std::string width = r.out.substr(r.out.find("FG_WIDTH@0"));
-    for (const char* part : {"kind          unsigned 32-bit integer\n", "range         32..16384 step 16\n",
-                             "unit          pixel\n", "default       1024\n", "value         1024\n",
-                             "description   Image width of the acquisition ROI.\n", "FG_NR_OF_DMAS@0\n",
-                             "(no description)"}) {
+    for (const char* part :
+         {"kind          unsigned 32-bit integer\n", "range         32..16384 step 16\n", "unit          pixel\n",
+          "default       1024\n", "value         1024\n", "description   Image width of the acquisition ROI.\n",
+          "FG_NR_OF_DMAS@0\n", "(no description)"}) {
         EXPECT_TRUE(contains(width, part)) << part << " in\n" << width;
     }
     // Without the default values written, the tool does not know them.
@@ -395,24 +404,25 @@ TEST(ToolList, ListShowsEachPortsOwnValuesAndRanges) {
 
 TEST(ToolFiles, ConfigurationRoundTripThroughTwoInvocations) {
     std::remove("roundtrip.mcf");
-    Outcome save = run({"set", "FG_WIDTH=512@1", "set", "FG_HEIGHT=100", "set", "FG_FORMAT=FG_GRAY16",
-                    "set", "FG_PROCESSING_GAIN=2.5@1", "save", "roundtrip.mcf"});
+    Outcome save = run({"set", "FG_WIDTH=512@1", "set", "FG_HEIGHT=100", "set", "FG_FORMAT=FG_GRAY16", "set",
+                        "FG_PROCESSING_GAIN=2.5@1", "save", "roundtrip.mcf"});
     EXPECT_RUN(save, 0);
     EXPECT_TRUE(contains(save.out, "configuration saved to roundtrip.mcf\n"));
     ASSERT_TRUE(fileExists("roundtrip.mcf"));
 
     // A second process starts with the default values and takes the file's.
-    Outcome load = run({"get", "FG_WIDTH@1", "load", "roundtrip.mcf", "get", "FG_WIDTH@1", "get", "FG_HEIGHT",
-                    "get", "FG_FORMAT", "get", "FG_PROCESSING_GAIN@1", "get", "FG_WIDTH"});
+    Outcome load = run({"get", "FG_WIDTH@1", "load", "roundtrip.mcf", "get", "FG_WIDTH@1", "get", "FG_HEIGHT", "get",
+                        "FG_FORMAT", "get", "FG_PROCESSING_GAIN@1", "get", "FG_WIDTH"});
     EXPECT_RUN(load, 0);
-    EXPECT_EQ("FG_WIDTH@1 = 1024\n"
-              "configuration loaded from roundtrip.mcf\n"
-              "FG_WIDTH@1 = 512\n"
-              "FG_HEIGHT@0 = 100\n"
-              "FG_FORMAT@0 = FG_GRAY16 (1)\n"
-              "FG_PROCESSING_GAIN@1 = 2.5\n"
-              "FG_WIDTH@0 = 1024\n",
-              load.out);
+    EXPECT_EQ(
+        "FG_WIDTH@1 = 1024\n"
+        "configuration loaded from roundtrip.mcf\n"
+        "FG_WIDTH@1 = 512\n"
+        "FG_HEIGHT@0 = 100\n"
+        "FG_FORMAT@0 = FG_GRAY16 (1)\n"
+        "FG_PROCESSING_GAIN@1 = 2.5\n"
+        "FG_WIDTH@0 = 1024\n",
+        load.out);
 }
 
 // ---- GenApi document and lookup-table files --------------------------------------
@@ -444,14 +454,15 @@ TEST(ToolFiles, LookupTableSavedAndLoadedBack) {
     EXPECT_TRUE(contains(file, "\n0,4095;\n"));
     EXPECT_TRUE(contains(file, "\n4095,0;\n"));
 
-    Outcome load = run({"lut", "load", "inverted.lut", "get", "FG_LUT_TYPE", "get", "FG_LUT_CUSTOM_FILE", "get",
-                    "FG_LUT_VALUE"});
+    Outcome load =
+        run({"lut", "load", "inverted.lut", "get", "FG_LUT_TYPE", "get", "FG_LUT_CUSTOM_FILE", "get", "FG_LUT_VALUE"});
     EXPECT_RUN(load, 0);
-    EXPECT_EQ("lookup table of port 0 loaded from inverted.lut (FG_LUT_TYPE = LUT_TYPE_CUSTOM)\n"
-              "FG_LUT_TYPE@0 = LUT_TYPE_CUSTOM (0)\n"
-              "FG_LUT_CUSTOM_FILE@0 = \"inverted.lut\"\n"
-              "FG_LUT_VALUE@0 = 4096 values: 4095, 4094, 4093, 4092, ..., 0\n",
-              load.out);
+    EXPECT_EQ(
+        "lookup table of port 0 loaded from inverted.lut (FG_LUT_TYPE = LUT_TYPE_CUSTOM)\n"
+        "FG_LUT_TYPE@0 = LUT_TYPE_CUSTOM (0)\n"
+        "FG_LUT_CUSTOM_FILE@0 = \"inverted.lut\"\n"
+        "FG_LUT_VALUE@0 = 4096 values: 4095, 4094, 4093, 4092, ..., 0\n",
+        load.out);
 
     // A missing file changes nothing: the type and the file name stay.
     std::remove("absent.lut");
@@ -489,8 +500,7 @@ TEST(ToolScript, ScriptFailuresNameTheLine) {
     Outcome r = run({"-"}, "get FG_WIDTH\nset FG_WIDTH=1000\nget FG_HEIGHT\n");
     EXPECT_RUN(r, 1);
     EXPECT_EQ("FG_WIDTH@0 = 1024\n", r.out);
-    EXPECT_TRUE(contains(r.err, "<stdin>:2: set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16"))
-        << r.err;
+    EXPECT_TRUE(contains(r.err, "<stdin>:2: set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16")) << r.err;
 
     // Every usage error of a script is reported, and nothing runs, even with -k.
     Outcome usage = run({"-k", "-"}, "bogus\nget FG_WIDTH extra\nget \"FG_WIDTH\nget FG_HEIGHT\n");
@@ -533,8 +543,16 @@ std::string joined(const std::vector<std::string>& ls) {
 // A lookup-table file as the format describes it: heading, three empty lines,
 // the section, an empty line, four keys, then "i,value;" lines.
 std::vector<std::string> lutLines(unsigned n) {
-    std::vector<std::string> ls = {"# Lut data file v1.1", "", "", "", "[gray]", "", "id=3;",
-                                   "nrOfElements=" + std::to_string(n) + ";", "format=0;", "number=0;"};
+    std::vector<std::string> ls = {"# Lut data file v1.1",
+                                   "",
+                                   "",
+                                   "",
+                                   "[gray]",
+                                   "",
+                                   "id=3;",
+                                   "nrOfElements=" + std::to_string(n) + ";",
+                                   "format=0;",
+                                   "number=0;"};
     for (unsigned i = 0; i < n; ++i) ls.push_back(std::to_string(i) + "," + std::to_string(4095 - i) + ";");
     return ls;
 }
@@ -549,9 +567,10 @@ TEST(ToolCheck, FilesTheBoardWritesAreClean) {
     writeFile("own.lut", joined(lutLines(4096)));
     Outcome r = run({"check", "clean.mcf", "check", "clean.lut", "check", "own.lut"});
     EXPECT_RUN(r, 0);
-    EXPECT_EQ("clean.mcf: no problems (configuration file)\nclean.lut: no problems (lookup-table file)\n"
-              "own.lut: no problems (lookup-table file)\n",
-              r.out);
+    EXPECT_EQ(
+        "clean.mcf: no problems (configuration file)\nclean.lut: no problems (lookup-table file)\n"
+        "own.lut: no problems (lookup-table file)\n",
+        r.out);
     EXPECT_EQ("", r.err);
     // A file the board wrote loads back without a word.
     Outcome l = run({"load", "clean.mcf"});
@@ -571,11 +590,13 @@ TEST(ToolCheck, EachProblemOfAConfigurationFileIsNamedWithItsLine) {
         const char* message;
     } cases[] = {
         {"[Port A]", "FG_WIDTH", "FG_WIDTH=99999;", "FG_WIDTH=99999 in [Port A]: outside the range 32..16384 step 16"},
-        {"[Port B]", "FG_XOFFSET", "FG_XOFFSET=8;", "FG_XOFFSET=8 in [Port B]: not on the step grid of 0..16352 step 16"},
+        {"[Port B]", "FG_XOFFSET", "FG_XOFFSET=8;",
+         "FG_XOFFSET=8 in [Port B]: not on the step grid of 0..16352 step 16"},
         {"[Port A]", "FG_FORMAT", "FG_FORMAT=4;", "not an entry of the enumeration (FG_GRAY=3 FG_GRAY10=21"},
         {"[Port A]", "FG_LINEPERIODE", "FG_LINEPERIODE=inf;", "FG_LINEPERIODE=inf in [Port A]: not a finite decimal"},
         {"[Port A]", "FG_LINEEXPOSURE", "FG_LINEEXPOSURE=2000;", "outside the range 0.512..1048 step 0.008"},
-        {"[Port B]", "FG_HEIGHT", "FG_HEIGHT=12x;", "FG_HEIGHT=12x in [Port B]: not a whole number (the board reads 12)"},
+        {"[Port B]", "FG_HEIGHT", "FG_HEIGHT=12x;",
+         "FG_HEIGHT=12x in [Port B]: not a whole number (the board reads 12)"},
         {"[Port B]", "FG_LUT_CUSTOM_FILE", "FG_LUT_CUSTOM_FILE='a;b.lut';", "cuts the text at its first quote"},
         {"[Port A]", "FG_TIMEOUT", "FG_TIMEOUT=5", "FG_TIMEOUT=5: no ';' at the end of the line"},
         {"[Port A]", "FG_YOFFSET", "FG_WIDTH=1024;", "FG_WIDTH=1024 in [Port A]: appears twice (first on line"},
@@ -690,14 +711,14 @@ TEST(ToolLoad, LutLoadReportsEntriesTheBoardReadDifferently) {
     writeFile("shifted.lut", joined(ls));
     Outcome r = run({"-k", "lut", "load", "shifted.lut", "--port", "1"});
     EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.err, "warning: shifted.lut:" + std::to_string(kFirstEntryLine + 1) +
-                                    ": entry 11 where entry 1 is expected"))
+    EXPECT_TRUE(contains(
+        r.err, "warning: shifted.lut:" + std::to_string(kFirstEntryLine + 1) + ": entry 11 where entry 1 is expected"))
         << r.err;
-    EXPECT_TRUE(contains(r.err, "entry 1 = 4094 (line " + std::to_string(kFirstEntryLine + 2) +
-                                    "): the board holds 7"))
+    EXPECT_TRUE(contains(r.err, "entry 1 = 4094 (line " + std::to_string(kFirstEntryLine + 2) + "): the board holds 7"))
         << r.err;
     // The file says twice what entry 11 is; the first line is taken as the file's word.
-    EXPECT_TRUE(contains(r.err, "entry 11 = 7 (line " + std::to_string(kFirstEntryLine + 1) + "): the board holds 4084"))
+    EXPECT_TRUE(
+        contains(r.err, "entry 11 = 7 (line " + std::to_string(kFirstEntryLine + 1) + "): the board holds 4084"))
         << r.err;
     EXPECT_TRUE(contains(r.out, "(2 entries not as in the file)")) << r.out;
 }
@@ -721,17 +742,21 @@ TEST(ToolDiffReset, DiffComparesFilesAndTheBoardParameterByParameter) {
 }
 
 TEST(ToolDiffReset, ResetWritesTheDefaultValuesAgain) {
-    const std::vector<std::string> changes = {"set", "FG_WIDTH=2048", "set", "FG_XOFFSET=512", "set",
-                                              "FG_FORMAT=FG_GRAY12@1", "set", "FG_LINEPERIODE=100@1", "set",
-                                              "FG_PROCESSING_GAIN=2", "set", "FG_CAMERASIMULATOR_SELECT_MODE=0@1"};
-    const std::vector<std::string> reads = {"get", "FG_WIDTH",          "get", "FG_XOFFSET", "get",
-                                            "FG_FORMAT@1",              "get", "FG_LINEPERIODE@1",
-                                            "get", "FG_PROCESSING_GAIN", "get", "FG_LUT_VALUE",
+    const std::vector<std::string> changes = {
+        "set", "FG_WIDTH=2048",        "set", "FG_XOFFSET=512",       "set", "FG_FORMAT=FG_GRAY12@1",
+        "set", "FG_LINEPERIODE=100@1", "set", "FG_PROCESSING_GAIN=2", "set", "FG_CAMERASIMULATOR_SELECT_MODE=0@1"};
+    const std::vector<std::string> reads = {"get", "FG_WIDTH",
+                                            "get", "FG_XOFFSET",
+                                            "get", "FG_FORMAT@1",
+                                            "get", "FG_LINEPERIODE@1",
+                                            "get", "FG_PROCESSING_GAIN",
+                                            "get", "FG_LUT_VALUE",
                                             "get", "FG_CAMERASIMULATOR_SELECT_MODE@1"};
-    const std::string defaults = "FG_WIDTH@0 = 1024\nFG_XOFFSET@0 = 0\nFG_FORMAT@1 = FG_GRAY (3)\n"
-                                 "FG_LINEPERIODE@1 = 200\nFG_PROCESSING_GAIN@0 = 1\n"
-                                 "FG_LUT_VALUE@0 = 4096 values: 0, 1, 2, 3, ..., 4095\n"
-                                 "FG_CAMERASIMULATOR_SELECT_MODE@1 = FG_LINERATE (1)\n";
+    const std::string defaults =
+        "FG_WIDTH@0 = 1024\nFG_XOFFSET@0 = 0\nFG_FORMAT@1 = FG_GRAY (3)\n"
+        "FG_LINEPERIODE@1 = 200\nFG_PROCESSING_GAIN@0 = 1\n"
+        "FG_LUT_VALUE@0 = 4096 values: 0, 1, 2, 3, ..., 4095\n"
+        "FG_CAMERASIMULATOR_SELECT_MODE@1 = FG_LINERATE (1)\n";
     std::vector<std::string> args = changes;
     args.push_back("reset");
     args.insert(args.end(), reads.begin(), reads.end());
@@ -774,7 +799,9 @@ TEST(ToolScript, AUsageErrorAnywhereMeansNothingRuns) {
         {{"--script", "."}, "", 1, "cannot read script '.': it is a directory"},
         {{"--script", "/dev/zero"}, "", 1, "not a regular file"},
         {{"-"}, std::string("get FG_WIDTH\n\0\n", 15), 2, "<stdin>:2: binary data"},
-        {{"-"}, "get FG_WIDTH\nset FG_LUT_SAVE_FILE=" + std::string(5000, 'x') + "\n", 2,
+        {{"-"},
+         "get FG_WIDTH\nset FG_LUT_SAVE_FILE=" + std::string(5000, 'x') + "\n",
+         2,
          "<stdin>:2: line longer than 4096 characters"},
         {{"-", "-"}, "", 2, "standard input can be read only once"},
     };
@@ -1062,12 +1089,14 @@ uint32_t fileValue(const GrabCase& g, uint32_t v, bool png) {
 std::vector<std::string> programArgs(const GrabCase& g) {
     const std::string at = "@" + std::to_string(g.port);
     std::vector<std::string> a;
-    for (const std::string& s : std::vector<std::string>{"FG_CAMERASIMULATOR_ENABLE=1", "FG_CAMERASIMULATOR_WIDTH=" + std::to_string(kSimWidth),
-          "FG_CAMERASIMULATOR_HEIGHT=" + std::to_string(kSimHeight), "FG_CAMERASIMULATOR_PATTERN=" + std::to_string(g.pattern),
-          "FG_CAMERASIMULATOR_PATTERN_OFFSET=" + std::to_string(kOffset), "FG_CAMERASIMULATOR_ROLL=1",
-          "FG_PIXELFORMAT=" + std::to_string(g.pixelFormat), "FG_WIDTH=" + std::to_string(kWidth),
-          "FG_HEIGHT=" + std::to_string(kHeight), "FG_FORMAT=" + std::to_string(g.format),
-          "FG_BITALIGNMENT=" + std::to_string(g.alignment)}) {
+    for (const std::string& s : std::vector<std::string>{
+             "FG_CAMERASIMULATOR_ENABLE=1", "FG_CAMERASIMULATOR_WIDTH=" + std::to_string(kSimWidth),
+             "FG_CAMERASIMULATOR_HEIGHT=" + std::to_string(kSimHeight),
+             "FG_CAMERASIMULATOR_PATTERN=" + std::to_string(g.pattern),
+             "FG_CAMERASIMULATOR_PATTERN_OFFSET=" + std::to_string(kOffset), "FG_CAMERASIMULATOR_ROLL=1",
+             "FG_PIXELFORMAT=" + std::to_string(g.pixelFormat), "FG_WIDTH=" + std::to_string(kWidth),
+             "FG_HEIGHT=" + std::to_string(kHeight), "FG_FORMAT=" + std::to_string(g.format),
+             "FG_BITALIGNMENT=" + std::to_string(g.alignment)}) {
         a.push_back("set");
         a.push_back(s + at);
     }
@@ -1076,12 +1105,9 @@ std::vector<std::string> programArgs(const GrabCase& g) {
 
 TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
     const GrabCase cases[] = {
-        {"gray8", 0, 257, 3, 1, 3, ".pgm", false, 3},
-        {"gray10-right", 0, 258, 21, 0, 3, ".pgm", false, 2},
-        {"gray10-left", 0, 258, 21, 1, 3, ".png", false, 2},
-        {"gray12-left", 1, 259, 22, 1, 1, ".pgm", false, 2},
-        {"gray16-right", 0, 259, 1, 0, 3, ".png", false, 2},
-        {"gray16-left-strip", 0, 257, 1, 1, 3, ".pgm", true, 4},
+        {"gray8", 0, 257, 3, 1, 3, ".pgm", false, 3},        {"gray10-right", 0, 258, 21, 0, 3, ".pgm", false, 2},
+        {"gray10-left", 0, 258, 21, 1, 3, ".png", false, 2}, {"gray12-left", 1, 259, 22, 1, 1, ".pgm", false, 2},
+        {"gray16-right", 0, 259, 1, 0, 3, ".png", false, 2}, {"gray16-left-strip", 0, 257, 1, 1, 3, ".pgm", true, 4},
         {"gray8-strip", 1, 257, 3, 0, 2, ".png", true, 3},
     };
     for (const GrabCase& g : cases) {
@@ -1105,7 +1131,8 @@ TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
 #endif
         Outcome r = run(args);
         EXPECT_RUN(r, 0);
-        EXPECT_TRUE(contains(r.out, "port " + std::to_string(g.port) + ": " + std::to_string(g.frames) + " frames")) << r.out;
+        EXPECT_TRUE(contains(r.out, "port " + std::to_string(g.port) + ": " + std::to_string(g.frames) + " frames"))
+            << r.out;
         EXPECT_EQ("", r.err) << "no progress line when standard error is no terminal";
         const uint32_t files = g.strip ? 1 : g.frames, rows = g.strip ? kHeight * g.frames : kHeight;
         const uint32_t depth = png ? (formatBits(g) > 8 ? 16 : 8) : formatBits(g);
@@ -1125,8 +1152,8 @@ TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
                     const uint32_t pic = g.strip ? 1 + y / kHeight : k;
                     const uint32_t want = fileValue(g, pathValue(g, pic, y % kHeight, x), png);
                     if (d.samples[size_t(y) * kWidth + x] != want && wrong++ < 3)
-                        ADD_FAILURE() << path << " pixel (" << x << ", " << y << "): " << d.samples[size_t(y) * kWidth + x]
-                                      << ", expected " << want;
+                        ADD_FAILURE() << path << " pixel (" << x << ", " << y
+                                      << "): " << d.samples[size_t(y) * kWidth + x] << ", expected " << want;
                 }
             EXPECT_EQ(0u, wrong) << path;
         }
@@ -1140,7 +1167,7 @@ size_t temporaryFilesOf(const std::string& name) {
 
 TEST(ToolGrab, ATriggeredPortWithoutTriggerTimesOutAndLeavesTheOldStrip) {
     writeFile("grab_kept.pgm", "the old strip\n");
-    const std::vector<std::string> triggered = {"set", "FG_HEIGHT=8", "set", "FG_IMGTRIGGERMODE=ASYNC_TRIGGER",
+    const std::vector<std::string> triggered = {"set", "FG_HEIGHT=8",          "set", "FG_IMGTRIGGERMODE=ASYNC_TRIGGER",
                                                 "set", "FG_IMGTRIGGERINSRC=-1"};
     std::vector<std::string> args = triggered;
     for (const char* a : {"grab", "-n", "2", "--timeout", "1", "--strip", "-o", "grab_kept.pgm"}) args.push_back(a);
@@ -1201,9 +1228,12 @@ TEST(ToolGrab, ProgressLineOnATerminal) {
     fcntl(master, F_SETFL, O_NONBLOCK);
     for (;;) {
         const ssize_t n = read(master, buf, sizeof buf);
-        if (n > 0) shown.append(buf, static_cast<size_t>(n));
-        else if (waitpid(pid, &st, WNOHANG) != 0) break;
-        else usleep(1000);
+        if (n > 0)
+            shown.append(buf, static_cast<size_t>(n));
+        else if (waitpid(pid, &st, WNOHANG) != 0)
+            break;
+        else
+            usleep(1000);
     }
     close(master);
     ASSERT_TRUE(WIFEXITED(st));

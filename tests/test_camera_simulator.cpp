@@ -47,8 +47,12 @@ protected:
         return out;
     }
 
-    void put(int id, uint32_t v, int port = 0) { ASSERT_EQ(0, b.set(id, v, port)) << id << " = " << v << " port " << port; }
-    void putD(int id, double v, int port = 0) { ASSERT_EQ(0, b.setD(id, v, port)) << id << " = " << v << " port " << port; }
+    void put(int id, uint32_t v, int port = 0) {
+        ASSERT_EQ(0, b.set(id, v, port)) << id << " = " << v << " port " << port;
+    }
+    void putD(int id, double v, int port = 0) {
+        ASSERT_EQ(0, b.setD(id, v, port)) << id << " = " << v << " port " << port;
+    }
     void mode(uint32_t m, int port = 0) { put(FG_CAMERASIMULATOR_SELECT_MODE, m, port); }
     // Clocks per line as the design holds them.
     uint32_t clocks(int port = 0) {
@@ -71,8 +75,7 @@ double pixelMHz(uint32_t onTime) { return onTime * 12.0 / 2000.0 / 8e-9 / 1e6; }
 
 // ---- image source and picture ----------------------------------------------
 
-TEST_F(CamSim, SourcePatternOffsetRollAndTriggerModeWriteTheirPortsDesignValues)
-{
+TEST_F(CamSim, SourcePatternOffsetRollAndTriggerModeWriteTheirPortsDesignValues) {
     struct Case {
         int id;
         uint32_t v;
@@ -81,15 +84,21 @@ TEST_F(CamSim, SourcePatternOffsetRollAndTriggerModeWriteTheirPortsDesignValues)
     const Case cases[] = {
         {FG_CAMERASIMULATOR_ENABLE, 1, {{"Enable_SelectSource", 1}}},
         {FG_CAMERASIMULATOR_ENABLE, 0, {{"Enable_SelectSource", 0}}},
-        {FG_CAMERASIMULATOR_PATTERN, 1, {{"EnableX_Enable_Value", 1}, {"Y_Divisor", 1}}},  // horizontal
+        {FG_CAMERASIMULATOR_PATTERN, 1, {{"EnableX_Enable_Value", 1}, {"Y_Divisor", 1}}},    // horizontal
         {FG_CAMERASIMULATOR_PATTERN, 2, {{"EnableX_Enable_Value", 0}, {"Y_Divisor", 256}}},  // vertical
         {FG_CAMERASIMULATOR_PATTERN, 3, {{"EnableX_Enable_Value", 1}, {"Y_Divisor", 256}}},  // diagonal
         {FG_CAMERASIMULATOR_PATTERN_OFFSET, 255, {{"Offset_Value", 255}}},
         {FG_CAMERASIMULATOR_ROLL, 0, {{"Frame_Divisor", 1}}},
         {FG_CAMERASIMULATOR_ROLL, 1, {{"Frame_Divisor", 256}}},
-        {FG_CAMERASIMULATOR_TRIGGER_MODE, 8, {{"TriggerValve_FreeRun_Select", 0}, {"TriggerValve_TriggerValve_Mode", 1}}},
-        {FG_CAMERASIMULATOR_TRIGGER_MODE, 9, {{"TriggerValve_FreeRun_Select", 0}, {"TriggerValve_TriggerValve_Mode", 2}}},
-        {FG_CAMERASIMULATOR_TRIGGER_MODE, 0, {{"TriggerValve_FreeRun_Select", 1}, {"TriggerValve_TriggerValve_Mode", 2}}},
+        {FG_CAMERASIMULATOR_TRIGGER_MODE,
+         8,
+         {{"TriggerValve_FreeRun_Select", 0}, {"TriggerValve_TriggerValve_Mode", 1}}},
+        {FG_CAMERASIMULATOR_TRIGGER_MODE,
+         9,
+         {{"TriggerValve_FreeRun_Select", 0}, {"TriggerValve_TriggerValve_Mode", 2}}},
+        {FG_CAMERASIMULATOR_TRIGGER_MODE,
+         0,
+         {{"TriggerValve_FreeRun_Select", 1}, {"TriggerValve_TriggerValve_Mode", 2}}},
     };
     for (int port = 0; port < 2; ++port)
         for (const Case& c : cases) {
@@ -100,8 +109,7 @@ TEST_F(CamSim, SourcePatternOffsetRollAndTriggerModeWriteTheirPortsDesignValues)
         }
 }
 
-TEST_F(CamSim, RefusedPictureValuesAndReadOnlyGatingKeepEverything)
-{
+TEST_F(CamSim, RefusedPictureValuesAndReadOnlyGatingKeepEverything) {
     expectRejects(b, {{FG_CAMERASIMULATOR_ENABLE, 1, {2}},
                       {FG_CAMERASIMULATOR_PATTERN, 2, {0, 4}},
                       {FG_CAMERASIMULATOR_PATTERN_OFFSET, 17, {256}},
@@ -115,8 +123,7 @@ TEST_F(CamSim, RefusedPictureValuesAndReadOnlyGatingKeepEverything)
 
 // ---- speed mode ----------------------------------------------------------------
 
-TEST_F(CamSim, SpeedModeSetsTheAccessFlagsOfItsPortOnly)
-{
+TEST_F(CamSim, SpeedModeSetsTheAccessFlagsOfItsPortOnly) {
     const std::vector<int> catalogued = {kReadWrite, kReadWrite, kReadWrite, kReadWrite, kReadWrite};
     ASSERT_EQ(catalogued, speedFlags(0));
     ASSERT_EQ(catalogued, speedFlags(1));
@@ -136,8 +143,7 @@ TEST_F(CamSim, SpeedModeSetsTheAccessFlagsOfItsPortOnly)
     EXPECT_EQ((std::vector<int>{kReadOnly, kReadOnly, kReadWrite, kReadOnly, kReadOnly}), speedFlags(1));
 }
 
-TEST_F(CamSim, PixelFrequencyModeProgramsGeometryAndTheCachedFrequency)
-{
+TEST_F(CamSim, PixelFrequencyModeProgramsGeometryAndTheCachedFrequency) {
     // Width 1024 of start-up becomes 1032, 86 clocks of 12 pixels; 40 MHz
     // is 53 active clocks of 2000, divisor 2000 / 53 = 37.
     const std::vector<Write> expected =
@@ -162,8 +168,7 @@ TEST_F(CamSim, PixelFrequencyModeProgramsGeometryAndTheCachedFrequency)
     EXPECT_EQ(65536u - 1024u, uintMax(b, FG_CAMERASIMULATOR_FRAME_GAP, 1));
 }
 
-TEST_F(CamSim, FrameRateModeAppliesTheFrameRateOfStartUp)
-{
+TEST_F(CamSim, FrameRateModeAppliesTheFrameRateOfStartUp) {
     // 10 Hz at 1024 lines: 1 / (10 * 8 ns) / 1024 = 12207.03 clocks per line.
     const std::vector<Write> expected = cat({{w(1, "ControlPixelClock_Mode", 1)},
                                              widthWrites(1, 1032, 0),
@@ -182,8 +187,7 @@ TEST_F(CamSim, FrameRateModeAppliesTheFrameRateOfStartUp)
     EXPECT_EQ(65536u, uintMax(b, FG_CAMERASIMULATOR_HEIGHT, 1));
 }
 
-TEST_F(CamSim, GapsReadZeroWhereTheModeIgnoresThemAndComeBackInPixelFrequencyMode)
-{
+TEST_F(CamSim, GapsReadZeroWhereTheModeIgnoresThemAndComeBackInPixelFrequencyMode) {
     mode(0);
     put(FG_CAMERASIMULATOR_LINE_GAP, 100);  // 108 in use
     put(FG_CAMERASIMULATOR_FRAME_GAP, 50);
@@ -198,9 +202,8 @@ TEST_F(CamSim, GapsReadZeroWhereTheModeIgnoresThemAndComeBackInPixelFrequencyMod
     EXPECT_EQ(1024u, b.designU32(dp(0, "CameraSimulator_Size_ImageHeight").c_str()));
 
     // Back in mode 0 the requested gaps are programmed again.
-    const std::vector<Write> restore = cat({{w(0, "ControlPixelClock_Mode", 0)},
-                                            widthWrites(0, 1032, 108),
-                                            heightWrites(0, 1024, 50)});
+    const std::vector<Write> restore =
+        cat({{w(0, "ControlPixelClock_Mode", 0)}, widthWrites(0, 1032, 108), heightWrites(0, 1024, 50)});
     std::vector<Write> got = writesOf(b, FG_CAMERASIMULATOR_SELECT_MODE, 0);
     ASSERT_GE(got.size(), restore.size());
     EXPECT_EQ(restore, std::vector<Write>(got.begin(), got.begin() + restore.size()));
@@ -221,8 +224,7 @@ TEST_F(CamSim, GapsReadZeroWhereTheModeIgnoresThemAndComeBackInPixelFrequencyMod
 
 // ---- pixel frequency ------------------------------------------------------------
 
-TEST_F(CamSim, PixelFrequencyProgramsOnTimeAndDivisor)
-{
+TEST_F(CamSim, PixelFrequencyProgramsOnTimeAndDivisor) {
     mode(0, 1);
     struct Case {
         double mhz;
@@ -241,8 +243,7 @@ TEST_F(CamSim, PixelFrequencyProgramsOnTimeAndDivisor)
     EXPECT_EQ(1500.0, doubleMax(b, FG_CAMERASIMULATOR_PIXEL_FREQUENCY, 1));
 }
 
-TEST_F(CamSim, PixelFrequencyWithoutAnActiveClockOrOutOfRangeIsRefused)
-{
+TEST_F(CamSim, PixelFrequencyWithoutAnActiveClockOrOutOfRangeIsRefused) {
     mode(0);
     for (double v : {-0.5, 0.0, 0.3, 0.37, 4000.001, std::numeric_limits<double>::quiet_NaN(),
                      std::numeric_limits<double>::infinity()})
@@ -254,8 +255,7 @@ TEST_F(CamSim, PixelFrequencyWithoutAnActiveClockOrOutOfRangeIsRefused)
     EXPECT_EQ(53u, b.u32(FG_CAMERASIMULATOR_ACTIVE));
 }
 
-TEST_F(CamSim, OutsidePixelFrequencyModeTheFrequencyReadsFullSpeedAndGatingIsNotReported)
-{
+TEST_F(CamSim, OutsidePixelFrequencyModeTheFrequencyReadsFullSpeedAndGatingIsNotReported) {
     mode(1);
     b.clearLog();
     EXPECT_EQ(1500.0, b.dbl(FG_CAMERASIMULATOR_PIXEL_FREQUENCY));
@@ -275,8 +275,7 @@ TEST_F(CamSim, OutsidePixelFrequencyModeTheFrequencyReadsFullSpeedAndGatingIsNot
     EXPECT_EQ(1500.0, b.dbl(FG_CAMERASIMULATOR_PIXEL_FREQUENCY));
 }
 
-TEST_F(CamSim, FrameRateModeStartsAtTheFrameRateLastProgrammed)
-{
+TEST_F(CamSim, FrameRateModeStartsAtTheFrameRateLastProgrammed) {
     // Pixel frequency 40 MHz over 1200 x 1000 pixels: 33.125 frames per second.
     mode(0);
     put(FG_CAMERASIMULATOR_WIDTH, 1200);
@@ -308,8 +307,7 @@ TEST_F(CamSim, FrameRateModeStartsAtTheFrameRateLastProgrammed)
 
 // ---- line rate -------------------------------------------------------------------
 
-TEST_F(CamSim, LineRateLimitsAtTheStartUpWidth)
-{
+TEST_F(CamSim, LineRateLimitsAtTheStartUpWidth) {
     // Width 1024 in use: at most 1.5e9 / (1024 + 12) = 1447876.4 lines per second.
     const double top = 1.5e9 / 1036;
     for (double v : {0.09, 0.0999, 1447877.0, std::nextafter(top, 2e6), std::numeric_limits<double>::quiet_NaN()})
@@ -324,8 +322,7 @@ TEST_F(CamSim, LineRateLimitsAtTheStartUpWidth)
               writesOfD(b, FG_CAMERASIMULATOR_LINERATE, 0.1));
 }
 
-TEST_F(CamSim, UnprogrammedClocksPerLineLeaveTheGeometryBounds)
-{
+TEST_F(CamSim, UnprogrammedClocksPerLineLeaveTheGeometryBounds) {
     // Start-up caches mode 1 without programming a line: the design holds 0
     // clocks per line, the rate is infinite and max_pf / rate - 12 negative.
     // The geometry bounds decide then.
@@ -335,8 +332,7 @@ TEST_F(CamSim, UnprogrammedClocksPerLineLeaveTheGeometryBounds)
     EXPECT_EQ(0u, b.u32(FG_CAMERASIMULATOR_LINE_GAP, 1));
 }
 
-TEST_F(CamSim, VerySlowLineRateLeavesTheGeometryBounds)
-{
+TEST_F(CamSim, VerySlowLineRateLeavesTheGeometryBounds) {
     mode(1);
     // 357913943 clocks per line: 12 pixels per clock make more than 2^32
     // pixels, which does not shrink the width maximum below 65536.
@@ -350,8 +346,7 @@ TEST_F(CamSim, VerySlowLineRateLeavesTheGeometryBounds)
     EXPECT_EQ(65532u, b.u32(FG_CAMERASIMULATOR_WIDTH));
 }
 
-TEST_F(CamSim, FastLineRateNarrowsWidthAndLineGap)
-{
+TEST_F(CamSim, FastLineRateNarrowsWidthAndLineGap) {
     mode(1, 1);
     // 100 kHz: 1250 clocks, 15000 pixels per line.
     putD(FG_CAMERASIMULATOR_LINERATE, 100000.0, 1);
@@ -375,8 +370,7 @@ TEST_F(CamSim, FastLineRateNarrowsWidthAndLineGap)
 
 // ---- frame rate ------------------------------------------------------------------
 
-TEST_F(CamSim, FrameRateProgramsClocksPerLineAndNarrowsWidthAndHeight)
-{
+TEST_F(CamSim, FrameRateProgramsClocksPerLineAndNarrowsWidthAndHeight) {
     mode(2);
     const double top = 1.5e9 / double(1044u * 1024u);
     for (double v : {0.09, std::nextafter(top, 1e9), std::numeric_limits<double>::quiet_NaN()})
@@ -402,8 +396,7 @@ TEST_F(CamSim, FrameRateProgramsClocksPerLineAndNarrowsWidthAndHeight)
 
 // ---- geometry --------------------------------------------------------------------
 
-TEST_F(CamSim, WidthAndLineGapAreRoundedUpToTwelvePixels)
-{
+TEST_F(CamSim, WidthAndLineGapAreRoundedUpToTwelvePixels) {
     mode(0, 1);
     EXPECT_EQ(widthWrites(1, 1032, 24), writesOf(b, FG_CAMERASIMULATOR_LINE_GAP, 20, 1));
     EXPECT_EQ(24u, b.u32(FG_CAMERASIMULATOR_LINE_GAP, 1));
@@ -421,8 +414,7 @@ TEST_F(CamSim, WidthAndLineGapAreRoundedUpToTwelvePixels)
     EXPECT_EQ(widthWrites(1, 1200, 24), writesOf(b, FG_CAMERASIMULATOR_WIDTH, 1200, 1));
 }
 
-TEST_F(CamSim, WidthPlusLineGapStaysWithin65536)
-{
+TEST_F(CamSim, WidthPlusLineGapStaysWithin65536) {
     mode(0);
     put(FG_CAMERASIMULATOR_LINE_GAP, 24);
     expectRejected(b, FG_CAMERASIMULATOR_WIDTH, 65513);
@@ -440,8 +432,7 @@ TEST_F(CamSim, WidthPlusLineGapStaysWithin65536)
     EXPECT_EQ(widthWrites(0, 65532, 0), writesOf(b, FG_CAMERASIMULATOR_WIDTH, 65532));
 }
 
-TEST_F(CamSim, HeightPlusFrameGapStaysWithin65536)
-{
+TEST_F(CamSim, HeightPlusFrameGapStaysWithin65536) {
     mode(0, 1);
     EXPECT_EQ(heightWrites(1, 1024, 100), writesOf(b, FG_CAMERASIMULATOR_FRAME_GAP, 100, 1));
     EXPECT_EQ(65436u, uintMax(b, FG_CAMERASIMULATOR_HEIGHT, 1));
@@ -458,8 +449,7 @@ TEST_F(CamSim, HeightPlusFrameGapStaysWithin65536)
 
 // ---- failing design accesses ----------------------------------------------------
 
-TEST_F(CamSim, FailingWriteRestoresOnlyTheSettersCachedValue)
-{
+TEST_F(CamSim, FailingWriteRestoresOnlyTheSettersCachedValue) {
     QORdevice* dev = b.dev();
 
     // Pattern: EnableX is written, the divisor fails, the pattern stays 3.
@@ -515,8 +505,7 @@ TEST_F(CamSim, FailingWriteRestoresOnlyTheSettersCachedValue)
     EXPECT_EQ(12207u, clocks());
 }
 
-TEST_F(CamSim, FailingRateReadFailsWhatNeedsTheRateAndSkipsRangeUpdates)
-{
+TEST_F(CamSim, FailingRateReadFailsWhatNeedsTheRateAndSkipsRangeUpdates) {
     QORdevice* dev = b.dev();
     mode(1, 1);
     putD(FG_CAMERASIMULATOR_LINERATE, 100000.0, 1);

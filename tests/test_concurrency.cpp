@@ -130,8 +130,8 @@ void writer(BoardRun& run, int port) {
                 // period, a simulator geometry the rate does not allow).
                 run.refused++;
             } else {
-                run.fail("write " + std::to_string(w.id) + " port " + std::to_string(port) + " = " +
-                         std::to_string(v) + ": " + std::to_string(rc));
+                run.fail("write " + std::to_string(w.id) + " port " + std::to_string(port) + " = " + std::to_string(v) +
+                         ": " + std::to_string(rc));
             }
         }
         // Single table entries between the rounds.
@@ -152,8 +152,9 @@ void reader(BoardRun& run) {
         for (int port = 0; port < 2; ++port)
             for (int id : run.readable) {
                 const int rc = typedRead(*run.board, id, port);
-                if (rc != 0) run.fail("read " + std::to_string(id) + " port " + std::to_string(port) + ": " +
-                                      std::to_string(rc));
+                if (rc != 0)
+                    run.fail("read " + std::to_string(id) + " port " + std::to_string(port) + ": " +
+                             std::to_string(rc));
             }
 }
 
@@ -165,7 +166,8 @@ void errorStoreAndEnumeration(BoardRun& run) {
         for (int i = 0; i < n; ++i) {
             const char* name = Fg_getParameterName(fg, i);
             const int id = Fg_getParameterId(fg, i);
-            if (name == nullptr || Fg_getParameterIdByName(fg, name) != id) run.fail("enumeration " + std::to_string(i));
+            if (name == nullptr || Fg_getParameterIdByName(fg, name) != id)
+                run.fail("enumeration " + std::to_string(i));
             (void)Fg_getLastErrorNumber(fg);
         }
         if (Fg_getParameterIdByName(fg, "NO_SUCH_PARAMETER") >= 0) run.fail("unknown name found");

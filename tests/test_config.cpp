@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "board_fixture.h"
-#include "test_files.h"
 #include "board_snapshot.h"
+#include "test_files.h"
 
 namespace {
 
@@ -23,10 +23,10 @@ using orvtest::readFile;
 using orvtest::writeFile;
 
 using orvtest::Board;
-using orvtest::dp;
-using orvtest::Snapshot;
 using orvtest::boardSnapshot;
 using orvtest::differences;
+using orvtest::dp;
+using orvtest::Snapshot;
 
 const int kFileNotFound = -2076;
 const int kLoadFailed = -5000;
@@ -203,8 +203,8 @@ std::map<std::string, std::string> designState(Board& b) {
         }
         state[name] = v.str();
     };
-#define DESIGN_PARAM_PORT(NAME, KIND, COUNT, ACCESS)      \
-    add("Device1_Process0_" #NAME, #KIND, COUNT);         \
+#define DESIGN_PARAM_PORT(NAME, KIND, COUNT, ACCESS) \
+    add("Device1_Process0_" #NAME, #KIND, COUNT);    \
     add("Device1_Process1_" #NAME, #KIND, COUNT);
 #define DESIGN_PARAM_BOARD(NAME, KIND, COUNT, ACCESS) add("Device1_Process0_" #NAME, #KIND, COUNT);
 #define DESIGN_PARAM_SHARED(NAME, KIND, COUNT, ACCESS) add("Device1_Process2_" #NAME, #KIND, COUNT);
@@ -251,7 +251,7 @@ TEST(ConfigSave, SimulatorValuesFollowTheSelectModeAndLiveValuesAreReadAtSaveTim
     // Port A in pixel-frequency mode: 300 MHz is an on time of 400 clocks of 2000.
     ASSERT_EQ(0, b.set(FG_CAMERASIMULATOR_SELECT_MODE, 0, 0));
     ASSERT_EQ(0, b.setD(FG_CAMERASIMULATOR_PIXEL_FREQUENCY, 300.0, 0));
-    ASSERT_EQ(0, b.set(FG_CAMERASIMULATOR_WIDTH, 1000, 0));  // 1008 in use
+    ASSERT_EQ(0, b.set(FG_CAMERASIMULATOR_WIDTH, 1000, 0));   // 1008 in use
     ASSERT_EQ(0, b.set(FG_CAMERASIMULATOR_LINE_GAP, 20, 0));  // 24 in use
     ASSERT_EQ(0, b.set(FG_CAMERASIMULATOR_FRAME_GAP, 5, 0));
     // Port B in frame-rate mode with gaps asked for in pixel-frequency mode before.
@@ -320,8 +320,8 @@ TEST(ConfigSave, AKeyWhoseValueCannotBeReadIsLeftOut) {
 
     // Port A loses every value computed from the on time, both ports the input.
     const std::set<std::string> goneA = {"FG_CAMERASIMULATOR_PIXEL_FREQUENCY", "FG_CAMERASIMULATOR_LINERATE",
-                                         "FG_CAMERASIMULATOR_FRAMERATE", "FG_CAMERASIMULATOR_ACTIVE",
-                                         "FG_CAMERASIMULATOR_PASSIVE", "FG_DIGIO_INPUT"};
+                                         "FG_CAMERASIMULATOR_FRAMERATE",       "FG_CAMERASIMULATOR_ACTIVE",
+                                         "FG_CAMERASIMULATOR_PASSIVE",         "FG_DIGIO_INPUT"};
     for (const KeyValue& kv : kStartSection) {
         const bool inA = !keyLine(text, "[Port A]", kv.key).empty();
         const bool inB = !keyLine(text, "[Port B]", kv.key).empty();
@@ -361,39 +361,67 @@ struct Setting {
     bool isDouble = false;
 };
 const Setting kBefore[] = {
-    {FG_PIXELFORMAT, {258, 259}},       {FG_CXP_TRIGGER_PACKET_MODE, {1, 1}},
-    {FG_TIMEOUT, {5000, 5001}},         {FG_IMG_SELECT_PERIOD, {4, 5}},
-    {FG_IMG_SELECT, {2, 3}},            {FG_FORMAT, {21, 1}},
-    {FG_BITALIGNMENT, {0, 0}},          {FG_WIDTH, {1536, 1552}},
-    {FG_XOFFSET, {32, 48}},             {FG_HEIGHT, {500, 501}},
-    {FG_YOFFSET, {7, 8}},               {FG_REVERSE_X, {1, 1}},
-    {FG_CAMERASIMULATOR_ENABLE, {1, 1}}, {FG_CAMERASIMULATOR_PATTERN, {2, 1}},
-    {FG_CAMERASIMULATOR_PATTERN_OFFSET, {55, 56}}, {FG_CAMERASIMULATOR_ROLL, {0, 0}},
-    {FG_CAMERASIMULATOR_TRIGGER_MODE, {8, 9}},     {FG_CAMERASIMULATOR_SELECT_MODE, {0, 0}},
-    {FG_CAMERASIMULATOR_PIXEL_FREQUENCY, {300.0, kNot}, true}, {FG_CAMERASIMULATOR_LINE_GAP, {24, kNot}},
-    {FG_CAMERASIMULATOR_HEIGHT, {777, kNot}},      {FG_CAMERASIMULATOR_FRAME_GAP, {5, 9}},
-    {FG_CAMERASIMULATOR_HEIGHT, {kNot, 600}},      {FG_CAMERASIMULATOR_SELECT_MODE, {kNot, 1}},
-    {FG_CAMERASIMULATOR_LINERATE, {kNot, 5000.0}, true}, {FG_PROCESSING_OFFSET, {0.1, kNot}, true},
-    {FG_PROCESSING_GAIN, {1.5, 2.0}, true},        {FG_PROCESSING_GAMMA, {0.8, kNot}, true},
+    {FG_PIXELFORMAT, {258, 259}},
+    {FG_CXP_TRIGGER_PACKET_MODE, {1, 1}},
+    {FG_TIMEOUT, {5000, 5001}},
+    {FG_IMG_SELECT_PERIOD, {4, 5}},
+    {FG_IMG_SELECT, {2, 3}},
+    {FG_FORMAT, {21, 1}},
+    {FG_BITALIGNMENT, {0, 0}},
+    {FG_WIDTH, {1536, 1552}},
+    {FG_XOFFSET, {32, 48}},
+    {FG_HEIGHT, {500, 501}},
+    {FG_YOFFSET, {7, 8}},
+    {FG_REVERSE_X, {1, 1}},
+    {FG_CAMERASIMULATOR_ENABLE, {1, 1}},
+    {FG_CAMERASIMULATOR_PATTERN, {2, 1}},
+    {FG_CAMERASIMULATOR_PATTERN_OFFSET, {55, 56}},
+    {FG_CAMERASIMULATOR_ROLL, {0, 0}},
+    {FG_CAMERASIMULATOR_TRIGGER_MODE, {8, 9}},
+    {FG_CAMERASIMULATOR_SELECT_MODE, {0, 0}},
+    {FG_CAMERASIMULATOR_PIXEL_FREQUENCY, {300.0, kNot}, true},
+    {FG_CAMERASIMULATOR_LINE_GAP, {24, kNot}},
+    {FG_CAMERASIMULATOR_HEIGHT, {777, kNot}},
+    {FG_CAMERASIMULATOR_FRAME_GAP, {5, 9}},
+    {FG_CAMERASIMULATOR_HEIGHT, {kNot, 600}},
+    {FG_CAMERASIMULATOR_SELECT_MODE, {kNot, 1}},
+    {FG_CAMERASIMULATOR_LINERATE, {kNot, 5000.0}, true},
+    {FG_PROCESSING_OFFSET, {0.1, kNot}, true},
+    {FG_PROCESSING_GAIN, {1.5, 2.0}, true},
+    {FG_PROCESSING_GAMMA, {0.8, kNot}, true},
     {FG_PROCESSING_INVERT, {1, kNot}},
 };
 const Setting kAfter[] = {
     // Only cached in user-file mode: the table stays the file's.
     {FG_PROCESSING_GAMMA, {kNot, 0.5}, true},
-    {FG_LINETRIGGERMODE, {2, 5}},                  {FG_EXSYNCON, {0, 0}},
-    {FG_LINETRIGGERINSRC, {3, 4}},                 {FG_LINETRIGGERINPOLARITY, {1, 1}},
-    {FG_LINETRIGGERDEBOUNCING, {1.024, 1.024 + 0.008}, true}, {FG_LINE_DOWNSCALE, {3, 4}},
-    {FG_LINE_DOWNSCALEINIT, {2, 3}},               {FG_SHAFTENCODERON, {1, 1}},
-    {FG_SHAFTENCODERMODE, {2, 3}},                 {FG_SHAFTENCODERINSRC, {4, 5}},
-    {FG_SHAFTENCODERLEADING, {1, 1}},              {FG_SHAFTENCODER_COMPENSATION_ENABLE, {0, 0}},
-    {FG_SHAFTENCODER_COMPENSATION_COUNT, {77, 78}}, {FG_LINEPERIODE, {100.0, 101.0}, true},
-    {FG_LINEEXPOSURE, {10.0, 11.0}, true},         {FG_EXSYNCPOLARITY, {0, 0}},
-    {FG_LINETRIGGERDELAY, {2.0, 3.0}, true},       {FG_IMGTRIGGER_ASYNC_HEIGHT, {2000, 2001}},
-    {FG_IMGTRIGGERMODE, {2, 8}},                   {FG_IMGTRIGGERON, {0, 0}},
-    {FG_FLASHON, {0, 0}},                          {FG_IMGTRIGGERINSRC, {kSoftwareTrigger, 6}},
-    {FG_IMGTRIGGERINPOLARITY, {1, 1}},             {FG_IMGTRIGGERGATEDELAY, {3, 4}},
-    {FG_IMGTRIGGERDEBOUNCING, {0.504, 0.504 + 0.008}, true}, {FG_FLASH_POLARITY, {0, 0}},
-    {FG_STROBEPULSEDELAY, {4, 5}},                 {FG_SETSOFTWARETRIGGER, {1, 1}},
+    {FG_LINETRIGGERMODE, {2, 5}},
+    {FG_EXSYNCON, {0, 0}},
+    {FG_LINETRIGGERINSRC, {3, 4}},
+    {FG_LINETRIGGERINPOLARITY, {1, 1}},
+    {FG_LINETRIGGERDEBOUNCING, {1.024, 1.024 + 0.008}, true},
+    {FG_LINE_DOWNSCALE, {3, 4}},
+    {FG_LINE_DOWNSCALEINIT, {2, 3}},
+    {FG_SHAFTENCODERON, {1, 1}},
+    {FG_SHAFTENCODERMODE, {2, 3}},
+    {FG_SHAFTENCODERINSRC, {4, 5}},
+    {FG_SHAFTENCODERLEADING, {1, 1}},
+    {FG_SHAFTENCODER_COMPENSATION_ENABLE, {0, 0}},
+    {FG_SHAFTENCODER_COMPENSATION_COUNT, {77, 78}},
+    {FG_LINEPERIODE, {100.0, 101.0}, true},
+    {FG_LINEEXPOSURE, {10.0, 11.0}, true},
+    {FG_EXSYNCPOLARITY, {0, 0}},
+    {FG_LINETRIGGERDELAY, {2.0, 3.0}, true},
+    {FG_IMGTRIGGER_ASYNC_HEIGHT, {2000, 2001}},
+    {FG_IMGTRIGGERMODE, {2, 8}},
+    {FG_IMGTRIGGERON, {0, 0}},
+    {FG_FLASHON, {0, 0}},
+    {FG_IMGTRIGGERINSRC, {kSoftwareTrigger, 6}},
+    {FG_IMGTRIGGERINPOLARITY, {1, 1}},
+    {FG_IMGTRIGGERGATEDELAY, {3, 4}},
+    {FG_IMGTRIGGERDEBOUNCING, {0.504, 0.504 + 0.008}, true},
+    {FG_FLASH_POLARITY, {0, 0}},
+    {FG_STROBEPULSEDELAY, {4, 5}},
+    {FG_SETSOFTWARETRIGGER, {1, 1}},
     {FG_DIGIO_OUTPUT, {1, 2}},
 };
 

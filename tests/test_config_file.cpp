@@ -26,7 +26,9 @@ protected:
 };
 
 int lookup(Fg_ConfigFileParser& p, int port, const char* key, int* v) { return p.parseIntKeySection(port, key, v); }
-int lookup(Fg_ConfigFileParser& p, int port, const char* key, double* v) { return p.parseDoubleKeySection(port, key, v); }
+int lookup(Fg_ConfigFileParser& p, int port, const char* key, double* v) {
+    return p.parseDoubleKeySection(port, key, v);
+}
 int lookup(Fg_ConfigFileParser& p, int port, const char* key, std::uint64_t* v) {
     return p.parseUInt64KeySection(port, key, v);
 }
@@ -122,9 +124,10 @@ TEST_F(ConfigFile, SaveFileNeedsTheTypeAndACreatableFile) {
     EXPECT_FALSE(parser.setSaveFile(path("camera.txt").c_str()));
     EXPECT_FALSE(parser.setSaveFile(path("no/such/dir/camera.mcf").c_str()));
     EXPECT_FALSE(parser.isOpen());
-    EXPECT_EQ("korvaneIV::Error >> Config File is Invalid;\n"
-              "korvaneIV::Error >> Config File: fopen failed;\n",
-              log.text());
+    EXPECT_EQ(
+        "korvaneIV::Error >> Config File is Invalid;\n"
+        "korvaneIV::Error >> Config File: fopen failed;\n",
+        log.text());
     const std::string p = write("old.mcf", "old content\n");
     EXPECT_TRUE(parser.setSaveFile(p.c_str()));
     EXPECT_EQ("old content\n", read(p)) << "replaced only when the save is finished";
@@ -151,23 +154,24 @@ TEST_F(ConfigFile, WrittenFormsByteForByteOnceTheParserEnds) {
         const struct {
             const char* key;
             double value;
-        } doubles[] = {{"D200", 200.0}, {"D0112", 0.112},   {"DTHIRD", 1.0 / 3.0}, {"D01", 0.1},
-                       {"D1E5", 1e-05}, {"D10240", 10240.0}, {"DNEG", -0.5},       {"DLARGE", 123456789012345.0}};
+        } doubles[] = {{"D200", 200.0}, {"D0112", 0.112},    {"DTHIRD", 1.0 / 3.0}, {"D01", 0.1},
+                       {"D1E5", 1e-05}, {"D10240", 10240.0}, {"DNEG", -0.5},        {"DLARGE", 123456789012345.0}};
         for (const auto& d : doubles) parser.writeConfigFileDoubleKey(d.key, d.value);
         parser.writeConfigFile("FG_LUT_CUSTOM_FILE", "");
         parser.writeConfigFileValue("RAW", "x y");
         parser.writeConfigFilePortB();
         parser.writeConfigFileByPort(1);
     }
-    EXPECT_EQ("[Kamerasektion]\n\nConfigFileVersion=2.0;\nHersteller='Tervik';\nAktivePort=0;\n"
-              "\n[Port A]\n"
-              "FG_WIDTH=1024;\nFG_IMGTRIGGERINSRC=-1;\nMIN=-2147483648;\nBIG=18446744073709551615;\n"
-              "D200=200;\nD0112=0.112;\nDTHIRD=0.333333333333;\nD01=0.1;\nD1E5=1e-05;\nD10240=10240;\n"
-              "DNEG=-0.5;\nDLARGE=1.23456789012e+14;\n"
-              "FG_LUT_CUSTOM_FILE='';\nRAW=x y;\n"
-              "\n[Port B]\n"
-              "\n[Port B]\n",
-              read(p));
+    EXPECT_EQ(
+        "[Kamerasektion]\n\nConfigFileVersion=2.0;\nHersteller='Tervik';\nAktivePort=0;\n"
+        "\n[Port A]\n"
+        "FG_WIDTH=1024;\nFG_IMGTRIGGERINSRC=-1;\nMIN=-2147483648;\nBIG=18446744073709551615;\n"
+        "D200=200;\nD0112=0.112;\nDTHIRD=0.333333333333;\nD01=0.1;\nD1E5=1e-05;\nD10240=10240;\n"
+        "DNEG=-0.5;\nDLARGE=1.23456789012e+14;\n"
+        "FG_LUT_CUSTOM_FILE='';\nRAW=x y;\n"
+        "\n[Port B]\n"
+        "\n[Port B]\n",
+        read(p));
 }
 
 TEST_F(ConfigFile, WritingWithoutAFileDoesNothing) {
@@ -192,8 +196,9 @@ TEST_F(ConfigFile, KeyMustBeFollowedByTheEqualsSign) {
 }
 
 TEST_F(ConfigFile, SectionIsFoundAnywhereInALineAndTheLookupRunsOnPastTheNextSection) {
-    auto parser = open("[Kamerasektion]\nFG_ONLY_HEADER=1;\n[Port A]\nFG_WIDTH=1024;\n# copy of [Port B] settings\n"
-                       "FG_WIDTH=2048;\nFG_HEIGHT=77;\n");
+    auto parser = open(
+        "[Kamerasektion]\nFG_ONLY_HEADER=1;\n[Port A]\nFG_WIDTH=1024;\n# copy of [Port B] settings\n"
+        "FG_WIDTH=2048;\nFG_HEIGHT=77;\n");
     EXPECT_EQ("77", value(*parser, 0, "FG_HEIGHT")) << "Port A lacks the key: Port B's value is found";
     EXPECT_EQ("2048", value(*parser, 1, "FG_WIDTH")) << "the search starts after the section line";
     EXPECT_EQ("2048", value<std::uint64_t>(*parser, 1, "FG_WIDTH"));
@@ -205,12 +210,13 @@ TEST_F(ConfigFile, SectionIsFoundAnywhereInALineAndTheLookupRunsOnPastTheNextSec
 }
 
 TEST_F(ConfigFile, ValueDelimiters) {
-    auto parser = open("[Port A]\nEMPTY=;\nQUOTED='abc';\nEMPTYTEXT='';\nSTOPS='a=b;c';\nSPACE='a b';\nNOSEMI=12\n"
-                       "BARE=\nLEAD==;'x;\nNUMTEXT=abc;\nERR='No Error here';\n");
+    auto parser = open(
+        "[Port A]\nEMPTY=;\nQUOTED='abc';\nEMPTYTEXT='';\nSTOPS='a=b;c';\nSPACE='a b';\nNOSEMI=12\n"
+        "BARE=\nLEAD==;'x;\nNUMTEXT=abc;\nERR='No Error here';\n");
     const struct {
         const char* key;
         const char* text;
-    } texts[] = {{"EMPTY", ""},  {"QUOTED", "abc"}, {"EMPTYTEXT", ""}, {"STOPS", "a"},
+    } texts[] = {{"EMPTY", ""},    {"QUOTED", "abc"}, {"EMPTYTEXT", ""}, {"STOPS", "a"},
                  {"SPACE", "a b"}, {"NOSEMI", "12"},  {"BARE", ""},      {"LEAD", "x"}};
     for (const auto& c : texts) EXPECT_EQ(c.text, text(*parser, 0, c.key)) << c.key;
     EXPECT_EQ("0", value(*parser, 0, "EMPTY"));
@@ -287,7 +293,11 @@ TEST(ConfigConversion, IntegerUnsignedAndDoubleRules) {
     const struct {
         const char* text;
         int value;
-    } ints[] = {{"  -12abc", -12}, {"+7", 7},          {"abc", 0}, {"", 0}, {"4294967295", 2147483647},
+    } ints[] = {{"  -12abc", -12},
+                {"+7", 7},
+                {"abc", 0},
+                {"", 0},
+                {"4294967295", 2147483647},
                 {"-99999999999", -2147483647 - 1}};
     for (const auto& c : ints) {
         int v = 1;

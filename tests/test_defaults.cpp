@@ -75,7 +75,8 @@ TEST(Defaults, PortOneRepeatsPortZeroAfterIt) {
     std::vector<PortWrite> port0, port1;
     for (const SimLogEntry& e : log) {
         ASSERT_LT(e.dma, 2u) << e.name;
-        if (e.dma == 1) port1.push_back(portWrite(e));
+        if (e.dma == 1)
+            port1.push_back(portWrite(e));
         else {
             EXPECT_TRUE(port1.empty()) << "a port-0 write after port 1 began: " << e.name;
             port0.push_back(portWrite(e));

@@ -16,6 +16,7 @@ namespace {
 
 // The applet's own exports, taken from its library (the test process also has
 // the host runtime's same-named application entry points).
+// clang-format off
 #define APPLET_EXPORTS(X)                                                                                   \
     X(std_entry, Std_entry) X(free_grabber, Fg_FreeGrabber) X(last_error, Fg_getLastErrorNumber)            \
     X(set, Fg_setParameterWithType) X(get, Fg_getParameterWithType) X(acquire, Fg_AcquireEx)                \
@@ -28,6 +29,7 @@ namespace {
     X(free_shading, Fg_FreeShading) X(shad_sub, Shad_SetSubValueLine) X(shad_mult, Shad_SetMultValueLine)   \
     X(shad_fpn, Shad_SetFixedPatternNoiseLine) X(shad_max, Shad_GetMaxLine) X(shad_get, Shad_GetAccess)     \
     X(shad_free, Shad_FreeAccess) X(shad_write, Shad_WriteActLine)
+// clang-format on
 
 struct Exports {
     explicit Exports(const AppletLibrary& l) : lib(l) {}
@@ -206,8 +208,8 @@ TEST(Symbols, OnlyCEntryPointsAreExported) {
         name.erase(name.find_last_not_of("\n") + 1);
         ++symbols;
         EXPECT_EQ(std::string::npos, name.find("_Z")) << "C++ symbol exported: " << name;
-        EXPECT_TRUE(name.rfind("Fg_", 0) == 0 || name.rfind("Shad_", 0) == 0 || name == "Std_entry" ||
-                    name == "Info" || name.rfind("__", 0) == 0 || name.rfind("_", 0) == 0)
+        EXPECT_TRUE(name.rfind("Fg_", 0) == 0 || name.rfind("Shad_", 0) == 0 || name == "Std_entry" || name == "Info" ||
+                    name.rfind("__", 0) == 0 || name.rfind("_", 0) == 0)
             << "unexpected export: " << name;
     }
     pclose(p);

@@ -52,11 +52,8 @@ struct TestValue {
     std::string describe() const {
         char buf[128];
         switch (type) {
-        case FG_PARAM_TYPE_DOUBLE:
-            std::snprintf(buf, sizeof buf, "%.17g", d);
-            return buf;
-        case FG_PARAM_TYPE_CHAR_PTR:
-            return "'" + text + "'";
+        case FG_PARAM_TYPE_DOUBLE: std::snprintf(buf, sizeof buf, "%.17g", d); return buf;
+        case FG_PARAM_TYPE_CHAR_PTR: return "'" + text + "'";
         case FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS:
             std::snprintf(buf, sizeof buf, "access[%u +%zu] = %u..", index, elements.size(),
                           elements.empty() ? 0u : elements[0]);
@@ -64,19 +61,15 @@ struct TestValue {
         case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT:
             std::snprintf(buf, sizeof buf, "element[%u] = %u", index, elements.empty() ? 0u : elements[0]);
             return buf;
-        default:
-            std::snprintf(buf, sizeof buf, "%" PRIu32, u);
-            return buf;
+        default: std::snprintf(buf, sizeof buf, "%" PRIu32, u); return buf;
         }
     }
 };
 
 int writeValue(Board& b, int id, int port, const TestValue& v) {
     switch (v.type) {
-    case FG_PARAM_TYPE_DOUBLE:
-        return Fg_setParameterWithType(b.fg(), id, &v.d, port, v.type);
-    case FG_PARAM_TYPE_CHAR_PTR:
-        return Fg_setParameterWithType(b.fg(), id, v.text.c_str(), port, v.type);
+    case FG_PARAM_TYPE_DOUBLE: return Fg_setParameterWithType(b.fg(), id, &v.d, port, v.type);
+    case FG_PARAM_TYPE_CHAR_PTR: return Fg_setParameterWithType(b.fg(), id, v.text.c_str(), port, v.type);
     case FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS: {
         std::vector<uint32_t> copy(v.elements);
         FieldParameterAccess a = fieldAccess(FG_PARAM_TYPE_UINT32_T, v.index, unsigned(copy.size()), copy.data());
@@ -88,8 +81,7 @@ int writeValue(Board& b, int id, int port, const TestValue& v) {
         e.index = v.index;
         return Fg_setParameterWithType(b.fg(), id, &e, port, v.type);
     }
-    default:
-        return Fg_setParameterWithType(b.fg(), id, &v.u, port, v.type);
+    default: return Fg_setParameterWithType(b.fg(), id, &v.u, port, v.type);
     }
 }
 
@@ -200,8 +192,7 @@ std::vector<TestValue> testValues(const RegisterInfo* r, const std::string& lutF
         out.push_back(element);
         break;
     }
-    default:
-        break;
+    default: break;
     }
     return out;
 }
@@ -224,9 +215,7 @@ TestValue fromReadBack(const RegisterInfo* r, const std::string& raw) {
         t.elements.resize(bytes.size() / sizeof(uint32_t));
         std::memcpy(t.elements.data(), bytes.data(), t.elements.size() * sizeof(uint32_t));
         break;
-    default:
-        std::memcpy(&t.u, bytes.data(), sizeof t.u);
-        break;
+    default: std::memcpy(&t.u, bytes.data(), sizeof t.u); break;
     }
     return t;
 }
@@ -241,12 +230,12 @@ void writeLutFile(const std::string& name) {
 }
 
 struct Counts {
-    int parameters = 0;     // (parameter, port) pairs swept
-    int accepted = 0;       // test values accepted by the board
-    int refused = 0;        // test values the board refused in its state at the time
-    int faultPoints = 0;    // (write, k) pairs checked
-    int failed = 0;         // ... of which the write reported the fault
-    int absorbed = 0;       // ... of which the handler absorbed the fault
+    int parameters = 0;   // (parameter, port) pairs swept
+    int accepted = 0;     // test values accepted by the board
+    int refused = 0;      // test values the board refused in its state at the time
+    int faultPoints = 0;  // (write, k) pairs checked
+    int failed = 0;       // ... of which the write reported the fault
+    int absorbed = 0;     // ... of which the handler absorbed the fault
 };
 
 class FaultSweep : public ::testing::Test {
@@ -377,8 +366,7 @@ void FaultSweep::sweep(const Parameter& p, int port, const TestValue& v) {
             const std::string& was = before.at(kv.first);
             const std::string& done = after.at(kv.first);
             EXPECT_TRUE(kv.second == was || kv.second == done)
-                << kv.first << " reads " << show(kv.second) << ", before " << show(was) << ", after "
-                << show(done);
+                << kv.first << " reads " << show(kv.second) << ", before " << show(was) << ", after " << show(done);
         }
         for (const auto& kv : registry(a)) {
             if (intermediateAllowed(kv.first)) continue;
@@ -386,9 +374,8 @@ void FaultSweep::sweep(const Parameter& p, int port, const TestValue& v) {
             const bool asBefore = w != regBefore.end() && w->second == kv.second;
             const bool asAfter = d != regAfter.end() && d->second == kv.second;
             EXPECT_TRUE(asBefore || asAfter)
-                << kv.first << " is " << kv.second << ", before "
-                << (w != regBefore.end() ? w->second : "<none>") << ", after "
-                << (d != regAfter.end() ? d->second : "<none>");
+                << kv.first << " is " << kv.second << ", before " << (w != regBefore.end() ? w->second : "<none>")
+                << ", after " << (d != regAfter.end() ? d->second : "<none>");
         }
 
         // A second write of the same value brings A to B's state.

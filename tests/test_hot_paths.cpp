@@ -54,8 +54,8 @@ protected:
 };
 
 const char kPulse[] = "Device1_Process0_Trigger_Trigger_SoftwareTrgPulse";    // 32-bit
-const char kExposure[] = "Device1_Process0_Trigger_Trigger_ExsyncExposure";  // double
-const char kTable[] = "Device1_Process0_LookupTable_LookupTable_LUTcontent"; // 4096 x 32-bit
+const char kExposure[] = "Device1_Process0_Trigger_Trigger_ExsyncExposure";   // double
+const char kTable[] = "Device1_Process0_LookupTable_LookupTable_LUTcontent";  // 4096 x 32-bit
 
 }  // namespace
 
@@ -143,8 +143,7 @@ TEST_F(StartedApplet, DirectTableWriteMatchesTheConvertedOne) {
     EXPECT_EQ(converted.fieldIndex, direct.fieldIndex);
     ASSERT_EQ(converted.fieldCount, direct.fieldCount);
     EXPECT_EQ(converted.u, direct.u);
-    EXPECT_EQ(std::vector<uint64_t>(converted.fieldValues, converted.fieldValues + converted.fieldCount),
-              directValues);
+    EXPECT_EQ(std::vector<uint64_t>(converted.fieldValues, converted.fieldValues + converted.fieldCount), directValues);
     for (size_t k = 0; k < 100; ++k) {
         double v = -1;
         ASSERT_EQ(0, SimBoard_GetFieldElement(dev, kTable, 1000 + k, &v));

@@ -34,9 +34,9 @@ protected:
     // then the frame cutting for the port's ROI.
     std::vector<Write> modeWrites(int port, uint32_t hw, uint32_t gated, uint32_t triggerHeight, uint32_t yOffset,
                                   uint32_t height) {
-        return {u32w(trig(port, "ImgTriggerMode"), hw, port),  u32w(trig(port, "MaxGatedHeight"), gated, port),
-                u32w(trig(port, "YOffset"), 0, port),           u32w(trig(port, "YLength"), triggerHeight, port),
-                u32w(trig(port, "YOffset"), yOffset, port),     u32w(dp(port, "ImageHeight_ImageHeight"), height, port)};
+        return {u32w(trig(port, "ImgTriggerMode"), hw, port), u32w(trig(port, "MaxGatedHeight"), gated, port),
+                u32w(trig(port, "YOffset"), 0, port),         u32w(trig(port, "YLength"), triggerHeight, port),
+                u32w(trig(port, "YOffset"), yOffset, port),   u32w(dp(port, "ImageHeight_ImageHeight"), height, port)};
     }
     // Height 500, y-offset 7, async height 2000 in free-run mode.
     void setGeometry(int port) {
@@ -52,18 +52,18 @@ protected:
 
 TEST_F(ImageTrigger, RejectedValuesChangeNothing) {
     expectRejects(b, {
-        {FG_IMGTRIGGERMODE, 2, {1, 3, 4, 7, 9, 0xFFFFFFFFu}},
-        {FG_IMGTRIGGERON, 0, {2, 0xFFFFFFFFu}},
-        {FG_FLASHON, 0, {2}},
-        {FG_IMGTRIGGERINSRC, 6, {8, 9, 0xFFFFFFFEu, 0x7FFFFFFFu}},
-        {FG_IMGTRIGGERINSRC, kSoftwareSource, {8}},
-        {FG_IMGTRIGGERINPOLARITY, 1, {2}},
-        {FG_IMGTRIGGERGATEDELAY, 65535, {65536, 0xFFFFFFFFu}},
-        {FG_FLASH_POLARITY, 0, {2}},
-        {FG_STROBEPULSEDELAY, 65535, {65536, 0xFFFFFFFFu}},
-        {FG_SETSOFTWARETRIGGER, 1, {2, 0xFFFFFFFFu}},
-        {FG_SENDSOFTWARETRIGGER, 1, {0, 2, 0xFFFFFFFFu}},
-    });
+                         {FG_IMGTRIGGERMODE, 2, {1, 3, 4, 7, 9, 0xFFFFFFFFu}},
+                         {FG_IMGTRIGGERON, 0, {2, 0xFFFFFFFFu}},
+                         {FG_FLASHON, 0, {2}},
+                         {FG_IMGTRIGGERINSRC, 6, {8, 9, 0xFFFFFFFEu, 0x7FFFFFFFu}},
+                         {FG_IMGTRIGGERINSRC, kSoftwareSource, {8}},
+                         {FG_IMGTRIGGERINPOLARITY, 1, {2}},
+                         {FG_IMGTRIGGERGATEDELAY, 65535, {65536, 0xFFFFFFFFu}},
+                         {FG_FLASH_POLARITY, 0, {2}},
+                         {FG_STROBEPULSEDELAY, 65535, {65536, 0xFFFFFFFFu}},
+                         {FG_SETSOFTWARETRIGGER, 1, {2, 0xFFFFFFFFu}},
+                         {FG_SENDSOFTWARETRIGGER, 1, {0, 2, 0xFFFFFFFFu}},
+                     });
     for (int port : {0, 1}) {
         ASSERT_EQ(0, b.setD(FG_IMGTRIGGERDEBOUNCING, 2.5, port));
         for (double bad : {0.0, 0.0079, 30.000001, 30.008, -1.0, kNaN, kInf, -kInf})
@@ -84,23 +84,23 @@ TEST_F(ImageTrigger, RejectedValuesChangeNothing) {
 
 TEST_F(ImageTrigger, AcceptedValuesReachTheDesignOnTheirPort) {
     expectSingleWrites(b, {
-        {FG_IMGTRIGGERON, 0, "Trigger_Trigger_ImgTriggerEnable", 0},
-        {FG_IMGTRIGGERON, 1, "Trigger_Trigger_ImgTriggerEnable", 1},
-        {FG_FLASHON, 0, "Trigger_Trigger_FlashEnable", 0},
-        {FG_FLASHON, 1, "Trigger_Trigger_FlashEnable", 1},
-        // Trigger input polarity is passed as it is (0 high active, 1 low active).
-        {FG_IMGTRIGGERINPOLARITY, 1, "Trigger_Trigger_ImgTrgInPolarity", 1},
-        {FG_IMGTRIGGERINPOLARITY, 0, "Trigger_Trigger_ImgTrgInPolarity", 0},
-        // Flash polarity: the design bit means low active.
-        {FG_FLASH_POLARITY, 0, "Trigger_Trigger_FlashPolarity", 1},
-        {FG_FLASH_POLARITY, 1, "Trigger_Trigger_FlashPolarity", 0},
-        {FG_IMGTRIGGERGATEDELAY, 65535, "Trigger_Trigger_ImgTrgDelay", 65535},
-        {FG_IMGTRIGGERGATEDELAY, 0, "Trigger_Trigger_ImgTrgDelay", 0},
-        {FG_STROBEPULSEDELAY, 65535, "Trigger_Trigger_FlashDelay", 65535},
-        {FG_STROBEPULSEDELAY, 0, "Trigger_Trigger_FlashDelay", 0},
-        {FG_SETSOFTWARETRIGGER, 1, "Trigger_Trigger_SoftwareTrgInput", 1},
-        {FG_SETSOFTWARETRIGGER, 0, "Trigger_Trigger_SoftwareTrgInput", 0},
-    });
+                              {FG_IMGTRIGGERON, 0, "Trigger_Trigger_ImgTriggerEnable", 0},
+                              {FG_IMGTRIGGERON, 1, "Trigger_Trigger_ImgTriggerEnable", 1},
+                              {FG_FLASHON, 0, "Trigger_Trigger_FlashEnable", 0},
+                              {FG_FLASHON, 1, "Trigger_Trigger_FlashEnable", 1},
+                              // Trigger input polarity is passed as it is (0 high active, 1 low active).
+                              {FG_IMGTRIGGERINPOLARITY, 1, "Trigger_Trigger_ImgTrgInPolarity", 1},
+                              {FG_IMGTRIGGERINPOLARITY, 0, "Trigger_Trigger_ImgTrgInPolarity", 0},
+                              // Flash polarity: the design bit means low active.
+                              {FG_FLASH_POLARITY, 0, "Trigger_Trigger_FlashPolarity", 1},
+                              {FG_FLASH_POLARITY, 1, "Trigger_Trigger_FlashPolarity", 0},
+                              {FG_IMGTRIGGERGATEDELAY, 65535, "Trigger_Trigger_ImgTrgDelay", 65535},
+                              {FG_IMGTRIGGERGATEDELAY, 0, "Trigger_Trigger_ImgTrgDelay", 0},
+                              {FG_STROBEPULSEDELAY, 65535, "Trigger_Trigger_FlashDelay", 65535},
+                              {FG_STROBEPULSEDELAY, 0, "Trigger_Trigger_FlashDelay", 0},
+                              {FG_SETSOFTWARETRIGGER, 1, "Trigger_Trigger_SoftwareTrgInput", 1},
+                              {FG_SETSOFTWARETRIGGER, 0, "Trigger_Trigger_SoftwareTrgInput", 0},
+                          });
     // The debouncing time reaches the design unchanged.
     for (int port : {0, 1})
         for (double v : {0.008, 30.0, 0.112, 0.1 + 0.2})

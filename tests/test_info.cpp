@@ -61,21 +61,11 @@ TEST_F(InfoQuery, NumericAnswers) {
         int expected;
     };
     const Answer answers[] = {
-        {GET_ISCAM_COLOR, 0},
-        {GET_IS_SMART_APPLET, 0},
-        {GET_IS_ADVANCED_ACQUISITION_APPLET, 1},
-        {GET_NR_OF_PORTS, 2},
-        {GET_NR_OF_CAMS, 2},
-        {GET_NR_OF_DMAS, 2},
-        {GET_VERSION, 0x30000},
-        {GET_HAP_NAME, 0},
-        {GET_BOARD_TYPE, 0xA57},
-        {GET_PX_TYPE, 0},
-        {GET_IS_CUSTOM, 0},
-        {GET_IS_AREA, 0},
-        {GET_IS_MEDIUM, 0},
-        {GET_IS_FULL, 0},
-        {GET_INFO_NR_OF_PROCESSES, 2},
+        {GET_ISCAM_COLOR, 0},   {GET_IS_SMART_APPLET, 0}, {GET_IS_ADVANCED_ACQUISITION_APPLET, 1},
+        {GET_NR_OF_PORTS, 2},   {GET_NR_OF_CAMS, 2},      {GET_NR_OF_DMAS, 2},
+        {GET_VERSION, 0x30000}, {GET_HAP_NAME, 0},        {GET_BOARD_TYPE, 0xA57},
+        {GET_PX_TYPE, 0},       {GET_IS_CUSTOM, 0},       {GET_IS_AREA, 0},
+        {GET_IS_MEDIUM, 0},     {GET_IS_FULL, 0},         {GET_INFO_NR_OF_PROCESSES, 2},
     };
     for (const Answer& a : answers) {
         EXPECT_EQ(a.expected, ask(a.cmd)) << std::hex << a.cmd;
@@ -103,12 +93,18 @@ TEST_F(InfoQuery, TopologyByIndex) {
     const struct {
         int cmd, arg1, arg2, expected;
     } answers[] = {
-        {GET_INFO_NR_OF_PROCESS_CHANNELS, 0, 0, 1}, {GET_INFO_NR_OF_PROCESS_CHANNELS, 1, -5, 1},
-        {GET_INFO_NR_OF_PROCESS_CAMERAS, 0, 0, 1},  {GET_INFO_NR_OF_PROCESS_CAMERAS, 1, -5, 1},
-        {GET_INFO_PROCESS_CHANNEL_DMA, 0, 0, 0},    {GET_INFO_PROCESS_CHANNEL_DMA, 1, 0, 1},
-        {GET_INFO_PROCESS_CAMERA_PORT, 0, 0, 0},    {GET_INFO_PROCESS_CAMERA_PORT, 1, 0, 1},
-        {GET_INFO_DMA_DIRECTION, 0, 0, 1},          {GET_INFO_DMA_DIRECTION, 1, 99, 1},
-        {GET_INFO_DMA_DATATYPE, 0, 0, DMA_DATATYPE_GRAY8}, {GET_INFO_DMA_DATATYPE, 1, 99, DMA_DATATYPE_GRAY8},
+        {GET_INFO_NR_OF_PROCESS_CHANNELS, 0, 0, 1},
+        {GET_INFO_NR_OF_PROCESS_CHANNELS, 1, -5, 1},
+        {GET_INFO_NR_OF_PROCESS_CAMERAS, 0, 0, 1},
+        {GET_INFO_NR_OF_PROCESS_CAMERAS, 1, -5, 1},
+        {GET_INFO_PROCESS_CHANNEL_DMA, 0, 0, 0},
+        {GET_INFO_PROCESS_CHANNEL_DMA, 1, 0, 1},
+        {GET_INFO_PROCESS_CAMERA_PORT, 0, 0, 0},
+        {GET_INFO_PROCESS_CAMERA_PORT, 1, 0, 1},
+        {GET_INFO_DMA_DIRECTION, 0, 0, 1},
+        {GET_INFO_DMA_DIRECTION, 1, 99, 1},
+        {GET_INFO_DMA_DATATYPE, 0, 0, DMA_DATATYPE_GRAY8},
+        {GET_INFO_DMA_DATATYPE, 1, 99, DMA_DATATYPE_GRAY8},
     };
     for (const auto& a : answers) EXPECT_EQ(a.expected, ask(a.cmd, a.arg1, a.arg2)) << a.cmd << " " << a.arg1;
     for (int cmd : {GET_INFO_NR_OF_PROCESS_CHANNELS, GET_INFO_NR_OF_PROCESS_CAMERAS, GET_INFO_DMA_DIRECTION,
@@ -129,10 +125,11 @@ TEST_F(InfoQuery, Texts) {
     EXPECT_EQ("Maravel:Line", text(GET_INFO_CATEGORY));
     EXPECT_EQ("class=standard,family=acquisition,type=dual,sensortype=line,color=gray,interface=cxp,lag=2",
               text(GET_INFO_TAGS));
-    EXPECT_EQ("Acquisition Applet with support of Velox technology, 12 bit image processing and lookup table "
-              "for two CoaXPress grayscale line scan cameras with 2 ports and supported transfer speed of CXP-1 "
-              "(1.250 Gbps) to CXP-6 (6.250 Gbps).",
-              text(GET_INFO_DESCRIPTION));
+    EXPECT_EQ(
+        "Acquisition Applet with support of Velox technology, 12 bit image processing and lookup table "
+        "for two CoaXPress grayscale line scan cameras with 2 ports and supported transfer speed of CXP-1 "
+        "(1.250 Gbps) to CXP-6 (6.250 Gbps).",
+        text(GET_INFO_DESCRIPTION));
     EXPECT_EQ("d27e4a90-1c5b-4e38-2a6d-91f3b0c7e825", text(GET_HAP_ID));
     EXPECT_EQ("3f1c9d20-7b4e-4a61-8d2f-5e0a7c6b9d14", text(GET_BITSTREAM_ID));
 }
@@ -180,16 +177,15 @@ TEST_F(InfoQuery, EveryConstantNameResolvesToItsValue) {
         EXPECT_EQ(c.value, info(GET_INFO_RESOLVE_ENUM, 0, 0, &name[0], nullptr)) << c.name;
     }
     // A few values the tables must hold, negative ones among them.
-    const Constant spot[] = {{"Mono12", 259},  {"FG_GRAY16", 1},  {"ASYNC_TRIGGER_MULTIFRAME", 8},
-                             {"FILTER_X4", 3}, {"FG_APPLY", 1},   {"TRGINSOFTWARE", -1}};
+    const Constant spot[] = {{"Mono12", 259},  {"FG_GRAY16", 1}, {"ASYNC_TRIGGER_MULTIFRAME", 8},
+                             {"FILTER_X4", 3}, {"FG_APPLY", 1},  {"TRGINSOFTWARE", -1}};
     for (const Constant& c : spot)
         EXPECT_EQ(c.value, info(GET_INFO_RESOLVE_ENUM, 0, 0, const_cast<char*>(c.name), nullptr)) << c.name;
 }
 
 TEST_F(InfoQuery, ConstantNamesAreExactAndCaseSensitive) {
-    const char* unknown[] = {"fg_on",       "Fg_On",        "FG_ON ",        " FG_ON", "FG_O",
-                             "",            "On",           "Trigger Source 0", "TRGINSRC_8", "FG_WIDTH",
-                             "MONO8",       "FG_ONFG_OFF"};
+    const char* unknown[] = {"fg_on",      "Fg_On",    "FG_ON ", " FG_ON",     "FG_O", "", "On", "Trigger Source 0",
+                             "TRGINSRC_8", "FG_WIDTH", "MONO8",  "FG_ONFG_OFF"};
     for (const char* name : unknown)
         EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info(GET_INFO_RESOLVE_ENUM, 0, 0, const_cast<char*>(name), nullptr))
             << "'" << name << "'";

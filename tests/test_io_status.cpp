@@ -96,9 +96,9 @@ struct BufferCase {
 
 TEST_F(IoStatus, FillLevelAndStatusWordFollowTheBufferOfEachPort) {
     const BufferCase cases[] = {
-        {1, 0, 0, 100, 0xE1},   {1, 30, 10, 100, 0xE1}, {0, 30, 10, 30, 0x41}, {0, 10, 30, 30, 0x41},
-        {0, 0, 0, 0, 0x01},     {0, 24, 0, 24, 0x01},   {0, 25, 0, 25, 0x41},  {0, 0, 49, 49, 0x41},
-        {0, 50, 0, 50, 0x81},   {0, 74, 74, 74, 0x81},  {0, 75, 0, 75, 0xC1},  {0, 0, 100, 100, 0xC1},
+        {1, 0, 0, 100, 0xE1}, {1, 30, 10, 100, 0xE1}, {0, 30, 10, 30, 0x41}, {0, 10, 30, 30, 0x41},
+        {0, 0, 0, 0, 0x01},   {0, 24, 0, 24, 0x01},   {0, 25, 0, 25, 0x41},  {0, 0, 49, 49, 0x41},
+        {0, 50, 0, 50, 0x81}, {0, 74, 74, 74, 0x81},  {0, 75, 0, 75, 0xC1},  {0, 0, 100, 100, 0xC1},
     };
     for (int port = 0; port < 2; ++port) {
         const int other = 1 - port;
@@ -106,8 +106,8 @@ TEST_F(IoStatus, FillLevelAndStatusWordFollowTheBufferOfEachPort) {
             setBuffer(port, c.overflow, c.fill0, c.fill1);
             // The other port's buffer is in a different state and must not show through.
             setBuffer(other, c.overflow ^ 1u, 60, 5);
-            SCOPED_TRACE(::testing::Message() << "port " << port << " overflow " << c.overflow << " fill "
-                                              << c.fill0 << "/" << c.fill1);
+            SCOPED_TRACE(::testing::Message()
+                         << "port " << port << " overflow " << c.overflow << " fill " << c.fill0 << "/" << c.fill1);
             EXPECT_EQ(c.overflow, board.u32(FG_OVERFLOW, port));
             EXPECT_EQ(c.fillLevel, board.u32(FG_FILLLEVEL, port));
             EXPECT_EQ(c.extended, board.u32(FG_CAMSTATUS_EXTENDED, port));
@@ -180,12 +180,18 @@ TEST_F(IoStatus, ReadOnlyParametersRefuseWritesAndConstantsKeepTheirValue) {
     const std::pair<int, uint32_t> constants[] = {{FG_APPLET_VERSION, 3}, {FG_APPLET_REVISION, 0},
                                                   {FG_PIXELDEPTH, 12},    {FG_LUT_IMPLEMENTATION_TYPE, 0},
                                                   {FG_LUT_IN_BITS, 12},   {FG_LUT_OUT_BITS, 12}};
-    const int readOnly[] = {FG_DIGIO_INPUT,        FG_OVERFLOW,
-                            FG_FILLLEVEL,          FG_CAMSTATUS,
-                            FG_CAMSTATUS_EXTENDED, FG_DMASTATUS,
-                            FG_TRANSFER_LEN,       FG_NR_OF_DMAS,
-                            FG_APPLET_ID,          FG_SYSTEMMONITOR_FPGA_TEMPERATURE,
-                            FG_SYSTEMMONITOR_FPGA_DNA, FG_SYSTEMMONITOR_CHANNEL_CURRENT,
+    const int readOnly[] = {FG_DIGIO_INPUT,
+                            FG_OVERFLOW,
+                            FG_FILLLEVEL,
+                            FG_CAMSTATUS,
+                            FG_CAMSTATUS_EXTENDED,
+                            FG_DMASTATUS,
+                            FG_TRANSFER_LEN,
+                            FG_NR_OF_DMAS,
+                            FG_APPLET_ID,
+                            FG_SYSTEMMONITOR_FPGA_TEMPERATURE,
+                            FG_SYSTEMMONITOR_FPGA_DNA,
+                            FG_SYSTEMMONITOR_CHANNEL_CURRENT,
                             FG_SYSTEMMONITOR_CHANNEL_VOLTAGE};
     for (int port = 0; port < 2; ++port) {
         for (const auto& c : constants) {
@@ -218,8 +224,8 @@ TEST_F(IoStatus, MonitorValuesAreHandedThroughUnscaled) {
         {FG_SYSTEMMONITOR_BOARD_POWER, "Device1_Process0_BoardStatus_BoardPower", 12.1},
         {FG_SYSTEMMONITOR_CXP_CHIP_TEMPERATURE, "Device1_Process0_BoardStatus_CxpChipTemperature", 51.75},
         {FG_SYSTEMMONITOR_RAM_CHIP_TEMPERATURE, "Device1_Process0_BoardStatus_RamChipTemperature", -3.5},
-        {FG_SYSTEMMONITOR_CXP_POWER_REGULATOR_TEMPERATURE,
-         "Device1_Process0_BoardStatus_CxpPowerRegulatorTemperature", 66.6},
+        {FG_SYSTEMMONITOR_CXP_POWER_REGULATOR_TEMPERATURE, "Device1_Process0_BoardStatus_CxpPowerRegulatorTemperature",
+         66.6},
         {FG_SYSTEMMONITOR_POWER_REGULATOR_TEMPERATURE, "Device1_Process0_BoardStatus_PowerRegulatorTemperature",
          70.0625},
     };
@@ -230,8 +236,8 @@ TEST_F(IoStatus, MonitorValuesAreHandedThroughUnscaled) {
     setU64("Device1_Process0_BoardStatus_FpgaDNA", 0x0123456789ABCDEFull);
     for (int port = 0; port < 2; ++port) {
         uint64_t dna = 0;
-        EXPECT_EQ(0, Fg_getParameterWithType(board.fg(), FG_SYSTEMMONITOR_FPGA_DNA, &dna, port,
-                                             FG_PARAM_TYPE_UINT64_T));
+        EXPECT_EQ(0,
+                  Fg_getParameterWithType(board.fg(), FG_SYSTEMMONITOR_FPGA_DNA, &dna, port, FG_PARAM_TYPE_UINT64_T));
         EXPECT_EQ(0x0123456789ABCDEFull, dna);
     }
     SimBoard_FailParameter(board.dev(), "Device1_Process0_BoardStatus_BoardPower", 0, -4718);
@@ -286,8 +292,17 @@ TEST_P(ChannelFields, AccessRecordsMustStayInsideTheFourChannels) {
         bool ok;
     };
     const Range ranges[] = {
-        {0, 4, true},  {2, 2, true},  {3, 1, true},  {0, 1, true},  {2, 3, false}, {0, 5, false},
-        {4, 0, false}, {4, 1, false}, {1, 4, false}, {0xFFFFFFFFu, 2, false}, {1, 0xFFFFFFFFu, false},
+        {0, 4, true},
+        {2, 2, true},
+        {3, 1, true},
+        {0, 1, true},
+        {2, 3, false},
+        {0, 5, false},
+        {4, 0, false},
+        {4, 1, false},
+        {1, 4, false},
+        {0xFFFFFFFFu, 2, false},
+        {1, 0xFFFFFFFFu, false},
     };
     for (int port = 0; port < 2; ++port) {
         for (const Range& r : ranges) {
@@ -306,6 +321,7 @@ TEST_P(ChannelFields, AccessRecordsMustStayInsideTheFourChannels) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Monitor, ChannelFields,
-                         ::testing::Values(int(FG_SYSTEMMONITOR_CHANNEL_CURRENT), int(FG_SYSTEMMONITOR_CHANNEL_VOLTAGE)));
+                         ::testing::Values(int(FG_SYSTEMMONITOR_CHANNEL_CURRENT),
+                                           int(FG_SYSTEMMONITOR_CHANNEL_VOLTAGE)));
 
 }  // namespace

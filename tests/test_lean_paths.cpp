@@ -24,11 +24,13 @@ namespace {
 
 // Whether another thread can take the lock at this moment.
 bool freeForOthers(CriticalSection& cs) {
-    return std::async(std::launch::async, [&] {
-               if (!cs.try_enter(0)) return false;
-               cs.leave();
-               return true;
-           }).get();
+    return std::async(std::launch::async,
+                      [&] {
+                          if (!cs.try_enter(0)) return false;
+                          cs.leave();
+                          return true;
+                      })
+        .get();
 }
 
 }  // namespace

@@ -43,20 +43,20 @@ protected:
 
 TEST_F(LineTrigger, RejectedIntegerValuesChangeNothing) {
     expectRejects(b, {
-        {FG_LINETRIGGERMODE, 2, {0, 3, 4, 7, 8, 0xFFFFFFFFu}},
-        {FG_EXSYNCON, 0, {2, 0xFFFFFFFFu}},
-        {FG_LINETRIGGERINSRC, 5, {8, 9, 0xFFFFFFFFu}},
-        {FG_LINETRIGGERINPOLARITY, 1, {2, 0xFFFFFFFFu}},
-        {FG_LINE_DOWNSCALE, 17, {0, 256, 0xFFFFFFFFu}},
-        {FG_LINE_DOWNSCALEINIT, 9, {0, 256, 0xFFFFFFFFu}},
-        {FG_SHAFTENCODERON, 1, {2, 0xFFFFFFFFu}},
-        {FG_SHAFTENCODERMODE, 3, {0, 4, 0xFFFFFFFFu}},
-        {FG_SHAFTENCODERINSRC, 6, {8, 0xFFFFFFFFu}},
-        {FG_SHAFTENCODERLEADING, 1, {2}},
-        {FG_SHAFTENCODER_COMPENSATION_ENABLE, 0, {2}},
-        {FG_SHAFTENCODER_COMPENSATION_COUNT, 12345, {1048576, 0xFFFFFFFFu}},
-        {FG_EXSYNCPOLARITY, 0, {2, 0xFFFFFFFFu}},
-    });
+                         {FG_LINETRIGGERMODE, 2, {0, 3, 4, 7, 8, 0xFFFFFFFFu}},
+                         {FG_EXSYNCON, 0, {2, 0xFFFFFFFFu}},
+                         {FG_LINETRIGGERINSRC, 5, {8, 9, 0xFFFFFFFFu}},
+                         {FG_LINETRIGGERINPOLARITY, 1, {2, 0xFFFFFFFFu}},
+                         {FG_LINE_DOWNSCALE, 17, {0, 256, 0xFFFFFFFFu}},
+                         {FG_LINE_DOWNSCALEINIT, 9, {0, 256, 0xFFFFFFFFu}},
+                         {FG_SHAFTENCODERON, 1, {2, 0xFFFFFFFFu}},
+                         {FG_SHAFTENCODERMODE, 3, {0, 4, 0xFFFFFFFFu}},
+                         {FG_SHAFTENCODERINSRC, 6, {8, 0xFFFFFFFFu}},
+                         {FG_SHAFTENCODERLEADING, 1, {2}},
+                         {FG_SHAFTENCODER_COMPENSATION_ENABLE, 0, {2}},
+                         {FG_SHAFTENCODER_COMPENSATION_COUNT, 12345, {1048576, 0xFFFFFFFFu}},
+                         {FG_EXSYNCPOLARITY, 0, {2, 0xFFFFFFFFu}},
+                     });
 }
 
 TEST_F(LineTrigger, RejectedTimesChangeNothing) {
@@ -87,26 +87,27 @@ TEST_F(LineTrigger, RejectedTimesChangeNothing) {
 // ---- accepted values reach the design ----------------------------------------
 
 TEST_F(LineTrigger, IntegerWritesReachTheDesignOnTheirPort) {
-    expectSingleWrites(b, {
-        {FG_EXSYNCON, 0, "Trigger_Trigger_ExsyncEnable", 0},
-        {FG_EXSYNCON, 1, "Trigger_Trigger_ExsyncEnable", 1},
-        // ExSync polarity: the design bit means low active.
-        {FG_EXSYNCPOLARITY, 0, "Trigger_Trigger_ExsyncPolarity", 1},
-        {FG_EXSYNCPOLARITY, 1, "Trigger_Trigger_ExsyncPolarity", 0},
-        // Trigger input polarity is passed as it is (0 high active, 1 low active).
-        {FG_LINETRIGGERINPOLARITY, 1, "Trigger_Trigger_LineTrgInPolarity", 1},
-        {FG_LINETRIGGERINPOLARITY, 0, "Trigger_Trigger_LineTrgInPolarity", 0},
-        {FG_LINE_DOWNSCALE, 1, "Trigger_Trigger_LineTrgDownscaler", 1},
-        {FG_LINE_DOWNSCALE, 255, "Trigger_Trigger_LineTrgDownscaler", 255},
-        {FG_LINE_DOWNSCALEINIT, 1, "Trigger_Trigger_LineTrgPhase", 1},
-        {FG_LINE_DOWNSCALEINIT, 255, "Trigger_Trigger_LineTrgPhase", 255},
-        {FG_SHAFTENCODERLEADING, 1, "Trigger_Trigger_EncoderABLead", 1},
-        {FG_SHAFTENCODERLEADING, 0, "Trigger_Trigger_EncoderABLead", 0},
-        {FG_SHAFTENCODER_COMPENSATION_ENABLE, 0, "Trigger_Trigger_EncoderCompensation", 0},
-        {FG_SHAFTENCODER_COMPENSATION_ENABLE, 1, "Trigger_Trigger_EncoderCompensation", 1},
-        {FG_SHAFTENCODER_COMPENSATION_COUNT, 1048575, "Trigger_Trigger_EncoderCompensationCount", 1048575},
-        {FG_SHAFTENCODER_COMPENSATION_COUNT, 0, "Trigger_Trigger_EncoderCompensationCount", 0},
-    });
+    expectSingleWrites(
+        b, {
+               {FG_EXSYNCON, 0, "Trigger_Trigger_ExsyncEnable", 0},
+               {FG_EXSYNCON, 1, "Trigger_Trigger_ExsyncEnable", 1},
+               // ExSync polarity: the design bit means low active.
+               {FG_EXSYNCPOLARITY, 0, "Trigger_Trigger_ExsyncPolarity", 1},
+               {FG_EXSYNCPOLARITY, 1, "Trigger_Trigger_ExsyncPolarity", 0},
+               // Trigger input polarity is passed as it is (0 high active, 1 low active).
+               {FG_LINETRIGGERINPOLARITY, 1, "Trigger_Trigger_LineTrgInPolarity", 1},
+               {FG_LINETRIGGERINPOLARITY, 0, "Trigger_Trigger_LineTrgInPolarity", 0},
+               {FG_LINE_DOWNSCALE, 1, "Trigger_Trigger_LineTrgDownscaler", 1},
+               {FG_LINE_DOWNSCALE, 255, "Trigger_Trigger_LineTrgDownscaler", 255},
+               {FG_LINE_DOWNSCALEINIT, 1, "Trigger_Trigger_LineTrgPhase", 1},
+               {FG_LINE_DOWNSCALEINIT, 255, "Trigger_Trigger_LineTrgPhase", 255},
+               {FG_SHAFTENCODERLEADING, 1, "Trigger_Trigger_EncoderABLead", 1},
+               {FG_SHAFTENCODERLEADING, 0, "Trigger_Trigger_EncoderABLead", 0},
+               {FG_SHAFTENCODER_COMPENSATION_ENABLE, 0, "Trigger_Trigger_EncoderCompensation", 0},
+               {FG_SHAFTENCODER_COMPENSATION_ENABLE, 1, "Trigger_Trigger_EncoderCompensation", 1},
+               {FG_SHAFTENCODER_COMPENSATION_COUNT, 1048575, "Trigger_Trigger_EncoderCompensationCount", 1048575},
+               {FG_SHAFTENCODER_COMPENSATION_COUNT, 0, "Trigger_Trigger_EncoderCompensationCount", 0},
+           });
 }
 
 TEST_F(LineTrigger, InputSourcesSkipTheSoftwareTriggerSource) {

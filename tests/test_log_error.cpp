@@ -61,14 +61,15 @@ TEST(LogFormats, ReportLinesWithDoublesOfTwelveSignificantDigits) {
     log.Error("Config File is Invalid");
     log.ErrorInt("set", "FG_WIDTH", -7080);
     for (double d : {0.1, 1.0 / 3.0, 10240.0, 1e-05}) log.ErrorDouble("a", "b", d);
-    EXPECT_EQ("korvaneIV::Info >> count >> -5;\n"
-              "korvaneIV::Error >> Config File is Invalid;\n"
-              "korvaneIV::Error >> set >> FG_WIDTH >> -7080;\n"
-              "korvaneIV::Error >> a >> b >> 0.1;\n"
-              "korvaneIV::Error >> a >> b >> 0.333333333333;\n"
-              "korvaneIV::Error >> a >> b >> 10240;\n"
-              "korvaneIV::Error >> a >> b >> 1e-05;\n",
-              log.text());
+    EXPECT_EQ(
+        "korvaneIV::Info >> count >> -5;\n"
+        "korvaneIV::Error >> Config File is Invalid;\n"
+        "korvaneIV::Error >> set >> FG_WIDTH >> -7080;\n"
+        "korvaneIV::Error >> a >> b >> 0.1;\n"
+        "korvaneIV::Error >> a >> b >> 0.333333333333;\n"
+        "korvaneIV::Error >> a >> b >> 10240;\n"
+        "korvaneIV::Error >> a >> b >> 1e-05;\n",
+        log.text());
 }
 
 TEST(LogFormats, UserDebugTextIsWrittenAsGiven) {

@@ -124,11 +124,15 @@ TEST_F(Lut, GainGammaAndInvertComputeTheTable) {
         uint32_t (*entry)(int i);
     };
     const Case cases[] = {
-        {"gain 2 clips at the top", {{FG_PROCESSING_GAIN, 2.0}}, [](int i) { return uint32_t(i < 2048 ? 2 * i : 4095); }},
+        {"gain 2 clips at the top",
+         {{FG_PROCESSING_GAIN, 2.0}},
+         [](int i) { return uint32_t(i < 2048 ? 2 * i : 4095); }},
         {"invert mirrors", {{FG_PROCESSING_INVERT, 1}}, [](int i) { return uint32_t(4095 - i); }},
-        {"inverted clipped table", {{FG_PROCESSING_INVERT, 1}, {FG_PROCESSING_GAIN, 2.0}},
+        {"inverted clipped table",
+         {{FG_PROCESSING_INVERT, 1}, {FG_PROCESSING_GAIN, 2.0}},
          [](int i) { return uint32_t(i < 2048 ? 4095 - 2 * i : 0); }},
-        {"gamma 2 is the rounded square root", {{FG_PROCESSING_GAMMA, 2.0}},
+        {"gamma 2 is the rounded square root",
+         {{FG_PROCESSING_GAMMA, 2.0}},
          [](int i) { return uint32_t(std::llround(std::sqrt(i * 4095.0))); }},
     };
     processingMode();
@@ -266,7 +270,8 @@ TEST_F(Lut, SavedFileLoadsBackIdenticallyOnTheOtherPort) {
     EXPECT_TRUE(b.log().empty()) << "saving writes nothing to the design";
     EXPECT_EQ("port0.lut", b.text(FG_LUT_SAVE_FILE, 0));
     const std::string saved = readFile("port0.lut");
-    const std::string head = "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n0,0;\n1,64;\n";
+    const std::string head =
+        "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n0,0;\n1,64;\n";
     EXPECT_EQ(head, saved.substr(0, head.size()));
     EXPECT_EQ(std::string("\n4095,4095;\n"), saved.substr(saved.size() - 12));
 
@@ -378,7 +383,8 @@ TEST_F(Lut, RangeWritesSendOnlyTheirRangeAndCacheByElementType) {
         unsigned index, count;
         bool cached;
     };
-    const Case cases[] = {{FG_PARAM_TYPE_UINT32_T, 4000, 96, true}, {FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, 100, 8, false}};
+    const Case cases[] = {{FG_PARAM_TYPE_UINT32_T, 4000, 96, true},
+                          {FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, 100, 8, false}};
     for (int port = 0; port < 2; ++port) {
         for (const Case& c : cases) {
             SCOPED_TRACE(testing::Message() << "port " << port << " vtype " << c.vtype);

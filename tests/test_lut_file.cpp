@@ -71,8 +71,9 @@ protected:
 TEST_F(LutFile, SingleTableForm) {
     Table table({0, 7, 4095});
     ASSERT_EQ(0, parser.saveLutToFile(path("single.lut").c_str(), &table.t));
-    EXPECT_EQ("# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=3;\nformat=0;\nnumber=0;\n0,0;\n1,7;\n2,4095;\n",
-              read(path("single.lut")));
+    EXPECT_EQ(
+        "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=3;\nformat=0;\nnumber=0;\n0,0;\n1,7;\n2,4095;\n",
+        read(path("single.lut")));
     // keys are printed as integers
     Table keys({1}, 4000000000u, 2, 255);
     ASSERT_EQ(0, parser.saveLutToFile(path("keys.lut").c_str(), &keys.t));
@@ -83,23 +84,26 @@ TEST_F(LutFile, SingleTableForm) {
 TEST_F(LutFile, ThreeChannelForm) {
     Table red({1, 2}, 3), green({3}, 4), blue({}, 5, 1, 9);
     ASSERT_EQ(0, parser.saveLutToFile(path("rgb.lut").c_str(), &red.t, &green.t, &blue.t));
-    EXPECT_EQ("# Lut data file v1.1\n\n[red]\n\nid=3;\nnrOfElements=2;\nformat=0;\nnumber=0;\n0,1;\n1,2;\n"
-              "\n\n[green]\n\nid=4;\nnrOfElements=1;\nformat=0;\nnumber=0;\n0,3;\n"
-              "\n\n[blue]\n\nid=5;\nnrOfElements=0;\nformat=1;\nnumber=9;\n",
-              read(path("rgb.lut")));
+    EXPECT_EQ(
+        "# Lut data file v1.1\n\n[red]\n\nid=3;\nnrOfElements=2;\nformat=0;\nnumber=0;\n0,1;\n1,2;\n"
+        "\n\n[green]\n\nid=4;\nnrOfElements=1;\nformat=0;\nnumber=0;\n0,3;\n"
+        "\n\n[blue]\n\nid=5;\nnrOfElements=0;\nformat=1;\nnumber=9;\n",
+        read(path("rgb.lut")));
 }
 
 TEST_F(LutFile, KneeForms) {
     Knee knee({0.0, 0.5, 1.0 / 3.0, -2.25});
     ASSERT_EQ(0, parser.saveLutToFile(path("knee.lut").c_str(), &knee.t, "[gray]"));
-    EXPECT_EQ("# KneeLut data file v1.0\n\n[gray]\n\n0,0.000000000000;\n1,0.500000000000;\n2,0.333333333333;\n"
-              "3,-2.250000000000;\n",
-              read(path("knee.lut")));
+    EXPECT_EQ(
+        "# KneeLut data file v1.0\n\n[gray]\n\n0,0.000000000000;\n1,0.500000000000;\n2,0.333333333333;\n"
+        "3,-2.250000000000;\n",
+        read(path("knee.lut")));
     Knee r({1.0}), g({2.0}), b({0.125});
     ASSERT_EQ(0, parser.saveLutToFile(path("knee3.lut").c_str(), &r.t, &g.t, &b.t));
-    EXPECT_EQ("# KneeLut data file v1.1\n\n[red]\n\n0,1.000000000000;\n\n\n[green]\n\n0,2.000000000000;\n"
-              "\n\n[blue]\n\n0,0.125000000000;\n",
-              read(path("knee3.lut")));
+    EXPECT_EQ(
+        "# KneeLut data file v1.1\n\n[red]\n\n0,1.000000000000;\n\n\n[green]\n\n0,2.000000000000;\n"
+        "\n\n[blue]\n\n0,0.125000000000;\n",
+        read(path("knee3.lut")));
 }
 
 TEST_F(LutFile, MatrixFormAndTheKeyAndEntryWriters) {
@@ -216,7 +220,7 @@ TEST_F(LutFile, MissingFileFailsAndReleasesTheOldEntries) {
 TEST_F(LutFile, EntryLinesAreFoundBySubstringAfterTheSection) {
     // comments between the entries are passed over
     EXPECT_EQ((Entries{10, 11, 12, 13}), gray("# hand made\nnrOfElements=4;\n[gray]\n# first entries\n0,10;\n\n"
-                                               "1,11;\n# middle\n2,12;\n; done soon\n3,13;\n"));
+                                              "1,11;\n# middle\n2,12;\n; done soon\n3,13;\n"));
     // a line "11,5;" before the line for index 1 is taken as entry 1
     EXPECT_EQ((Entries{100, 5, 102}), gray("nrOfElements=3;\n[gray]\n0,100;\n11,5;\n1,101;\n2,102;\n"));
     // a missing index is taken from the next line containing it ("17,17;"), the
@@ -237,8 +241,9 @@ TEST_F(LutFile, KeysComeFromTheFirstLineNamingThemAnywhereInTheFile) {
 
     // text before the section serves the keys but not the entries; the value of
     // "notes: id=12; nrOfElements=2;" is the text after the line's first separator
-    ASSERT_EQ(0, parser.getLutFromFile(write("preamble.lut", "0,99;\nnotes: id=12; nrOfElements=2;\n1,98;\n[gray]\n"
-                                                             "0,1;\n1,2;\nid=5;\n")
+    ASSERT_EQ(0, parser.getLutFromFile(write("preamble.lut",
+                                             "0,99;\nnotes: id=12; nrOfElements=2;\n1,98;\n[gray]\n"
+                                             "0,1;\n1,2;\nid=5;\n")
                                            .c_str(),
                                        &table.t, "[gray]"));
     EXPECT_EQ(12u, table.t.id);
@@ -298,7 +303,9 @@ TEST_F(LutFile, HostileFilesAreHarmless) {
     ReadKnee knee(16);
     EXPECT_EQ(0, parser.getLutFromFile(p.c_str(), &knee.t, "[gray]"));
 
-    static const char kNul[] = "nrOfElements=2;\n[gray]\n0,\0" "5;\n0,3;\n1,4\0;\n";
+    static const char kNul[] =
+        "nrOfElements=2;\n[gray]\n0,\0"
+        "5;\n0,3;\n1,4\0;\n";
     EXPECT_EQ((Entries{3, 4}), gray(std::string(kNul, sizeof kNul - 1)));
     EXPECT_TRUE(gray("").empty());
     for (const char* count : {"2000000000", "-1"}) {

@@ -19,23 +19,22 @@ protected:
     Board b;
 };
 
-TEST_F(OutputFormat, EachAcceptedValueWritesItsDesignValueOnItsPort)
-{
+TEST_F(OutputFormat, EachAcceptedValueWritesItsDesignValueOnItsPort) {
     expectSingleWrites(b, {
-        {FG_PIXELFORMAT, 259, "12BitSelector_PixelFormat_SelectSource", 2},
-        {FG_PIXELFORMAT, 258, "12BitSelector_PixelFormat_SelectSource", 1},
-        {FG_PIXELFORMAT, 257, "12BitSelector_PixelFormat_SelectSource", 0},
-        {FG_CXP_TRIGGER_PACKET_MODE, 1, "Camera_Camera_TxTriggerPacketMode", 1},
-        {FG_CXP_TRIGGER_PACKET_MODE, 0, "Camera_Camera_TxTriggerPacketMode", 0},
-        {FG_FORMAT, 1, "OutputFormat_FG_FORMAT_SelectSource", 0},
-        {FG_FORMAT, 22, "OutputFormat_FG_FORMAT_SelectSource", 3},
-        {FG_FORMAT, 21, "OutputFormat_FG_FORMAT_SelectSource", 2},
-        {FG_FORMAT, 3, "OutputFormat_FG_FORMAT_SelectSource", 1},
-        {FG_BITALIGNMENT, 0, "OutputFormat_FG_BITALIGNMENT_Value", 0},
-        {FG_BITALIGNMENT, 1, "OutputFormat_FG_BITALIGNMENT_Value", 1},
-        {FG_IMG_SELECT_PERIOD, 7, "ImageSelector_FG_IMG_SELECT_PERIOD_Divisor", 7},
-        {FG_IMG_SELECT, 6, "ImageSelector_FG_IMG_SELECT_PHASE_Number", 6},
-    });
+                              {FG_PIXELFORMAT, 259, "12BitSelector_PixelFormat_SelectSource", 2},
+                              {FG_PIXELFORMAT, 258, "12BitSelector_PixelFormat_SelectSource", 1},
+                              {FG_PIXELFORMAT, 257, "12BitSelector_PixelFormat_SelectSource", 0},
+                              {FG_CXP_TRIGGER_PACKET_MODE, 1, "Camera_Camera_TxTriggerPacketMode", 1},
+                              {FG_CXP_TRIGGER_PACKET_MODE, 0, "Camera_Camera_TxTriggerPacketMode", 0},
+                              {FG_FORMAT, 1, "OutputFormat_FG_FORMAT_SelectSource", 0},
+                              {FG_FORMAT, 22, "OutputFormat_FG_FORMAT_SelectSource", 3},
+                              {FG_FORMAT, 21, "OutputFormat_FG_FORMAT_SelectSource", 2},
+                              {FG_FORMAT, 3, "OutputFormat_FG_FORMAT_SelectSource", 1},
+                              {FG_BITALIGNMENT, 0, "OutputFormat_FG_BITALIGNMENT_Value", 0},
+                              {FG_BITALIGNMENT, 1, "OutputFormat_FG_BITALIGNMENT_Value", 1},
+                              {FG_IMG_SELECT_PERIOD, 7, "ImageSelector_FG_IMG_SELECT_PERIOD_Divisor", 7},
+                              {FG_IMG_SELECT, 6, "ImageSelector_FG_IMG_SELECT_PHASE_Number", 6},
+                          });
     // The image timeout goes to the host's own timeout of the port.
     for (int port = 0; port < 2; ++port)
         for (uint32_t v : {2u, 2147483646u, 5000u})
@@ -47,13 +46,13 @@ TEST_F(OutputFormat, EachAcceptedValueWritesItsDesignValueOnItsPort)
     }
 }
 
-TEST_F(OutputFormat, PortsKeepTheirOwnValues)
-{
+TEST_F(OutputFormat, PortsKeepTheirOwnValues) {
     struct {
         int id;
         uint32_t port1, port0;
-    } const values[] = {{FG_PIXELFORMAT, 259, 257},      {FG_FORMAT, 22, 3},         {FG_BITALIGNMENT, 0, 1},
-                        {FG_CXP_TRIGGER_PACKET_MODE, 1, 0}, {FG_TIMEOUT, 77, 1000000}, {FG_IMG_SELECT_PERIOD, 9, 1},
+    } const values[] = {{FG_PIXELFORMAT, 259, 257}, {FG_FORMAT, 22, 3},
+                        {FG_BITALIGNMENT, 0, 1},    {FG_CXP_TRIGGER_PACKET_MODE, 1, 0},
+                        {FG_TIMEOUT, 77, 1000000},  {FG_IMG_SELECT_PERIOD, 9, 1},
                         {FG_IMG_SELECT, 8, 0}};
     for (const auto& v : values) put(v.id, v.port1, 1);
     // Port 0 still reads what the applet was constructed with ...
@@ -62,20 +61,18 @@ TEST_F(OutputFormat, PortsKeepTheirOwnValues)
     expectRejected(b, FG_IMG_SELECT, 8, 0);
 }
 
-TEST_F(OutputFormat, ValuesOutsideTheEnumerationsAndRangesAreRefused)
-{
+TEST_F(OutputFormat, ValuesOutsideTheEnumerationsAndRangesAreRefused) {
     expectRejects(b, {
-        {FG_PIXELFORMAT, 258, {0, 1, 256, 260, 0x0201, 0x0103 | 0x10000, 0xFFFFFFFFu}},
-        {FG_CXP_TRIGGER_PACKET_MODE, 1, {2, 3, 0xFFFFFFFFu}},
-        {FG_FORMAT, 21, {0, 2, 8, 20, 23, 0xFFFFFFFFu}},
-        {FG_BITALIGNMENT, 0, {2, 3, 0xFFFFFFFFu}},
-        {FG_TIMEOUT, 5000, {0, 1, 2147483647u, 2147483648u, 0xFFFFFFFFu}},
-    });
+                         {FG_PIXELFORMAT, 258, {0, 1, 256, 260, 0x0201, 0x0103 | 0x10000, 0xFFFFFFFFu}},
+                         {FG_CXP_TRIGGER_PACKET_MODE, 1, {2, 3, 0xFFFFFFFFu}},
+                         {FG_FORMAT, 21, {0, 2, 8, 20, 23, 0xFFFFFFFFu}},
+                         {FG_BITALIGNMENT, 0, {2, 3, 0xFFFFFFFFu}},
+                         {FG_TIMEOUT, 5000, {0, 1, 2147483647u, 2147483648u, 0xFFFFFFFFu}},
+                     });
 }
 
 // Port 1 here; PortsKeepTheirOwnValues shows port 0 bound by its own period.
-TEST_F(OutputFormat, ImageSelectorPhaseStaysBelowThePeriod)
-{
+TEST_F(OutputFormat, ImageSelectorPhaseStaysBelowThePeriod) {
     // From period 1, phase 0: the phase cannot move first.
     expectRejected(b, FG_IMG_SELECT, 1, 1);
     put(FG_IMG_SELECT_PERIOD, 2, 1);

@@ -112,9 +112,9 @@ TEST_F(AppFace, EntriesTheAppletLacksAnswerNotAvailable) {
     Fg_Struct* fg = Fg_Init("PlatformFake", 0);
     ASSERT_NE(nullptr, fg);
     size_t size = 0;
-    for (int rc : {Fg_getParameterInfoXML(fg, 0, nullptr, &size), Fg_saveConfig(fg, "x.mcf"), Fg_loadConfig(fg, "x.mcf"),
-                   Fg_getParameterId(fg, 0), Fg_getParameterIdByName(fg, "FG_WIDTH"), Fg_stopAcquireEx(fg, 0, nullptr, 0),
-                   Fg_getStatusEx(fg, 0, 0, 0, nullptr), Fg_getAppletId(fg, "x"),
+    for (int rc : {Fg_getParameterInfoXML(fg, 0, nullptr, &size), Fg_saveConfig(fg, "x.mcf"),
+                   Fg_loadConfig(fg, "x.mcf"), Fg_getParameterId(fg, 0), Fg_getParameterIdByName(fg, "FG_WIDTH"),
+                   Fg_stopAcquireEx(fg, 0, nullptr, 0), Fg_getStatusEx(fg, 0, 0, 0, nullptr), Fg_getAppletId(fg, "x"),
                    Fg_getLastPicNumberBlockingEx(fg, 1, 0, 1, nullptr), Shad_GetMaxLine(fg, nullptr)})
         EXPECT_EQ(FG_ERR_NOT_AVAILABLE, rc);
     EXPECT_EQ(nullptr, Fg_AllocShading(fg, 0, 0));

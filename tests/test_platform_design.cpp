@@ -166,23 +166,47 @@ TEST(RejectedDesign, NullEmptyAndMissingInputsAndQueriesOnNoDesign) {
 }
 
 TEST(RejectedDesign, MalformedManifests) {
-    const char* bodies[] = {
-        "bogus line\n", "param A U16 1 RW\n", "param A U32 0 RW\n", "param A U32 2 RW\n", "param A UFIELD 0 RW\n",
-        "param A UFIELD 1048577 RW\n", "param A U32 1 WO\n", "param A U32 1\n", "param A U32 1 RW 4294967296\n",
-        "param A U32 1 RW -1\n", "param A U32 1 RW 12abc\n", "param A U32 1 RW 1 2\n", "param A DOUBLE 1 RW x\n",
-        "param A U64 1 RW 18446744073709551616\n", "param A UFIELD 2 RW 1,2,3\n", "param A UFIELD 4 RW 1,,3\n",
-        "param A DFIELD 4 RW 1.0,zz\n", "param A U32 1 RW\nparam A U32 1 RW\n", "event 0 1\n", "event -1 1 E\n",
-        "event 1024 1 E\n", "event 0 256 E\n", "event 0 1 E\nevent 0 1 F\n", "event 0 1 E\nevent 1 1 E\n",
-        "register 0 R 8 2\n", "register 1000000 R 8 2\n", "register 1 R 0 2\n", "register 1 R 65 2\n",
-        "register 1 R 8 3\n", "register 1 R 8\n", "register 1 R 8 2\nregister 1 S 8 2\n",
-        "register 1 R 8 2\nregister 2 R 8 2\n", "design\n", "end now\n"};
+    const char* bodies[] = {"bogus line\n",
+                            "param A U16 1 RW\n",
+                            "param A U32 0 RW\n",
+                            "param A U32 2 RW\n",
+                            "param A UFIELD 0 RW\n",
+                            "param A UFIELD 1048577 RW\n",
+                            "param A U32 1 WO\n",
+                            "param A U32 1\n",
+                            "param A U32 1 RW 4294967296\n",
+                            "param A U32 1 RW -1\n",
+                            "param A U32 1 RW 12abc\n",
+                            "param A U32 1 RW 1 2\n",
+                            "param A DOUBLE 1 RW x\n",
+                            "param A U64 1 RW 18446744073709551616\n",
+                            "param A UFIELD 2 RW 1,2,3\n",
+                            "param A UFIELD 4 RW 1,,3\n",
+                            "param A DFIELD 4 RW 1.0,zz\n",
+                            "param A U32 1 RW\nparam A U32 1 RW\n",
+                            "event 0 1\n",
+                            "event -1 1 E\n",
+                            "event 1024 1 E\n",
+                            "event 0 256 E\n",
+                            "event 0 1 E\nevent 0 1 F\n",
+                            "event 0 1 E\nevent 1 1 E\n",
+                            "register 0 R 8 2\n",
+                            "register 1000000 R 8 2\n",
+                            "register 1 R 0 2\n",
+                            "register 1 R 65 2\n",
+                            "register 1 R 8 3\n",
+                            "register 1 R 8\n",
+                            "register 1 R 8 2\nregister 1 S 8 2\n",
+                            "register 1 R 8 2\nregister 2 R 8 2\n",
+                            "design\n",
+                            "end now\n"};
     for (const char* body : bodies) {
         std::string text = std::string("TERVIK-HAP 1\n") + body + "end\n";
         fpga_design* d = loadText(text);
         EXPECT_EQ(nullptr, d) << body;
         HapUnloadHapFile(d);
     }
-    const char* heads[] = {"TERVIK-HAP 2\nend\n", "tervik-hap 1\nend\n", " TERVIK-HAP 1\nend\n",
+    const char* heads[] = {"TERVIK-HAP 2\nend\n",   "tervik-hap 1\nend\n",  " TERVIK-HAP 1\nend\n",
                            "\nTERVIK-HAP 1\nend\n", "TERVIK-HAP 1 \nend\n", "end\n"};
     for (const char* text : heads) EXPECT_EQ(nullptr, loadText(text)) << text;
     // a NUL byte inside the manifest

@@ -40,9 +40,13 @@ protected:
 
     int id(const char* name) { return Fg_getParameterIdByName(fg_, name); }
     template <typename T>
-    int set(const char* name, const T& v, unsigned dma = 0) { return setValue(fg_, id(name), v, dma); }
+    int set(const char* name, const T& v, unsigned dma = 0) {
+        return setValue(fg_, id(name), v, dma);
+    }
     template <typename T>
-    int get(const char* name, T& v, unsigned dma = 0) { return getValue(fg_, id(name), v, dma); }
+    int get(const char* name, T& v, unsigned dma = 0) {
+        return getValue(fg_, id(name), v, dma);
+    }
     std::string text(const char* name) {
         char buf[300];
         std::memset(buf, 'x', sizeof buf);
@@ -118,8 +122,8 @@ TEST_F(HostFace, DesignParametersGetDistinctIdentitiesClearOfHostAndSdkNumbers) 
     EXPECT_EQ(nullptr, Fg_getParameterName(fg_, 13));
     EXPECT_LT(Fg_getParameterId(fg_, -1), 0);
     // unknown names answer 0; host-level parameters go by their SDK names
-    for (const char* unknown : {"Device1_Process0_No_Such", "", static_cast<const char*>(nullptr),
-                                "device1_process0_block_width"})
+    for (const char* unknown :
+         {"Device1_Process0_No_Such", "", static_cast<const char*>(nullptr), "device1_process0_block_width"})
         EXPECT_EQ(0, id(unknown));
     EXPECT_EQ(0, SimBoard_ParameterId(dev_, "nope"));
     EXPECT_EQ(FG_HOST_TIMEOUT, id("FG_TIMEOUT"));
@@ -151,7 +155,8 @@ TEST_F(HostFace, UnsignedParameterConvertsBetweenTypes) {
     EXPECT_EQ(77u, u32(kWidth0));
     // a value type the parameter has no use for
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, setText(kWidth0, "12"));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_setParameterWithType(fg_, id(kWidth0), &sz, 0, static_cast<FgParamTypes>(99)));
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
+              Fg_setParameterWithType(fg_, id(kWidth0), &sz, 0, static_cast<FgParamTypes>(99)));
 }
 
 TEST_F(HostFace, ReadsWriteExactlyTheSizeOfTheType) {
@@ -313,7 +318,8 @@ TEST_F(HostFace, NullValuesAndUnknownIdentitiesAreRefused) {
         EXPECT_EQ(FG_ERR_INVALID_PARAMETER, setValue(fg_, bad, v)) << bad;
         EXPECT_EQ(FG_ERR_INVALID_PARAMETER, getValue(fg_, bad, v)) << bad;
     }
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_setParameterWithType(fg_, FG_HOST_TIMEOUT, nullptr, 0, FG_PARAM_TYPE_UINT32_T));
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
+              Fg_setParameterWithType(fg_, FG_HOST_TIMEOUT, nullptr, 0, FG_PARAM_TYPE_UINT32_T));
     EXPECT_EQ(0, SimBoard_LogCount(dev_));
 }
 
@@ -357,12 +363,11 @@ TEST_F(HostFace, SuccessfulWritesAreLoggedInOrder) {
     elems[0] = 0;  // the caller's storage may change afterwards; the log keeps its own copy
 
     // (type2 is UINT32_T)
-    EXPECT_EQ((std::vector<std::string>{"Device1_Process1_Block_Width dma1 type2 512",
-                                        "Device1_Process0_Block_Period dma0 DOUBLE 42.5",
-                                        "Device1_Process0_Props_Note dma0 TEXT 'logged text'",
-                                        "FG_TIMEOUT dma1 type2 5000",
-                                        "Device1_Process0_Table_Values dma0 ACCESS [4: 11 12]",
-                                        "Device1_Process0_Table_Values dma0 ELEMENT 13 [6: 13]"}),
+    EXPECT_EQ((std::vector<std::string>{
+                  "Device1_Process1_Block_Width dma1 type2 512", "Device1_Process0_Block_Period dma0 DOUBLE 42.5",
+                  "Device1_Process0_Props_Note dma0 TEXT 'logged text'", "FG_TIMEOUT dma1 type2 5000",
+                  "Device1_Process0_Table_Values dma0 ACCESS [4: 11 12]",
+                  "Device1_Process0_Table_Values dma0 ELEMENT 13 [6: 13]"}),
               writeLog(dev_));
     SimLogEntry out;
     ASSERT_EQ(0, SimBoard_LogEntry(dev_, 0, &out));
@@ -400,7 +405,8 @@ TEST_F(HostFace, HostLevelParametersAnswerPerDma) {
     EXPECT_EQ(1u, sz);
     uint32_t v = 0;
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, getValue(fg_, FG_HOST_DMA_PORT, v, 2));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getParameterWithType(fg_, FG_HOST_NR_OF_DMAS, &v, 0, FG_PARAM_TYPE_CHAR_PTR));
+    EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
+              Fg_getParameterWithType(fg_, FG_HOST_NR_OF_DMAS, &v, 0, FG_PARAM_TYPE_CHAR_PTR));
 
     EXPECT_EQ(0, setValue(fg_, FG_HOST_TIMEOUT, 30u, 1));
     EXPECT_EQ(30u, hostU32(FG_HOST_TIMEOUT, 1));
@@ -411,7 +417,8 @@ TEST_F(HostFace, HostLevelParametersAnswerPerDma) {
     for (int ro : {FG_HOST_NR_OF_DMAS, FG_HOST_NR_OF_CAMS, FG_HOST_NR_OF_PROCESSES, FG_HOST_DMA_PORT, FG_HOST_CAM_PORT,
                    FG_HOST_TRANSFER_LEN, FG_HOST_DMASTATUS})
         EXPECT_EQ(FG_ERR_NOT_AVAILABLE, setValue(fg_, ro, 30u)) << ro;
-    EXPECT_EQ((std::vector<std::string>{"FG_TIMEOUT dma1 type2 30", "FG_APC_STOP_TIMEOUT dma0 type4 9"}), writeLog(dev_));
+    EXPECT_EQ((std::vector<std::string>{"FG_TIMEOUT dma1 type2 30", "FG_APC_STOP_TIMEOUT dma0 type4 9"}),
+              writeLog(dev_));
 }
 
 // ---- fault injection and the last error ----------------------------------------------------
@@ -522,7 +529,8 @@ TEST_F(HostFace, DescriptionTreeOfAPort) {
         EXPECT_NE(REG_FORMAT_GROUP, r->format);
     }
     // shared and loose parameters belong to every port, the other process to port 1
-    for (const char* n : {kWidth0, kEnable, kBig, kPeriod, kLevel, kName, kOut, "Loose"}) ASSERT_TRUE(leaves.count(n)) << n;
+    for (const char* n : {kWidth0, kEnable, kBig, kPeriod, kLevel, kName, kOut, "Loose"})
+        ASSERT_TRUE(leaves.count(n)) << n;
     EXPECT_FALSE(leaves.count(kWidth1));
     EXPECT_EQ(REG_FORMAT_UINT, leaves[kWidth0]->format);
     EXPECT_EQ(7, leaves[kWidth0]->accessFlags);
@@ -592,18 +600,19 @@ TEST_F(HostFace, AcquisitionCountsFramesAndCalls) {
     SimAcquisitionCounters c;
     SimBoard_GetAcquisitionCounters(dev_, &c);
     // acquire, stop, last picture number, status and applet id calls; running per DMA
-    EXPECT_EQ((std::vector<int>{3, 3, 12, 2, 1, 0, 0}), (std::vector<int>{c.acquireCalls, c.stopCalls, c.lastPicNumberCalls,
-                                                                       c.statusCalls, c.appletIdCalls, c.running[0],
-                                                                       c.running[1]}));
+    EXPECT_EQ((std::vector<int>{3, 3, 12, 2, 1, 0, 0}),
+              (std::vector<int>{c.acquireCalls, c.stopCalls, c.lastPicNumberCalls, c.statusCalls, c.appletIdCalls,
+                                c.running[0], c.running[1]}));
 }
 
 TEST_F(HostFace, ShadingAndConfigurationAreNotSupported) {
     EXPECT_EQ(nullptr, Fg_AllocShading(fg_, 0, 0));
     EXPECT_EQ(FG_ERR_NOT_SUPPORTED, Fg_getLastErrorNumber(fg_));
-    for (int rc : {Fg_FreeShading(fg_, nullptr), Shad_SetSubValueLine(fg_, nullptr, 0, 0, 1.0f),
-                   Shad_SetMultValueLine(fg_, nullptr, 0, 0, 1.0f), Shad_SetFixedPatternNoiseLine(fg_, nullptr, 0, 0, 1),
-                   Shad_GetMaxLine(fg_, nullptr), Shad_GetAccess(fg_, nullptr), Shad_FreeAccess(fg_, nullptr),
-                   Shad_WriteActLine(fg_, nullptr, 0), Fg_saveConfig(fg_, "x.mcf"), Fg_loadConfig(fg_, "x.mcf")})
+    for (int rc :
+         {Fg_FreeShading(fg_, nullptr), Shad_SetSubValueLine(fg_, nullptr, 0, 0, 1.0f),
+          Shad_SetMultValueLine(fg_, nullptr, 0, 0, 1.0f), Shad_SetFixedPatternNoiseLine(fg_, nullptr, 0, 0, 1),
+          Shad_GetMaxLine(fg_, nullptr), Shad_GetAccess(fg_, nullptr), Shad_FreeAccess(fg_, nullptr),
+          Shad_WriteActLine(fg_, nullptr, 0), Fg_saveConfig(fg_, "x.mcf"), Fg_loadConfig(fg_, "x.mcf")})
         EXPECT_EQ(FG_ERR_NOT_SUPPORTED, rc);
 }
 

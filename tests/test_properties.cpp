@@ -11,8 +11,7 @@
 using tervik::templates::platform::PropertiesFile;
 using tervik::templates::platform::RecursiveMutexGuard;
 
-TEST(PropertiesKeys, SectionedKeysNeedANamedSectionAndAnInnerSeparator)
-{
+TEST(PropertiesKeys, SectionedKeysNeedANamedSectionAndAnInnerSeparator) {
     PropertiesFile store(true, false);  // set up as the applet does
     store.setCaseSensitive(true);
     // the applet's own section name is empty, so its keys all start with "::"
@@ -32,8 +31,7 @@ TEST(PropertiesKeys, SectionedKeysNeedANamedSectionAndAnInnerSeparator)
     EXPECT_FALSE(flat.setProperty("other", "3"));
 }
 
-TEST(PropertiesLookup, StoresReplacesAndMisses)
-{
+TEST(PropertiesLookup, StoresReplacesAndMisses) {
     PropertiesFile store(true, true);
     ASSERT_TRUE(store.setProperty("dll::Gain", "yes"));
     ASSERT_TRUE(store.setProperty("dll::Gain", "no"));
@@ -45,8 +43,7 @@ TEST(PropertiesLookup, StoresReplacesAndMisses)
     EXPECT_EQ(std::vector<std::string>{"Gain"}, store.propertyNames("dll"));
 }
 
-TEST(PropertiesLookup, LetterCaseFollowsTheFlag)
-{
+TEST(PropertiesLookup, LetterCaseFollowsTheFlag) {
     PropertiesFile exact(true, true);
     exact.setProperty("Dll::Gain", "1");
     std::string value;
@@ -55,14 +52,13 @@ TEST(PropertiesLookup, LetterCaseFollowsTheFlag)
 
     PropertiesFile loose(true, false);
     loose.setProperty("Dll::Gain", "1");
-    loose.setProperty("DLL::GAIN", "2");   // the same property
+    loose.setProperty("DLL::GAIN", "2");  // the same property
     EXPECT_TRUE(loose.getProperty("dll::gain", value));
     EXPECT_EQ("2", value);
     EXPECT_EQ(std::vector<std::string>{"Gain"}, loose.propertyNames("dLL"));
 }
 
-TEST(PropertiesNames, AscendingAndOnlyOfTheSection)
-{
+TEST(PropertiesNames, AscendingAndOnlyOfTheSection) {
     PropertiesFile store(true, true);
     store.setProperty("s::beta", "1");
     store.setProperty("s::alpha", "1");
@@ -76,8 +72,7 @@ TEST(PropertiesNames, AscendingAndOnlyOfTheSection)
     EXPECT_TRUE(store.propertyNames("u").empty());
 }
 
-TEST(PropertiesLock, HolderMayUseTheStoreWhileLocked)
-{
+TEST(PropertiesLock, HolderMayUseTheStoreWhileLocked) {
     PropertiesFile store(true, true);
     RecursiveMutexGuard guard(&store.m_mutex);
     EXPECT_TRUE(store.setProperty("a::b", "On"));

@@ -17,8 +17,7 @@ std::string describe(const RegisterInfo* r) { return orvtest::recordText(r); }
 class RegistryTest : public ::testing::Test {
 protected:
     // A plain UINT parameter with an SDK name and identity.
-    RegisterInfo* param(RegisterInfo* parent, const char* sdk, int id = 1, int port = 0)
-    {
+    RegisterInfo* param(RegisterInfo* parent, const char* sdk, int id = 1, int port = 0) {
         return info.addInfoUInt(parent, "P", sdk, 0, 1, 1, 3, 1, 1, "", id, port);
     }
     Fg_ParameterInfo info;
@@ -26,8 +25,7 @@ protected:
 
 // ---- tree shape ------------------------------------------------------------
 
-TEST_F(RegistryTest, TopLevelGroupsComeNewestFirstAndAreDoublyLinked)
-{
+TEST_F(RegistryTest, TopLevelGroupsComeNewestFirstAndAreDoublyLinked) {
     RegisterInfo* a = info.addGroupInfo(0, NULL, "A");
     RegisterInfo* b = info.addGroupInfo(0, NULL, "B");
     RegisterInfo* c = info.addGroupInfo(0, NULL, "C");
@@ -57,8 +55,7 @@ TEST_F(RegistryTest, TopLevelGroupsComeNewestFirstAndAreDoublyLinked)
     EXPECT_STREQ("B", b->name);
 }
 
-TEST_F(RegistryTest, ChildrenSitInElementsAtTheirIndexAndAreNotLinked)
-{
+TEST_F(RegistryTest, ChildrenSitInElementsAtTheirIndexAndAreNotLinked) {
     RegisterInfo* top = info.addGroupInfo(0, NULL, "Line Trigger / ExSync");
     RegisterInfo* p0 = param(top, "FG_LINE_DOWNSCALE");
     RegisterInfo* g1 = info.addGroupInfo(0, top, "ExSync Output");
@@ -84,8 +81,7 @@ TEST_F(RegistryTest, ChildrenSitInElementsAtTheirIndexAndAreNotLinked)
     EXPECT_EQ(nullptr, top->next);
 }
 
-TEST_F(RegistryTest, RefusedAddsAttachNothing)
-{
+TEST_F(RegistryTest, RefusedAddsAttachNothing) {
     RegisterInfo* top = info.addGroupInfo(0, NULL, "ROI");
     RegisterInfo* width = info.addInfoUInt(top, "Width", "FG_WIDTH", 32, 16384, 16, 3, 2, 1, "pixel", 100, 0);
     ASSERT_TRUE(width);
@@ -110,8 +106,7 @@ TEST_F(RegistryTest, RefusedAddsAttachNothing)
     EXPECT_EQ(1, height->index) << "no child index was taken";
 }
 
-TEST_F(RegistryTest, FinalizedSlotRefusesEveryAddButKeepsItsRecords)
-{
+TEST_F(RegistryTest, FinalizedSlotRefusesEveryAddButKeepsItsRecords) {
     RegisterInfo* top = info.addGroupInfo(0, NULL, "ROI");
     RegisterInfo* width = param(top, "FG_WIDTH", 100);
     info.finalize(0);
@@ -139,8 +134,7 @@ TEST_F(RegistryTest, FinalizedSlotRefusesEveryAddButKeepsItsRecords)
     EXPECT_NE(nullptr, param(other, "FG_HEIGHT", 200, 1));
 }
 
-TEST_F(RegistryTest, PortsOutsideTheFourSlotsAreHarmless)
-{
+TEST_F(RegistryTest, PortsOutsideTheFourSlotsAreHarmless) {
     for (int port : {-1, 4, 100}) {
         EXPECT_EQ(nullptr, info.addGroupInfo(port, NULL, "G"));
         EXPECT_EQ(nullptr, info.getRegisterInfo(port));
@@ -160,8 +154,7 @@ TEST_F(RegistryTest, PortsOutsideTheFourSlotsAreHarmless)
 
 // ---- value descriptions ----------------------------------------------------
 
-TEST_F(RegistryTest, EveryKindKeepsItsValueDescriptionInItsOwnVariantWithPrivateTexts)
-{
+TEST_F(RegistryTest, EveryKindKeepsItsValueDescriptionInItsOwnVariantWithPrivateTexts) {
     RegisterInfo* top = info.addGroupInfo(0, NULL, "G");
     char name[] = "Width";
     char sdk[] = "FG_WIDTH";
@@ -178,8 +171,8 @@ TEST_F(RegistryTest, EveryKindKeepsItsValueDescriptionInItsOwnVariantWithPrivate
         info.addInfoDouble(top, "Period", "FG_LINEPERIODE", 0.512, 2097.144, eps, 7, 1, 1, "\xB5s", 96, 0),
         // field records start at the first element with the lower bound
         info.addInfoUIntField(top, "LUT Values", "FG_LUT_VALUE", 16, 0, 4095, 1, 7, 1, 1, "", 300001, 0),
-        info.addInfoDoubleField(top, "Channel Current", "FG_SYSTEMMONITOR_CHANNEL_CURRENT", 4, -100000.0, 100000.0,
-                                0.0, 1, 1, 1, "A", 200350, 0),
+        info.addInfoDoubleField(top, "Channel Current", "FG_SYSTEMMONITOR_CHANNEL_CURRENT", 4, -100000.0, 100000.0, 0.0,
+                                1, 1, 1, "A", 200350, 0),
         info.addInfoIntField(top, "Signed", "FG_SIGNED_FIELD", 8, -8, 8, 2, 7, 1, 1, "", 5, 0),
         // string records carry a copy of the file filter
         info.addInfoString(top, "Load File", "FG_LUT_CUSTOM_FILE", "*.lut", 7, 1, 1, "", 300000, 0),
@@ -200,14 +193,12 @@ TEST_F(RegistryTest, EveryKindKeepsItsValueDescriptionInItsOwnVariantWithPrivate
         "'Load File' 'FG_LUT_CUSTOM_FILE' unit '' flags 7/1/1 id 300000 port 0: STRING null ext '*.lut' len 0",
         "'Applet Id' 'FG_APPLET_ID' unit '' flags 1/1/1 id 24010 port 0: STRING null ext null len 0",
     };
-    for (size_t i = 0; i < sizeof expected / sizeof expected[0]; ++i)
-        EXPECT_EQ(expected[i], describe(records[i]));
+    for (size_t i = 0; i < sizeof expected / sizeof expected[0]; ++i) EXPECT_EQ(expected[i], describe(records[i]));
     EXPECT_EQ(REG_FORMAT_INT64, records[3]->format);
     EXPECT_EQ(REG_FORMAT_UINT64, records[2]->format);
 }
 
-TEST_F(RegistryTest, EnumEntriesStartEmptyAndAreFilledOneByOne)
-{
+TEST_F(RegistryTest, EnumEntriesStartEmptyAndAreFilledOneByOne) {
     RegisterInfo* top = info.addGroupInfo(0, NULL, "Image Trigger Input");
     RegisterInfo* e = info.addInfoEnum(top, "Source", "FG_IMGTRIGGERINSRC", 3, 7, 1, 1, "", 8113, 0);
     ASSERT_NE(nullptr, e);
@@ -217,8 +208,7 @@ TEST_F(RegistryTest, EnumEntriesStartEmptyAndAreFilledOneByOne)
         return textOf(e->u.eReg.enumNames[i]) + " " + std::to_string(e->u.eReg.enumValues[i]) + " " +
                textOf(e->u.eReg.enumDefName[i]);
     };
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ("null 0 null", entry(i));
+    for (int i = 0; i < 3; ++i) EXPECT_EQ("null 0 null", entry(i));
 
     char name[] = "Software Trigger";
     EXPECT_EQ(0, info.addEnumNameValue(e, 2, name, -1, "TRGINSOFTWARE"));
@@ -232,8 +222,7 @@ TEST_F(RegistryTest, EnumEntriesStartEmptyAndAreFilledOneByOne)
     EXPECT_EQ("'Other' 7 null", entry(2));
 }
 
-TEST_F(RegistryTest, EnumEntryOutsideTheRecordOrOnAnotherKindIsRefused)
-{
+TEST_F(RegistryTest, EnumEntryOutsideTheRecordOrOnAnotherKindIsRefused) {
     RegisterInfo* top = info.addGroupInfo(0, NULL, "G");
     RegisterInfo* e = info.addInfoEnum(top, "Apply", "FG_SENDSOFTWARETRIGGER", 1, 7, 1, 1, "", 8800, 0);
     RegisterInfo* u = param(top, "FG_WIDTH", 100);
@@ -254,8 +243,7 @@ TEST_F(RegistryTest, EnumEntryOutsideTheRecordOrOnAnotherKindIsRefused)
     EXPECT_STREQ("FG_APPLY", e->u.eReg.enumDefName[0]);
 }
 
-TEST_F(RegistryTest, MissingDisplayNameIsKeptAsNone)
-{
+TEST_F(RegistryTest, MissingDisplayNameIsKeptAsNone) {
     RegisterInfo* top = info.addGroupInfo(0, NULL, NULL);
     ASSERT_NE(nullptr, top);
     EXPECT_EQ(nullptr, top->name);

@@ -36,8 +36,7 @@ protected:
 
 // ---- the writes of each setter --------------------------------------------
 
-TEST_F(Roi, WidthAndXOffsetSizeAndMoveTheBuffersAndMirrorOfTheirPortOnly)
-{
+TEST_F(Roi, WidthAndXOffsetSizeAndMoveTheBuffersAndMirrorOfTheirPortOnly) {
     for (int port = 0; port < 2; ++port) {
         const std::vector<Write> expected = {
             u32w(dp(port, "Buffer_0_DRAM_A_0_XLength"), 2048, port),
@@ -68,8 +67,7 @@ TEST_F(Roi, WidthAndXOffsetSizeAndMoveTheBuffersAndMirrorOfTheirPortOnly)
 
 // ---- limits ---------------------------------------------------------------------
 
-TEST_F(Roi, RangeLimitsComeBeforeAlignment)
-{
+TEST_F(Roi, RangeLimitsComeBeforeAlignment) {
     for (int port = 0; port < 2; ++port) {
         put(FG_XOFFSET, 0, port);
         put(FG_WIDTH, 32, port);
@@ -86,8 +84,7 @@ TEST_F(Roi, RangeLimitsComeBeforeAlignment)
                       {FG_REVERSE_X, 1, {2, 0xFFFFFFFFu}}});
 }
 
-TEST_F(Roi, WidthAndXOffsetShareTheLineMemory)
-{
+TEST_F(Roi, WidthAndXOffsetShareTheLineMemory) {
     for (int port = 0; port < 2; ++port) {
         put(FG_WIDTH, 1024, port);
         put(FG_XOFFSET, 15360, port);
@@ -114,8 +111,7 @@ TEST_F(Roi, WidthAndXOffsetShareTheLineMemory)
     EXPECT_EQ(16384u, b.u32(FG_WIDTH, 1));
 }
 
-TEST_F(Roi, WidthAndXOffsetNarrowEachOthersMaximumOnTheirPortOnly)
-{
+TEST_F(Roi, WidthAndXOffsetNarrowEachOthersMaximumOnTheirPortOnly) {
     ASSERT_TRUE(b.record(1, FG_XOFFSET) && b.record(1, FG_WIDTH));
     const UIntReg xoffBefore = b.record(1, FG_XOFFSET)->u.uiReg;
     const UIntReg widthBefore = b.record(1, FG_WIDTH)->u.uiReg;
@@ -154,8 +150,7 @@ TEST_F(Roi, WidthAndXOffsetNarrowEachOthersMaximumOnTheirPortOnly)
 // The height sizes the buffers, then cuts the frame with the cached y-offset;
 // the y-offset recuts it with the cached height. The image height is the ROI
 // height in every mode; the trigger block's length depends on the mode.
-TEST_F(Roi, TriggerFrameLengthFollowsTheImageTriggerMode)
-{
+TEST_F(Roi, TriggerFrameLengthFollowsTheImageTriggerMode) {
     put(FG_HEIGHT, 400, 1);
     put(FG_YOFFSET, 13, 1);
     put(FG_IMGTRIGGER_ASYNC_HEIGHT, 5000, 1);
@@ -175,8 +170,7 @@ TEST_F(Roi, TriggerFrameLengthFollowsTheImageTriggerMode)
     }
 }
 
-TEST_F(Roi, AsyncHeightTakesEffectInTheMultiBufferMode)
-{
+TEST_F(Roi, AsyncHeightTakesEffectInTheMultiBufferMode) {
     put(FG_HEIGHT, 256, 1);
     put(FG_YOFFSET, 3, 1);
     // Outside the mode the async height is only remembered; choosing the

@@ -9,8 +9,8 @@
 // ORV_SOAK_CYCLES overrides the number of cycles per case (the valgrind run
 // uses a few).
 #include <dirent.h>
-#include <malloc.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -109,8 +109,8 @@ void exercise(Board& b, const Variant& v) {
             const char* name = Fg_getParameterName(b.fg(), i);
             if (name && std::strncmp(name, "DRA_", 4) == 0) {
                 uint64_t value = 0;
-                EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), Fg_getParameterId(b.fg(), i), &value, 0,
-                                                     FG_PARAM_TYPE_UINT64_T))
+                EXPECT_EQ(
+                    0, Fg_getParameterWithType(b.fg(), Fg_getParameterId(b.fg(), i), &value, 0, FG_PARAM_TYPE_UINT64_T))
                     << name;
                 if (++registers == 3) break;
             }

@@ -100,8 +100,8 @@ TEST_F(TextFile, SearchSeesThePiecesALineReaderSees) {
                 // Twice from the top: the second search is answered from memory.
                 for (int pass = 0; pass < 2; ++pass) {
                     got.clear();
-                    for (Cursor at; atStart ? reader.findPieceStartingWith(at, needle)
-                                            : reader.findPieceContaining(at, needle);) {
+                    for (Cursor at;
+                         atStart ? reader.findPieceStartingWith(at, needle) : reader.findPieceContaining(at, needle);) {
                         reader.nextPiece(at, buf);
                         got.push_back(at.pos);
                     }
@@ -196,8 +196,8 @@ TEST_F(TextFile, SaveKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
     LookupTable tableA = {a.data(), 3, unsigned(a.size()), 0, 0}, tableB = {b.data(), 3, unsigned(b.size()), 0, 0};
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < 3; ++i) ASSERT_EQ(0, Fg_LutFileParser().saveLutToFile(p.c_str(), &tableA));
-    const long saveMicros =
-        long(std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start).count() / 3);
+    const long saveMicros = long(
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start).count() / 3);
     std::mt19937 rng(7);
     int sawA = 0, sawB = 0;
     long window = 3 * saveMicros + 1000;
@@ -234,6 +234,8 @@ TEST_F(TextFile, SaveKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
     // Both outcomes occur, so the kills did land inside the loop.
     EXPECT_GT(sawA, 0);
     EXPECT_GT(sawB, 0);
-    std::printf("300 saving processes killed within %ld us (a save takes %ld us%s): %d times the first table, "
-                "%d the second\n", window, saveMicros, inMemory ? " in /dev/shm" : "", sawA, sawB);
+    std::printf(
+        "300 saving processes killed within %ld us (a save takes %ld us%s): %d times the first table, "
+        "%d the second\n",
+        window, saveMicros, inMemory ? " in /dev/shm" : "", sawA, sawB);
 }

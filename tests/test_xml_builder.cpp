@@ -15,34 +15,38 @@ namespace {
 
 // ---- filters ---------------------------------------------------------------
 
-TEST(XmlStringFilter, EscapesTheFiveSpecialCharactersAndPassesEveryOtherByte)
-{
-    const std::string cases[][2] = {
-        {"Delay->ExSync", "Delay-&gt;ExSync"}, {"a&b<c>\"d'e", "a&amp;b&lt;c&gt;&quot;d&apos;e"},
-        {"&amp;", "&amp;amp;"} /* not idempotent */, {"</Description><x>", "&lt;/Description&gt;&lt;x&gt;"},
-        {"", ""}, {"5 \xB5s", "5 \xB5s"} /* Latin-1 */, {"5 \xC2\xB5s", "5 \xC2\xB5s"},
-        {std::string("a\tb\nc\rd\x01", 8), std::string("a\tb\nc\rd\x01", 8)},
-        {std::string("a\0&", 3), std::string("a\0&amp;", 7)}};
-    for (const auto& c : cases)
-        EXPECT_EQ(c[1], xmlStringFilter(c[0])) << c[0];
+TEST(XmlStringFilter, EscapesTheFiveSpecialCharactersAndPassesEveryOtherByte) {
+    const std::string cases[][2] = {{"Delay->ExSync", "Delay-&gt;ExSync"},
+                                    {"a&b<c>\"d'e", "a&amp;b&lt;c&gt;&quot;d&apos;e"},
+                                    {"&amp;", "&amp;amp;"} /* not idempotent */,
+                                    {"</Description><x>", "&lt;/Description&gt;&lt;x&gt;"},
+                                    {"", ""},
+                                    {"5 \xB5s", "5 \xB5s"} /* Latin-1 */,
+                                    {"5 \xC2\xB5s", "5 \xC2\xB5s"},
+                                    {std::string("a\tb\nc\rd\x01", 8), std::string("a\tb\nc\rd\x01", 8)},
+                                    {std::string("a\0&", 3), std::string("a\0&amp;", 7)}};
+    for (const auto& c : cases) EXPECT_EQ(c[1], xmlStringFilter(c[0])) << c[0];
 }
 
-TEST(XmlNameFilter, KeepsLettersAndAfterTheFirstPositionDigitsAndUnderscoresOnly)
-{
-    const std::string cases[][2] = {
-        // (group names such as "Shaft Encoder A/B Filter" are in the category tree below)
-        {"FG_WIDTH", "FG_WIDTH"}, {"_x1", "x1"}, {"1a2", "a2"},
-        {"__a", "_a"} /* only the very first position is special */, {"9A b9", "Ab9"}, {"", ""},
-        {"&<>\"' /", ""}, {"\xB5s", "s"}, {"\xC2\xB5\xC3s", "s"}, {"&amp;<lt>x", "ampltx"},
-        {std::string("a\0b", 3), "ab"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(c[1], xmlNameFilter(c[0])) << c[0];
+TEST(XmlNameFilter, KeepsLettersAndAfterTheFirstPositionDigitsAndUnderscoresOnly) {
+    const std::string cases[][2] = {// (group names such as "Shaft Encoder A/B Filter" are in the category tree below)
+                                    {"FG_WIDTH", "FG_WIDTH"},
+                                    {"_x1", "x1"},
+                                    {"1a2", "a2"},
+                                    {"__a", "_a"} /* only the very first position is special */,
+                                    {"9A b9", "Ab9"},
+                                    {"", ""},
+                                    {"&<>\"' /", ""},
+                                    {"\xB5s", "s"},
+                                    {"\xC2\xB5\xC3s", "s"},
+                                    {"&amp;<lt>x", "ampltx"},
+                                    {std::string("a\0b", 3), "ab"}};
+    for (const auto& c : cases) EXPECT_EQ(c[1], xmlNameFilter(c[0])) << c[0];
 }
 
 // ---- categories ------------------------------------------------------------
 
-TEST(CategoryTree, ChildrenAndFeaturesKeepOrderAndAreFoundByExactName)
-{
+TEST(CategoryTree, ChildrenAndFeaturesKeepOrderAndAreFoundByExactName) {
     Category root("Root", nullptr);
     Category* roi = new Category("ROI", &root);
     Category* again = new Category("ROI", &root);  // a second category of the same name
@@ -58,8 +62,8 @@ TEST(CategoryTree, ChildrenAndFeaturesKeepOrderAndAreFoundByExactName)
     roi->addFeature("FG_HEIGHT");
     roi->addFeature("FG_WIDTH");
     EXPECT_EQ((std::vector<std::string>{"FG_WIDTH", "FG_HEIGHT", "FG_WIDTH", "", ""}),
-              (std::vector<std::string>{roi->getFeature(0), roi->getFeature(1), roi->getFeature(2),
-                                        roi->getFeature(3), roi->getFeature(-1)}));
+              (std::vector<std::string>{roi->getFeature(0), roi->getFeature(1), roi->getFeature(2), roi->getFeature(3),
+                                        roi->getFeature(-1)}));
     EXPECT_TRUE(roi->hasFeature("FG_HEIGHT"));
     EXPECT_FALSE(roi->hasFeature("fg_height"));
 }
@@ -68,11 +72,9 @@ TEST(CategoryTree, ChildrenAndFeaturesKeepOrderAndAreFoundByExactName)
 
 class NodeTemplate : public ::testing::Test {
 protected:
-    std::string write(const RegisterInfo* reg)
-    {
+    std::string write(const RegisterInfo* reg) {
         EXPECT_NE(nullptr, reg);
-        if (reg == nullptr)
-            return std::string();
+        if (reg == nullptr) return std::string();
         std::ostringstream oss;
         ParameterInfoGeneratorXML generator(oss);
         EXPECT_TRUE(generator.generate(*reg));
@@ -85,33 +87,31 @@ protected:
     RegisterInfo* group = nullptr;
 };
 
-TEST_F(NodeTemplate, UnsignedBoundsAboveTheSignedRangeStayUnsignedAndStepZeroHasNoIncrement)
-{
+TEST_F(NodeTemplate, UnsignedBoundsAboveTheSignedRangeStayUnsignedAndStepZeroHasNoIncrement) {
     EXPECT_EQ(intNodes("FG_BIG", "Big", 7, "RO", "2147483648", "4294967295", ""),
               write(info.addInfoUInt(group, "Big", "FG_BIG", 2147483648u, 4294967295u, 0, 1, 1, 1, "", 7, 0)));
 }
 
-TEST_F(NodeTemplate, SignedIntegerWithoutAddressAndWithoutAccess)
-{
-    EXPECT_EQ("<IntReg Name=\"FG_GAIN_OFFSET_Reg\">\n"
-              "<Length>4</Length>\n"
-              "<AccessMode></AccessMode>\n"
-              "<pPort>DevicePort</pPort>\n"
-              "<Sign>Signed</Sign>\n"
-              "<Endianess>LittleEndian</Endianess>\n"
-              "</IntReg>\n"
-              "<Integer Name='FG_GAIN_OFFSET'>\n"
-              "<Description>Gain Offset</Description>\n"
-              "<pValue>FG_GAIN_OFFSET_Reg</pValue>\n"
-              "<Min>-100</Min>\n"
-              "<Max>-2</Max>\n"
-              "<Inc>2</Inc>\n"
-              "</Integer>\n\r",
-              write(info.addInfoInt(group, "Gain Offset", "FG_GAIN_OFFSET", -100, -2, 2, 4, 1, 1, "", 0, 0)));
+TEST_F(NodeTemplate, SignedIntegerWithoutAddressAndWithoutAccess) {
+    EXPECT_EQ(
+        "<IntReg Name=\"FG_GAIN_OFFSET_Reg\">\n"
+        "<Length>4</Length>\n"
+        "<AccessMode></AccessMode>\n"
+        "<pPort>DevicePort</pPort>\n"
+        "<Sign>Signed</Sign>\n"
+        "<Endianess>LittleEndian</Endianess>\n"
+        "</IntReg>\n"
+        "<Integer Name='FG_GAIN_OFFSET'>\n"
+        "<Description>Gain Offset</Description>\n"
+        "<pValue>FG_GAIN_OFFSET_Reg</pValue>\n"
+        "<Min>-100</Min>\n"
+        "<Max>-2</Max>\n"
+        "<Inc>2</Inc>\n"
+        "</Integer>\n\r",
+        write(info.addInfoInt(group, "Gain Offset", "FG_GAIN_OFFSET", -100, -2, 2, 4, 1, 1, "", 0, 0)));
 }
 
-TEST_F(NodeTemplate, AccessModeFollowsTheLowTwoBits)
-{
+TEST_F(NodeTemplate, AccessModeFollowsTheLowTwoBits) {
     const struct {
         int flags;
         const char* mode;
@@ -124,8 +124,7 @@ TEST_F(NodeTemplate, AccessModeFollowsTheLowTwoBits)
 }
 
 // (short bounds such as 0.1, 0.0078125 and 10000000 are in the synthetic document)
-TEST_F(NodeTemplate, FloatBoundsWithTwelveSignificantDigits)
-{
+TEST_F(NodeTemplate, FloatBoundsWithTwelveSignificantDigits) {
     const struct {
         double value;
         const char* text;
@@ -139,42 +138,38 @@ TEST_F(NodeTemplate, FloatBoundsWithTwelveSignificantDigits)
     }
 }
 
-TEST_F(NodeTemplate, EnumerationEntriesSortedByValueWithSdkNamesOnly)
-{
+TEST_F(NodeTemplate, EnumerationEntriesSortedByValueWithSdkNamesOnly) {
     RegisterInfo* e = info.addInfoEnum(group, "Mode", "FG_IMGTRIGGERMODE", 7, 3, 1, 1, "", 8104, 0);
     info.addEnumNameValue(e, 0, "Free Run", 0, "FREE_RUN");
     info.addEnumNameValue(e, 1, "Async External Trigger", 2, "ASYNC_TRIGGER");
     info.addEnumNameValue(e, 2, "Async Multi Buffer External Trigger", 8, "ASYNC_TRIGGER_MULTIFRAME");
-    info.addEnumNameValue(e, 3, "No constant name", 3, nullptr);           // left out
-    info.addEnumNameValue(e, 4, "Software", -1, "A<&>\"'");                // escaped
-    info.addEnumNameValue(e, 5, "Same value, later entry", 2, "LATER");    // replaces ASYNC_TRIGGER
+    info.addEnumNameValue(e, 3, "No constant name", 3, nullptr);         // left out
+    info.addEnumNameValue(e, 4, "Software", -1, "A<&>\"'");              // escaped
+    info.addEnumNameValue(e, 5, "Same value, later entry", 2, "LATER");  // replaces ASYNC_TRIGGER
     // entry 6 never filled: no constant name, left out
-    EXPECT_EQ(enumNodes("FG_IMGTRIGGERMODE", "Mode", 8104, "RW",
-                        {{"A&lt;&amp;&gt;&quot;&apos;", -1}, {"FREE_RUN", 0}, {"LATER", 2},
-                         {"ASYNC_TRIGGER_MULTIFRAME", 8}}),
-              write(e));
+    EXPECT_EQ(
+        enumNodes("FG_IMGTRIGGERMODE", "Mode", 8104, "RW",
+                  {{"A&lt;&amp;&gt;&quot;&apos;", -1}, {"FREE_RUN", 0}, {"LATER", 2}, {"ASYNC_TRIGGER_MULTIFRAME", 8}}),
+        write(e));
     // an enumeration without entries has no entry lists to read
     EXPECT_EQ(std::string::npos,
               write(info.addInfoEnum(group, "Empty", "FG_EMPTY", 0, 1, 1, 1, "", 0, 0)).find("<EnumEntry"));
 }
 
-TEST_F(NodeTemplate, DescriptionOnlyForANonEmptyDisplayNameAndEscaped)
-{
+TEST_F(NodeTemplate, DescriptionOnlyForANonEmptyDisplayNameAndEscaped) {
     EXPECT_EQ(std::string::npos,
               write(info.addInfoString(group, "", "FG_A", nullptr, 1, 1, 1, "", 1, 0)).find("<Description>"));
     EXPECT_EQ(std::string::npos,
               write(info.addInfoString(group, nullptr, "FG_B", nullptr, 1, 1, 1, "", 1, 0)).find("<Description>"));
     // Escaped; bytes above 127 reach the document as they are.
-    EXPECT_NE(std::string::npos,
-              write(info.addInfoUInt(group, "5 \xB5s & more", "FG_C", 0, 1, 1, 3, 1, 1, "", 1, 0))
-                  .find("<Description>5 \xB5s &amp; more</Description>\n"));
+    EXPECT_NE(std::string::npos, write(info.addInfoUInt(group, "5 \xB5s & more", "FG_C", 0, 1, 1, 3, 1, 1, "", 1, 0))
+                                     .find("<Description>5 \xB5s &amp; more</Description>\n"));
     // A hostile SDK name cannot break out of its attribute.
     EXPECT_NE(std::string::npos, write(info.addInfoUInt(group, "X", "A\"B'<C>", 0, 1, 1, 3, 1, 1, "", 1, 0))
                                      .find("<Integer Name='A&quot;B&apos;&lt;C&gt;'>\n"));
 }
 
-TEST_F(NodeTemplate, KindsWithoutTemplateWriteNothing)
-{
+TEST_F(NodeTemplate, KindsWithoutTemplateWriteNothing) {
     std::vector<RegisterInfo*> others = {
         info.addInfoUInt64(group, "DNA", "FG_DNA", 0, 1, 0, 1, 1, 1, "", 1, 0),
         info.addInfoInt64(group, "S64", "FG_S64", 0, 1, 0, 1, 1, 1, "", 1, 0),
@@ -197,8 +192,7 @@ const std::string kEmptyDocument = documentHeader() + category("Root", {}) + kDo
 
 class Document : public ::testing::Test {
 protected:
-    std::string build(int port)
-    {
+    std::string build(int port) {
         ParameterInfoBuilderXML builder(wrapper.registry(), wrapper, port);
         return builder.build();
     }
@@ -206,15 +200,13 @@ protected:
     XmlTestWrapper wrapper;
 };
 
-TEST_F(Document, EverySlotIsDescribedOnItsOwnAndAlikeOnEveryBuild)
-{
+TEST_F(Document, EverySlotIsDescribedOnItsOwnAndAlikeOnEveryBuild) {
     buildSyntheticRegistry(wrapper.registry(), 1);
     ParameterInfoBuilderXML builder(wrapper.registry(), wrapper, 1);
     EXPECT_EQ(syntheticDocument(), builder.build());
     EXPECT_EQ(syntheticDocument(), builder.build());
     EXPECT_EQ(4, builder.rootCategory()->getChildCount());
-    for (int port : {0, 3, -1, 4})
-        EXPECT_EQ(kEmptyDocument, build(port)) << port;
+    for (int port : {0, 3, -1, 4}) EXPECT_EQ(kEmptyDocument, build(port)) << port;
     // only empty groups give the bare document
     RegisterInfo* a = wrapper.registry().addGroupInfo(0, nullptr, "ROI");
     wrapper.registry().addGroupInfo(0, a, "Inner");
@@ -222,8 +214,7 @@ TEST_F(Document, EverySlotIsDescribedOnItsOwnAndAlikeOnEveryBuild)
     EXPECT_EQ(kEmptyDocument, build(0));
 }
 
-TEST_F(Document, ModelNameIsEscapedAndMayBeMissing)
-{
+TEST_F(Document, ModelNameIsEscapedAndMayBeMissing) {
     wrapper.setModel("A&B \"x\"");
     std::string xml = build(0);
     EXPECT_NE(std::string::npos, xml.find("\nModelName=\"A&amp;B &quot;x&quot;\"\nVendorName=\"Tervik\"\n"));
@@ -232,8 +223,7 @@ TEST_F(Document, ModelNameIsEscapedAndMayBeMissing)
     EXPECT_NE(std::string::npos, xml.find("\nModelName=\"\"\n"));
 }
 
-TEST_F(Document, RecordsChangedByHandlersShowInTheNextBuild)
-{
+TEST_F(Document, RecordsChangedByHandlersShowInTheNextBuild) {
     Fg_ParameterInfo& info = wrapper.registry();
     RegisterInfo* roi = info.addGroupInfo(0, nullptr, "ROI");
     RegisterInfo* x = info.addInfoUInt(roi, "XOffset", "FG_XOFFSET", 0, 16352, 16, 3, 2, 1, "pixel", 300, 0);
@@ -254,8 +244,7 @@ TEST_F(Document, RecordsChangedByHandlersShowInTheNextBuild)
     EXPECT_EQ(std::string::npos, xml.find("<Category Name='ROI'"));
 }
 
-TEST_F(Document, CategoriesAreFlatNamedAfterTheDirectGroupInOrderOfFirstUse)
-{
+TEST_F(Document, CategoriesAreFlatNamedAfterTheDirectGroupInOrderOfFirstUse) {
     Fg_ParameterInfo& info = wrapper.registry();
     RegisterInfo* lt = info.addGroupInfo(0, nullptr, "Line Trigger / ExSync");
     RegisterInfo* input = info.addGroupInfo(0, lt, "Line Trigger Input");
@@ -287,12 +276,10 @@ TEST_F(Document, CategoriesAreFlatNamedAfterTheDirectGroupInOrderOfFirstUse)
               xml.substr(xml.find("<Category Name='Root'")));
     Category* root = builder.rootCategory();
     ASSERT_EQ(5, root->getChildCount());
-    for (int i = 0; i < root->getChildCount(); ++i)
-        EXPECT_EQ(0, root->getChild(i)->getChildCount());
+    for (int i = 0; i < root->getChildCount(); ++i) EXPECT_EQ(0, root->getChild(i)->getChildCount());
 }
 
-TEST_F(Document, DirectRegisterAccessParametersAreLeftOutAtAnyLevel)
-{
+TEST_F(Document, DirectRegisterAccessParametersAreLeftOutAtAnyLevel) {
     Fg_ParameterInfo& info = wrapper.registry();
     RegisterInfo* dra = info.addGroupInfo(0, nullptr, "Direct Register Access");
     info.addInfoUInt(dra, "R1", "DRA_R1", 0, 255, 1, 3, 1, 1, "", 1000001, 0);
@@ -309,8 +296,7 @@ TEST_F(Document, DirectRegisterAccessParametersAreLeftOutAtAnyLevel)
     EXPECT_NE(std::string::npos, xml.find("<Category Name='Deeper'  >\n<pFeature>DRA_R3</pFeature>\n"));
 }
 
-TEST_F(Document, MalformedTreesAreWalkedSafely)
-{
+TEST_F(Document, MalformedTreesAreWalkedSafely) {
     Fg_ParameterInfo& info = wrapper.registry();
     RegisterInfo* a = info.addGroupInfo(0, nullptr, "A");
     RegisterInfo* b = info.addGroupInfo(0, nullptr, "B");

@@ -22,51 +22,42 @@
 namespace {
 
 // Values of the enumerated parameters written below.
-const uint32_t kAsyncTrigger = 2;             // line trigger mode ASYNC_TRIGGER
-const uint32_t kAsyncTriggerMultiFrame = 8;   // image trigger mode ASYNC_TRIGGER_MULTIFRAME
-const uint32_t kSimulatorFrameRate = 2;       // simulator speed mode FG_FRAMERATE
-const uint32_t kLutTypeCustom = 0;            // LUT_TYPE_CUSTOM
+const uint32_t kAsyncTrigger = 2;            // line trigger mode ASYNC_TRIGGER
+const uint32_t kAsyncTriggerMultiFrame = 8;  // image trigger mode ASYNC_TRIGGER_MULTIFRAME
+const uint32_t kSimulatorFrameRate = 2;      // simulator speed mode FG_FRAMERATE
+const uint32_t kLutTypeCustom = 0;           // LUT_TYPE_CUSTOM
 
-bool dump(Fg_Struct* fg, int port, const std::string& path)
-{
+bool dump(Fg_Struct* fg, int port, const std::string& path) {
     auto query = [&](char* buffer, size_t* size) { return Fg_getParameterInfoXML(fg, port, buffer, size); };
     return dumpXmlFile(query, path);
 }
 
-bool setU32(Fg_Struct* fg, int id, uint32_t value, int port)
-{
+bool setU32(Fg_Struct* fg, int id, uint32_t value, int port) {
     const int rc = Fg_setParameterWithType(fg, id, &value, port, FG_PARAM_TYPE_UINT32_T);
-    if (rc != 0)
-        std::fprintf(stderr, "writing %u to %d on port %d answered %d\n", value, id, port, rc);
+    if (rc != 0) std::fprintf(stderr, "writing %u to %d on port %d answered %d\n", value, id, port, rc);
     return rc == 0;
 }
 
-bool setDouble(Fg_Struct* fg, int id, double value, int port)
-{
+bool setDouble(Fg_Struct* fg, int id, double value, int port) {
     const int rc = Fg_setParameterWithType(fg, id, &value, port, FG_PARAM_TYPE_DOUBLE);
-    if (rc != 0)
-        std::fprintf(stderr, "writing %g to %d on port %d answered %d\n", value, id, port, rc);
+    if (rc != 0) std::fprintf(stderr, "writing %g to %d on port %d answered %d\n", value, id, port, rc);
     return rc == 0;
 }
 
-Fg_Struct* openBoard(int flags)
-{
+Fg_Struct* openBoard(int flags) {
     Fg_Struct* fg = Fg_InitEx("Orvindel", 0, flags);
-    if (fg == NULL)
-        std::fprintf(stderr, "cannot open a board with the applet: %d\n", Fg_getLastErrorNumber(NULL));
+    if (fg == NULL) std::fprintf(stderr, "cannot open a board with the applet: %d\n", Fg_getLastErrorNumber(NULL));
     return fg;
 }
 
 }  // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     const std::string dir = argc > 1 ? std::string(argv[1]) + "/" : std::string();
     bool ok = true;
 
     Fg_Struct* fg = openBoard(0);
-    if (fg == NULL)
-        return 1;
+    if (fg == NULL) return 1;
     ok = dump(fg, 0, dir + "applet_port0.xml") && ok;
     ok = dump(fg, 1, dir + "applet_port1.xml") && ok;
 
@@ -87,8 +78,7 @@ int main(int argc, char** argv)
     setenv("TERVIK_ENABLE_DRA", "on", 1);
     fg = openBoard(1);
     unsetenv("TERVIK_ENABLE_DRA");
-    if (fg == NULL)
-        return 1;
+    if (fg == NULL) return 1;
     ok = dump(fg, 0, dir + "applet_dra_port0.xml") && ok;
     Fg_FreeGrabber(fg);
 

@@ -10,8 +10,7 @@
 // `query(buffer, &size)` is one call of the XML entry point (buffer NULL for
 // the size query); it answers the entry point's code.
 template <class Query>
-bool dumpXmlFile(Query&& query, const std::string& path)
-{
+bool dumpXmlFile(Query&& query, const std::string& path) {
     size_t size = 0;
     int rc = query(static_cast<char*>(nullptr), &size);
     if (rc != 0 || size == 0) {

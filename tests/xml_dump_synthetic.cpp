@@ -9,21 +9,19 @@
 #include <string>
 #include <vector>
 
-#include "xml_test_support.h"
 #include "xml_dump_file.h"
+#include "xml_test_support.h"
 
 namespace {
 
-bool dump(XmlTestWrapper& wrapper, int port, const std::string& path)
-{
+bool dump(XmlTestWrapper& wrapper, int port, const std::string& path) {
     auto query = [&](char* buffer, size_t* size) { return wrapper.Fg_getParameterInfoXML(NULL, port, buffer, size); };
     return dumpXmlFile(query, path);
 }
 
 }  // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     const std::string dir = argc > 1 ? std::string(argv[1]) + "/" : std::string();
     bool ok = true;
 

@@ -47,8 +47,7 @@ private:
 // records that the description leaves out (64-bit and field kinds, an
 // invisible parameter, the direct register access group). Display names may
 // carry `displaySuffix` (used to put other bytes into descriptions).
-inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char* displaySuffix = "")
-{
+inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char* displaySuffix = "") {
     const std::string sfx(displaySuffix);
     const char* const us = "\xB5s";  // Latin-1 micro sign, then s
 
@@ -58,8 +57,7 @@ inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char*
     RegisterInfo* trg = info.addGroupInfo(port, acq, "Line Trigger Input");
     RegisterInfo* ds = info.addGroupInfo(port, trg, "Downscale");
     info.addInfoUInt(ds, "Downscale", "FG_LINE_DOWNSCALE", 1, 255, 1, 3, 1, 1, "pulses", 24040, port);
-    RegisterInfo* mode =
-        info.addInfoEnum(trg, "Line Trigger Mode", "FG_LINETRIGGERMODE", 4, 3, 1, 1, "", 8102, port);
+    RegisterInfo* mode = info.addInfoEnum(trg, "Line Trigger Mode", "FG_LINETRIGGERMODE", 4, 3, 1, 1, "", 8102, port);
     info.addEnumNameValue(mode, 0, "Grabber controlled", 1, "GRABBER_CONTROLLED");
     info.addEnumNameValue(mode, 1, "Async External Trigger", 2, "ASYNC_TRIGGER");
     info.addEnumNameValue(mode, 2, "Gated, Grabber controlled", 6, "GRABBER_CONTROLLED_GATED");
@@ -68,27 +66,27 @@ inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char*
     info.addEnumNameValue(src, 0, "Trigger Source 0", 0, "TRGINSRC_0");
     info.addEnumNameValue(src, 1, "Trigger Source 1", 1, "TRGINSRC_1");
     info.addEnumNameValue(src, 2, "Software Trigger", -1, "TRGINSOFTWARE");
-    info.addInfoDouble(trg, ("Delay->ExSync" + sfx).c_str(), "FG_LINETRIGGERDELAY", 0.0, 1048.568, 0.008, 7, 1,
-                       1, us, 8900, port);
+    info.addInfoDouble(trg, ("Delay->ExSync" + sfx).c_str(), "FG_LINETRIGGERDELAY", 0.0, 1048.568, 0.008, 7, 1, 1, us,
+                       8900, port);
     info.addInfoInt(acq, "Gain Offset", "FG_GAIN_OFFSET", -100, 100, 2, 2, 1, 1, "", 500, port);
-    info.addInfoDouble(acq, "Line Rate", "FG_CAMERASIMULATOR_LINERATE", 0.1, 10000000.0, 2.220446049250313e-16,
-                       7, 2, 1, "Hz", 200329, port);
+    info.addInfoDouble(acq, "Line Rate", "FG_CAMERASIMULATOR_LINERATE", 0.1, 10000000.0, 2.220446049250313e-16, 7, 2, 1,
+                       "Hz", 200329, port);
 
     // Newer top-level group.
     RegisterInfo* misc = info.addGroupInfo(port, NULL, "Miscellaneous");
     info.addInfoString(misc, "Applet Id", "FG_APPLET_ID", NULL, 1, 1, 1, "", 24010, port);
     info.addInfoString(misc, "HAP file", "FG_HAP_FILE", "*.hap", 1, 1, 1, "", 24108, port);
     info.addInfoUInt(misc, "Applet version", "FG_APPLET_VERSION", 0, 0, 0, 1, 1, 1, "", 24020, port);
-    info.addInfoUInt64(misc, "FPGA DNA", "FG_SYSTEMMONITOR_FPGA_DNA", 0, 144115188075855871ULL, 0, 1, 1, 1, "",
-                       200349, port);
+    info.addInfoUInt64(misc, "FPGA DNA", "FG_SYSTEMMONITOR_FPGA_DNA", 0, 144115188075855871ULL, 0, 1, 1, 1, "", 200349,
+                       port);
     info.addInfoInt64(misc, "Signed Counter", "FG_SIGNED_COUNTER", -5, 5, 1, 1, 1, 1, "", 200360, port);
     info.addInfoUIntField(misc, "LUT Values", "FG_LUT_VALUE", 16, 0, 4095, 1, 7, 1, 1, "", 300001, port);
     info.addInfoIntField(misc, "Signed Field", "FG_SIGNED_FIELD", 4, -8, 8, 1, 7, 1, 1, "", 300009, port);
-    info.addInfoDoubleField(misc, "Channel Current", "FG_SYSTEMMONITOR_CHANNEL_CURRENT", 4, -100000.0, 100000.0,
-                            0.0, 1, 1, 1, "A", 200350, port);
+    info.addInfoDoubleField(misc, "Channel Current", "FG_SYSTEMMONITOR_CHANNEL_CURRENT", 4, -100000.0, 100000.0, 0.0, 1,
+                            1, 1, "A", 200350, port);
     info.addInfoUInt(misc, "Hidden", "FG_HIDDEN", 0, 10, 1, 3, 1, 0, "", 200361, port);
-    info.addInfoDouble(misc, "FGPA Temperature", "FG_SYSTEMMONITOR_FPGA_TEMPERATURE", 0.0078125, 1000.0,
-                       0.0078125, 1, 1, 1, "Celsius", 200341, port);
+    info.addInfoDouble(misc, "FGPA Temperature", "FG_SYSTEMMONITOR_FPGA_TEMPERATURE", 0.0078125, 1000.0, 0.0078125, 1,
+                       1, 1, "Celsius", 200341, port);
 
     // Newest top-level group: never described.
     RegisterInfo* dra = info.addGroupInfo(port, NULL, "Direct Register Access");
@@ -97,8 +95,7 @@ inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char*
 
 // Expected node texts of the description, spelled out per kind, for
 // assembling whole documents.
-inline std::string documentHeader(const std::string& model = "Orvindel")
-{
+inline std::string documentHeader(const std::string& model = "Orvindel") {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<RegisterDescription\nModelName=\"" + model +
            "\"\nVendorName=\"Tervik\"\nStandardNameSpace=\"None\"\nSchemaMajorVersion=\"1\"\nSchemaMinorVersion=\"0\"\n"
            "SchemaSubMinorVersion=\"1\"\nMajorVersion=\"1\"\nMinorVersion=\"0\"\nSubMinorVersion=\"0\"\n"
@@ -108,38 +105,34 @@ inline std::string documentHeader(const std::string& model = "Orvindel")
 }
 const char* const kDocumentEnd = "<Port Name=\"DevicePort\"></Port>\n</RegisterDescription>\n";
 
-inline std::string registerTail(const std::string& access)
-{
+inline std::string registerTail(const std::string& access) {
     return "<AccessMode>" + access + "</AccessMode>\n<pPort>DevicePort</pPort>\n";
 }
 inline std::string intNodes(const std::string& name, const std::string& description, int address,
                             const std::string& access, const std::string& min, const std::string& max,
-                            const std::string& inc)
-{
-    return "<IntReg Name=\"" + name + "_Reg\">\n<Address>" + std::to_string(address) + "</Address>\n<Length>4</Length>\n" +
-           registerTail(access) + "<Sign>Signed</Sign>\n<Endianess>LittleEndian</Endianess>\n</IntReg>\n<Integer Name='" +
-           name + "'>\n<Description>" + description + "</Description>\n<pValue>" + name + "_Reg</pValue>\n<Min>" + min +
+                            const std::string& inc) {
+    return "<IntReg Name=\"" + name + "_Reg\">\n<Address>" + std::to_string(address) +
+           "</Address>\n<Length>4</Length>\n" + registerTail(access) +
+           "<Sign>Signed</Sign>\n<Endianess>LittleEndian</Endianess>\n</IntReg>\n<Integer Name='" + name +
+           "'>\n<Description>" + description + "</Description>\n<pValue>" + name + "_Reg</pValue>\n<Min>" + min +
            "</Min>\n<Max>" + max + "</Max>\n" + (inc.empty() ? "" : "<Inc>" + inc + "</Inc>\n") + "</Integer>\n\r";
 }
 inline std::string floatNodes(const std::string& name, const std::string& description, int address,
-                              const std::string& access, const std::string& min, const std::string& max)
-{
+                              const std::string& access, const std::string& min, const std::string& max) {
     return "<FloatReg Name=\"" + name + "_Reg\">\n<Address>" + std::to_string(address) +
            "</Address>\n<Length>8</Length>\n" + registerTail(access) +
-           "<Endianess>LittleEndian</Endianess>\n</FloatReg>\n<Float Name=\"" + name + "\">\n<Description>" + description +
-           "</Description>\n<pValue>" + name + "_Reg</pValue>\n<Min>" + min + "</Min>\n<Max>" + max +
+           "<Endianess>LittleEndian</Endianess>\n</FloatReg>\n<Float Name=\"" + name + "\">\n<Description>" +
+           description + "</Description>\n<pValue>" + name + "_Reg</pValue>\n<Min>" + min + "</Min>\n<Max>" + max +
            "</Max>\n</Float>\n\r";
 }
 inline std::string stringNode(const std::string& name, const std::string& description, int address,
-                              const std::string& access)
-{
+                              const std::string& access) {
     return "<StringReg Name=\"" + name + "\">\n<Description>" + description + "</Description>\n<Address>" +
            std::to_string(address) + "</Address>\n<Length>4096</Length>\n" + registerTail(access) + "</StringReg>\n\r";
 }
 // `entries`: pairs of SDK constant name and value, in document order.
 inline std::string enumNodes(const std::string& name, const std::string& description, int address,
-                             const std::string& access, const std::vector<std::pair<std::string, int>>& entries)
-{
+                             const std::string& access, const std::vector<std::pair<std::string, int>>& entries) {
     std::string s = "<Enumeration Name='" + name + "'>\n<Description>" + description + "</Description>\n";
     for (const auto& e : entries)
         s += "<EnumEntry Name=\"" + e.first + "\">\n<Value>" + std::to_string(e.second) + "</Value>\n</EnumEntry>\n";
@@ -148,8 +141,7 @@ inline std::string enumNodes(const std::string& name, const std::string& descrip
            "<Sign>Unsigned</Sign>\n<Endianess>LittleEndian</Endianess>\n</IntReg>\n\r";
 }
 // A category node; the root carries the standard name space.
-inline std::string category(const std::string& name, const std::vector<std::string>& features)
-{
+inline std::string category(const std::string& name, const std::vector<std::string>& features) {
     std::string s =
         name == "Root" ? "<Category Name='Root' NameSpace='Standard' >\n" : "<Category Name='" + name + "'  >\n";
     for (const std::string& f : features) s += "<pFeature>" + f + "</pFeature>\n";
@@ -158,8 +150,7 @@ inline std::string category(const std::string& name, const std::vector<std::stri
 
 // The document that buildSyntheticRegistry gives for model "Orvindel" and no
 // display-name suffix.
-inline std::string syntheticDocument()
-{
+inline std::string syntheticDocument() {
     return documentHeader() +
            // Miscellaneous
            stringNode("FG_APPLET_ID", "Applet Id", 24010, "RO") + stringNode("FG_HAP_FILE", "HAP file", 24108, "RO") +
@@ -168,9 +159,9 @@ inline std::string syntheticDocument()
            // Acquisition / Timing, with Downscale inside Line Trigger Input
            intNodes("FG_WIDTH", "Width", 100, "RW", "32", "16384", "16") +
            intNodes("FG_LINE_DOWNSCALE", "Downscale", 24040, "RW", "1", "255", "1") +
-           enumNodes("FG_LINETRIGGERMODE", "Line Trigger Mode", 8102, "RW",
-                     {{"GRABBER_CONTROLLED", 1}, {"ASYNC_TRIGGER", 2}, {"ASYNC_GATED", 5},
-                      {"GRABBER_CONTROLLED_GATED", 6}}) +
+           enumNodes(
+               "FG_LINETRIGGERMODE", "Line Trigger Mode", 8102, "RW",
+               {{"GRABBER_CONTROLLED", 1}, {"ASYNC_TRIGGER", 2}, {"ASYNC_GATED", 5}, {"GRABBER_CONTROLLED_GATED", 6}}) +
            enumNodes("FG_IMGTRIGGERINSRC", "Source", 8113, "RW",
                      {{"TRGINSOFTWARE", -1}, {"TRGINSRC_0", 0}, {"TRGINSRC_1", 1}}) +
            floatNodes("FG_LINETRIGGERDELAY", "Delay-&gt;ExSync", 8900, "RW", "0", "1048.568") +
@@ -182,7 +173,8 @@ inline std::string syntheticDocument()
                     {"FG_APPLET_ID", "FG_HAP_FILE", "FG_APPLET_VERSION", "FG_SYSTEMMONITOR_FPGA_TEMPERATURE"}) +
            category("AcquisitionTiming", {"FG_WIDTH", "FG_GAIN_OFFSET", "FG_CAMERASIMULATOR_LINERATE"}) +
            category("Downscale", {"FG_LINE_DOWNSCALE"}) +
-           category("LineTriggerInput", {"FG_LINETRIGGERMODE", "FG_IMGTRIGGERINSRC", "FG_LINETRIGGERDELAY"}) + kDocumentEnd;
+           category("LineTriggerInput", {"FG_LINETRIGGERMODE", "FG_IMGTRIGGERINSRC", "FG_LINETRIGGERDELAY"}) +
+           kDocumentEnd;
 }
 
 #endif

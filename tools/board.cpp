@@ -24,8 +24,8 @@ bool Board::open(const std::string& where) {
     if (!fg_) {
         openFailed_ = true;
         int code = Fg_getLastErrorNumber(nullptr);
-        std::string msg = "cannot open board " + std::to_string(index_) + " with the applet " + kAppletName + ": " +
-                          errorText(code);
+        std::string msg =
+            "cannot open board " + std::to_string(index_) + " with the applet " + kAppletName + ": " + errorText(code);
         if (code == FG_ERR_FILE_NOT_FOUND) msg += std::string(": ") + kAppletLibrary + " was not found";
         err(where, msg);
         return false;

@@ -22,22 +22,22 @@ struct Command;
 // What a positional argument or an option value is; parsing checks it before
 // anything runs, completion offers candidates by it.
 enum class ArgKind {
-    Parameter,    // NAME[@P]
-    Assignment,   // NAME=VALUE[@P]
-    InputFile,    // an existing regular file
-    OutputFile,   // a file to write
-    ImageFile,    // an image file to write, or a numbered pattern of them
+    Parameter,      // NAME[@P]
+    Assignment,     // NAME=VALUE[@P]
+    InputFile,      // an existing regular file
+    OutputFile,     // a file to write
+    ImageFile,      // an image file to write, or a numbered pattern of them
     ConfigOrBoard,  // a configuration file, or "-" for the board
-    CommandName,  // a command of the table (help)
-    Port,         // a port number
-    Count,        // a positive whole number
-    Seconds,      // a positive number of seconds
-    Address,      // ADDR:PORT
-    Flag,         // an option without value
+    CommandName,    // a command of the table (help)
+    Port,           // a port number
+    Count,          // a positive whole number
+    Seconds,        // a positive number of seconds
+    Address,        // ADDR:PORT
+    Flag,           // an option without value
 };
 
 struct ArgSpec {
-    const char* name;      // as shown in the synopsis: "FILE", "NAME[@P]"
+    const char* name;  // as shown in the synopsis: "FILE", "NAME[@P]"
     ArgKind kind;
     bool optional;
     const char* extension;  // offered files (".mcf", ".lut"), or nullptr
@@ -55,14 +55,14 @@ struct OptionSpec {
 typedef Status (*Handler)(Session&, const Command&);
 
 struct CommandSpec {
-    const char* name;       // "get", or two words for a sub-command ("lut load")
+    const char* name;  // "get", or two words for a sub-command ("lut load")
     std::vector<ArgSpec> args;
     std::vector<OptionSpec> options;
-    bool needsBoard;        // opens the board before it runs
-    bool needsReference;    // uses the default values or the applet's own files
+    bool needsBoard;      // opens the board before it runs
+    bool needsReference;  // uses the default values or the applet's own files
     Handler run;
-    const char* summary;    // one line
-    const char* help;       // the long help, paragraphs separated by empty lines
+    const char* summary;  // one line
+    const char* help;     // the long help, paragraphs separated by empty lines
 };
 
 // The table, in the order help lists it.
@@ -90,12 +90,12 @@ struct Command {
     const CommandSpec* spec = nullptr;
     std::vector<std::string> args;  // positional arguments; NAME and VALUE split for set
     std::vector<GivenOption> options;
-    unsigned port = 0;              // from NAME@P or --port
+    unsigned port = 0;  // from NAME@P or --port
     bool portGiven = false;
-    bool help = false;              // COMMAND --help
-    bool interactive = false;       // "-" on a terminal: commands typed one by one
-    std::string typed;              // the command as typed, for messages
-    std::string where;              // "appletctl", or "FILE:LINE" in a script
+    bool help = false;         // COMMAND --help
+    bool interactive = false;  // "-" on a terminal: commands typed one by one
+    std::string typed;         // the command as typed, for messages
+    std::string where;         // "appletctl", or "FILE:LINE" in a script
 
     bool has(const char* longName) const;
     const std::string* option(const char* longName) const;

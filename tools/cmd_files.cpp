@@ -29,8 +29,7 @@ const unsigned kMaxReported = 10;   // differing table entries listed one by one
 void restoreLocale() { std::setlocale(LC_ALL, "C"); }
 
 std::string mcfHint(const std::string& file) {
-    return file.find(".mcf") == std::string::npos ? " (configuration file names must contain \".mcf\")"
-                                                   : std::string();
+    return file.find(".mcf") == std::string::npos ? " (configuration file names must contain \".mcf\")" : std::string();
 }
 
 // An input file that exists must be a regular file before the board sees it.
@@ -38,15 +37,16 @@ bool refuseOddInput(Session& s, const Command& c, const std::string& file) {
     (void)s;
     struct stat st;
     if (stat(file.c_str(), &st) != 0 || S_ISREG(st.st_mode)) return false;
-    err(Session::context(c), "'" + visible(shorten(file)) + "' is " +
-                                 (S_ISDIR(st.st_mode) ? "a directory" : "not a regular file (a device, pipe or socket)"));
+    err(Session::context(c),
+        "'" + visible(shorten(file)) + "' is " +
+            (S_ISDIR(st.st_mode) ? "a directory" : "not a regular file (a device, pipe or socket)"));
     return true;
 }
 
 void printProblems(const std::string& file, const std::vector<Problem>& ps, bool asWarnings, const Command& c) {
     for (const Problem& p : ps) {
-        const std::string line = visible(shorten(file)) + (p.line ? ":" + std::to_string(p.line) : std::string()) +
-                                 ": " + p.text;
+        const std::string line =
+            visible(shorten(file)) + (p.line ? ":" + std::to_string(p.line) : std::string()) + ": " + p.text;
         if (asWarnings) {
             warn(Session::context(c), line);
         } else {
@@ -55,7 +55,9 @@ void printProblems(const std::string& file, const std::vector<Problem>& ps, bool
     }
 }
 
-bool sameDouble(double a, double b) { return a == b || std::fabs(a - b) <= 1e-11 * std::fmax(std::fabs(a), std::fabs(b)); }
+bool sameDouble(double a, double b) {
+    return a == b || std::fabs(a - b) <= 1e-11 * std::fmax(std::fabs(a), std::fabs(b));
+}
 
 bool sameValue(const Value& a, const Value& b) {
     if (a.kind == Kind::Double && b.kind == Kind::Double && a.code == 0 && b.code == 0) return sameDouble(a.d, b.d);
@@ -212,8 +214,8 @@ Status cmdCheck(Session& s, const Command& c) {
         out(visible(file) + ": no problems (" + kind + ")\n");
         return kOk;
     }
-    err(Session::context(c), std::to_string(ps.size()) + (ps.size() == 1 ? " problem" : " problems") + " in the " +
-                                 kind);
+    err(Session::context(c),
+        std::to_string(ps.size()) + (ps.size() == 1 ? " problem" : " problems") + " in the " + kind);
     return kFailed;
 }
 
@@ -276,7 +278,8 @@ Status cmdLoad(Session& s, const Command& c) {
     }
     out("configuration loaded from " + visible(file) +
         (notTaken ? " (" + std::to_string(notTaken) + (notTaken == 1 ? " value" : " values") + " not taken)"
-                  : std::string()) + "\n");
+                  : std::string()) +
+        "\n");
     return notTaken ? kFailed : kOk;
 }
 
@@ -381,7 +384,8 @@ Status cmdLutLoad(Session& s, const Command& c) {
     out("lookup table of port " + std::to_string(c.port) + " loaded from " + visible(file) +
         " (FG_LUT_TYPE = LUT_TYPE_CUSTOM)" +
         (differ ? " (" + std::to_string(differ) + (differ == 1 ? " entry" : " entries") + " not as in the file)"
-                : std::string()) + "\n");
+                : std::string()) +
+        "\n");
     return differ ? kFailed : kOk;
 }
 

@@ -89,8 +89,7 @@ public:
         std::fprintf(stderr, "\rgrab: %llu/%llu frames  %s fps  %s MB/s  %llu lost\033[K",
                      static_cast<unsigned long long>(frames), static_cast<unsigned long long>(total_),
                      fixed(static_cast<double>(frames) * rate, 1).c_str(),
-                     fixed(static_cast<double>(bytes) * rate / 1e6, 1).c_str(),
-                     static_cast<unsigned long long>(lost));
+                     fixed(static_cast<double>(bytes) * rate / 1e6, 1).c_str(), static_cast<unsigned long long>(lost));
         std::fflush(stderr);
         shown_ = true;
     }
@@ -301,10 +300,9 @@ Status cmdGrab(Session& s, const Command& c) {
                               std::to_string(f.bitsPerPixel) + " bits";
     std::string files = visible(firstName);
     if (!strip && written > 1) files += " .. " + visible(lastName);
-    const std::string rate = seconds > 0
-                                 ? fixed(static_cast<double>(written) / seconds, 1) + " fps, " +
-                                       fixed(static_cast<double>(bytes) / seconds / 1e6, 1) + " MB/s"
-                                 : std::string("-");
+    const std::string rate = seconds > 0 ? fixed(static_cast<double>(written) / seconds, 1) + " fps, " +
+                                               fixed(static_cast<double>(bytes) / seconds / 1e6, 1) + " MB/s"
+                                         : std::string("-");
     out("port " + std::to_string(port) + ": " + std::to_string(written) + (written == 1 ? " frame" : " frames") +
         " of " + shape + (strip ? " as one strip of " + std::to_string(uint64_t(f.height) * written) + " lines" : "") +
         " -> " + (written ? files : std::string("no file")) + " (" + imageTypeName(type) + ", " + bytesText(fileBytes) +

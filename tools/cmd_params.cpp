@@ -21,9 +21,17 @@ namespace {
 const size_t kTextBuffer = 65536;
 
 std::string dmaTypeName(int t) {
-    static const char* const names[] = {"UNDEFINED", "BINARY",   "GRAY8",   "GRAY16",
-                                        "BLOB",      "GRAY8_BLOB_COMBINED", "GRAY16_BLOB_COMBINED",
-                                        "GRAY8_BLOBLIGHT_COMBINED", "RGB24", "GRAY8_16", "RGB24_48",
+    static const char* const names[] = {"UNDEFINED",
+                                        "BINARY",
+                                        "GRAY8",
+                                        "GRAY16",
+                                        "BLOB",
+                                        "GRAY8_BLOB_COMBINED",
+                                        "GRAY16_BLOB_COMBINED",
+                                        "GRAY8_BLOBLIGHT_COMBINED",
+                                        "RGB24",
+                                        "GRAY8_16",
+                                        "RGB24_48",
                                         "GRAY8_LASERLINE_COMBINED"};
     if (t >= 0 && t < static_cast<int>(sizeof names / sizeof names[0])) return names[t];
     return "data type " + std::to_string(t);
@@ -37,7 +45,8 @@ bool description(Session& s, const std::string& name, unsigned port, std::string
         return false;
     }
     std::memcpy(buf.data(), name.c_str(), name.size() + 1);
-    *code = Fg_getParameterWithType(s.board().fg(), FG_PARAMETER_DESCRIPTION_QUERY, buf.data(), port, FG_PARAM_TYPE_CHAR_PTR);
+    *code = Fg_getParameterWithType(s.board().fg(), FG_PARAMETER_DESCRIPTION_QUERY, buf.data(), port,
+                                    FG_PARAM_TYPE_CHAR_PTR);
     if (*code != 0) return false;
     buf.back() = '\0';
     *text = toUtf8(buf.data());
@@ -102,7 +111,8 @@ Status cmdInfo(Session& s, const Command& c) {
         std::string v = "camera port " + shown(number(GET_INFO_PROCESS_CAMERA_PORT, p, 0));
         int channels = number(GET_INFO_NR_OF_PROCESS_CHANNELS, p, 0);
         if (channels < 0) shown(channels);
-        for (int ch = 0; ch < channels && ch < 64; ++ch) v += ", DMA " + shown(number(GET_INFO_PROCESS_CHANNEL_DMA, p, ch));
+        for (int ch = 0; ch < channels && ch < 64; ++ch)
+            v += ", DMA " + shown(number(GET_INFO_PROCESS_CHANNEL_DMA, p, ch));
         row("process " + std::to_string(p), v);
     }
     int dmas = number(GET_NR_OF_DMAS, 0, 0);
@@ -194,14 +204,15 @@ Status cmdDescribe(Session& s, const Command& c) {
     if (!description(s, name, c.port, &text, &code)) return s.fail(c, code);
     std::vector<std::vector<std::string>> rows;
     if (r && r->name) {
-        rows.push_back({"display name", toUtf8(r->name) + (r->parentName && *r->parentName
-                                                                   ? " (group " + toUtf8(r->parentName) + ")"
-                                                                   : std::string())});
+        rows.push_back({"display name",
+                        toUtf8(r->name) + (r->parentName && *r->parentName ? " (group " + toUtf8(r->parentName) + ")"
+                                                                           : std::string())});
     }
     rows.push_back({"identity", std::to_string(id)});
     rows.push_back({"kind", kindText(r)});
-    rows.push_back({"access", r ? accessText(r) == "rw" ? "read and write" : accessText(r) == "r" ? "read only"
-                                                                                                   : accessText(r)
+    rows.push_back({"access", r ? accessText(r) == "rw"  ? "read and write"
+                                  : accessText(r) == "r" ? "read only"
+                                                         : accessText(r)
                                 : "read (no record for this port)"});
     if (r && r->format == REG_FORMAT_ENUM) {
         const EnumReg& e = r->u.eReg;
@@ -221,9 +232,9 @@ Status cmdDescribe(Session& s, const Command& c) {
     if (r && r->unit && *r->unit) rows.push_back({"unit", toUtf8(r->unit)});
     const Value* d = s.defaultValue(c.port, id);
     rows.push_back({"default", !s.defaultsKnown() ? "unknown (the board was opened with --no-defaults)"
-                               : !d             ? "unknown"
-                               : d->code        ? "<error " + errorText(d->code) + ">"
-                                                : showValue(*d, r, true)});
+                               : !d               ? "unknown"
+                               : d->code          ? "<error " + errorText(d->code) + ">"
+                                                  : showValue(*d, r, true)});
     Value v = readValue(b, id, c.port, r);
     rows.push_back({"value", v.code ? "<error " + errorText(v.code) + ">" : showValue(v, r, true)});
     rows.push_back({"description", text.empty() ? std::string("(no description)") : text});
@@ -287,11 +298,10 @@ Status cmdReset(Session& s, const Command& c) {
             Value now = readValue(b, it.id, port, it.r);
             if (sameValue(now, *it.def)) continue;
             ++wrong;
-            err(Session::context(c), std::string(it.key->name) + "@" + std::to_string(port) + "=" +
-                                         showValue(*it.def, it.r, false) + ": " +
-                                         (it.rc ? "refused (" + errorText(it.rc) + rangeNote(it.r) + ")"
-                                                : std::string("not taken")) +
-                                         "; the board keeps " + (now.code ? "<error>" : showValue(now, it.r, true)));
+            err(Session::context(c),
+                std::string(it.key->name) + "@" + std::to_string(port) + "=" + showValue(*it.def, it.r, false) + ": " +
+                    (it.rc ? "refused (" + errorText(it.rc) + rangeNote(it.r) + ")" : std::string("not taken")) +
+                    "; the board keeps " + (now.code ? "<error>" : showValue(now, it.r, true)));
         }
         if (wrong) {
             st = kFailed;

@@ -156,8 +156,8 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
         if (firstWord(c.name) == word) rows.push_back(&c);
     }
     if (rows.empty()) {
-        *why = (word.size() > 1 && word[0] == '-' ? "unknown option '" : "unknown command '") +
-               visible(shorten(word)) + "' (see appletctl --help)";
+        *why = (word.size() > 1 && word[0] == '-' ? "unknown option '" : "unknown command '") + visible(shorten(word)) +
+               "' (see appletctl --help)";
         return kUsage;
     }
     if (next() && isHelp(*next())) {
@@ -223,8 +223,8 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
             continue;
         }
         if (t->size() > 1 && (*t)[0] == '-' && *t != "--script") {
-            *why = std::string(spec->name) + ": unknown option '" + visible(shorten(*t)) + "' (usage: " +
-                   synopsis(*spec) + ")";
+            *why = std::string(spec->name) + ": unknown option '" + visible(shorten(*t)) +
+                   "' (usage: " + synopsis(*spec) + ")";
             return kUsage;
         }
         break;
@@ -356,8 +356,7 @@ ScriptReader::Result ScriptReader::next(std::string* line) {
     return Line;
 }
 
-bool parseScriptLine(const std::string& line, const std::string& where, std::vector<Command>* cmds,
-                     std::string* why) {
+bool parseScriptLine(const std::string& line, const std::string& where, std::vector<Command>* cmds, std::string* why) {
     std::vector<std::string> words;
     if (!splitWords(line, &words, why)) return false;
     if (words.empty()) return true;

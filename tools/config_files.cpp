@@ -213,11 +213,12 @@ bool checkLines(const std::string& content, const std::vector<Line>& lines, std:
     for (size_t i = 0; i < lines.size(); ++i) {
         const unsigned n = static_cast<unsigned>(i + 1);
         if (lines[i].cr && crCount++ == 0) {
-            problem(ps, n, "line ends with a carriage return (the board then misses the header; write plain line feeds)");
+            problem(ps, n,
+                    "line ends with a carriage return (the board then misses the header; write plain line feeds)");
         }
         if (lines[i].text.size() > kBoardLinePiece) {
-            problem(ps, n, "longer than " + std::to_string(kBoardLinePiece) +
-                               " characters (the board reads it in pieces)");
+            problem(ps, n,
+                    "longer than " + std::to_string(kBoardLinePiece) + " characters (the board reads it in pieces)");
         }
     }
     return true;
@@ -276,8 +277,10 @@ ConfigFile checkConfig(const std::string& content, const ConfigReference& ref, c
         if (s.empty()) continue;
         if (isSectionLine(s)) {
             if (s == ref.headerLine) {
-                if (headerLineNo) problem(&ps, n, s + " appears twice (first on line " + std::to_string(headerLineNo) + ")");
-                else headerLineNo = n;
+                if (headerLineNo)
+                    problem(&ps, n, s + " appears twice (first on line " + std::to_string(headerLineNo) + ")");
+                else
+                    headerLineNo = n;
                 current = -2;
                 continue;
             }
@@ -292,8 +295,9 @@ ConfigFile checkConfig(const std::string& content, const ConfigReference& ref, c
             }
             for (size_t k = 0; k < f.sectionNames.size(); ++k) {
                 if (f.sectionNames[k] == s) {
-                    problem(&ps, n, s + " appears twice (first on line " + std::to_string(f.sectionLines[k]) +
-                                        "; the board reads the first)");
+                    problem(&ps, n,
+                            s + " appears twice (first on line " + std::to_string(f.sectionLines[k]) +
+                                "; the board reads the first)");
                 }
             }
             f.sectionNames.push_back(s);
@@ -314,13 +318,14 @@ ConfigFile checkConfig(const std::string& content, const ConfigReference& ref, c
             bool known = false;
             for (const KeyLine& h : ref.header) known = known || h.key == key;
             if (!known) {
-                problem(&ps, n, subject + ": " +
-                                    (configKey(key) ? "a port key in the header section" : "unknown header key"));
+                problem(&ps, n,
+                        subject + ": " + (configKey(key) ? "a port key in the header section" : "unknown header key"));
                 continue;
             }
             if (headerSeen.count(key)) {
-                problem(&ps, n, subject + ": appears twice in the header (first on line " +
-                                    std::to_string(headerSeen[key]) + ")");
+                problem(
+                    &ps, n,
+                    subject + ": appears twice in the header (first on line " + std::to_string(headerSeen[key]) + ")");
                 continue;
             }
             headerSeen[key] = n;
@@ -341,8 +346,9 @@ ConfigFile checkConfig(const std::string& content, const ConfigReference& ref, c
         bool twice = false;
         for (const KeyLine& o : keys) {
             if (o.key == key) {
-                problem(&ps, n, where + ": appears twice (first on line " + std::to_string(o.line) +
-                                    "; the board takes the first)");
+                problem(&ps, n,
+                        where + ": appears twice (first on line " + std::to_string(o.line) +
+                            "; the board takes the first)");
                 twice = true;
                 break;
             }
@@ -365,8 +371,9 @@ ConfigFile checkConfig(const std::string& content, const ConfigReference& ref, c
         if (h.value == appletName) {
             for (const KeyLine& g : f.header) {
                 if (g.key == h.key && g.value != appletName) {
-                    problem(&ps, g.line, h.key + "=" + quote(g.value) + ": the file is for another applet (this is " +
-                                             appletName + "; the board refuses the file)");
+                    problem(&ps, g.line,
+                            h.key + "=" + quote(g.value) + ": the file is for another applet (this is " + appletName +
+                                "; the board refuses the file)");
                 }
             }
         }
@@ -400,8 +407,9 @@ ConfigFile checkConfig(const std::string& content, const ConfigReference& ref, c
                     }
                 }
             }
-            problem(&ps, f.sectionLines[at], std::string(k.name) + " missing from " + s +
-                                                 (later.empty() ? " (the board refuses the file)" : later));
+            problem(
+                &ps, f.sectionLines[at],
+                std::string(k.name) + " missing from " + s + (later.empty() ? " (the board refuses the file)" : later));
         }
     }
     return f;
@@ -443,8 +451,8 @@ LutFile checkLut(const std::string& content, const LutReference& ref) {
     const double lo = d ? d->from : 0.0, hi = d ? d->to : double(UINT32_MAX);
     unsigned sectionLine = 0;
     std::map<std::string, std::pair<int64_t, unsigned>> keys;
-    unsigned next = 0;       // the index expected next
-    unsigned firstEntry = 0; // line of the first entry
+    unsigned next = 0;        // the index expected next
+    unsigned firstEntry = 0;  // line of the first entry
     for (size_t i = 1; i < lines.size(); ++i) {
         const unsigned n = static_cast<unsigned>(i + 1);
         const std::string& s = lines[i].text;
@@ -455,8 +463,8 @@ LutFile checkLut(const std::string& content, const LutReference& ref) {
             } else if (s == ref.section) {
                 problem(&ps, n, s + " appears twice (first on line " + std::to_string(sectionLine) + ")");
             } else {
-                problem(&ps, n, "unknown section " + visible(shorten(s, 60)) + " (the board reads only " +
-                                    ref.section + ")");
+                problem(&ps, n,
+                        "unknown section " + visible(shorten(s, 60)) + " (the board reads only " + ref.section + ")");
             }
             continue;
         }
@@ -474,8 +482,9 @@ LutFile checkLut(const std::string& content, const LutReference& ref) {
             } else if (firstEntry) {
                 problem(&ps, n, subject + ": among the entries");
             } else if (keys.count(key)) {
-                problem(&ps, n, subject + ": appears twice (first on line " + std::to_string(keys[key].second) +
-                                    "; the board takes the first)");
+                problem(&ps, n,
+                        subject + ": appears twice (first on line " + std::to_string(keys[key].second) +
+                            "; the board takes the first)");
             } else if (!semi || !strictInt(raw, &v) || v < INT32_MIN || v > INT32_MAX) {
                 problem(&ps, n, subject + ": expected a whole number and ';'");
                 keys[key] = {boardInt(boardValue(raw)), n};
@@ -504,19 +513,22 @@ LutFile checkLut(const std::string& content, const LutReference& ref) {
         }
         const unsigned idx = static_cast<unsigned>(index);
         if (f.entries.count(idx)) {
-            problem(&ps, n, "entry " + std::to_string(idx) + " appears twice (first on line " +
-                                std::to_string(f.entries[idx].second) + ")");
+            problem(&ps, n,
+                    "entry " + std::to_string(idx) + " appears twice (first on line " +
+                        std::to_string(f.entries[idx].second) + ")");
             continue;
         }
         if (idx != next) {
-            problem(&ps, n, idx > next ? "entry " + std::to_string(idx) + " where entry " + std::to_string(next) +
-                                             " is expected (entries missing or out of order)"
-                                       : "entry " + std::to_string(idx) + " out of order (after entry " +
-                                             std::to_string(next - 1) + ")");
+            problem(&ps, n,
+                    idx > next ? "entry " + std::to_string(idx) + " where entry " + std::to_string(next) +
+                                     " is expected (entries missing or out of order)"
+                               : "entry " + std::to_string(idx) + " out of order (after entry " +
+                                     std::to_string(next - 1) + ")");
         }
         if (static_cast<double>(value) < lo || static_cast<double>(value) > hi) {
-            problem(&ps, n, "entry " + std::to_string(idx) + " = " + std::to_string(value) + " outside the range " +
-                                formatDouble(lo) + ".." + formatDouble(hi));
+            problem(&ps, n,
+                    "entry " + std::to_string(idx) + " = " + std::to_string(value) + " outside the range " +
+                        formatDouble(lo) + ".." + formatDouble(hi));
         }
         f.entries[idx] = {value, n};
         next = idx + 1;
@@ -535,12 +547,13 @@ LutFile checkLut(const std::string& content, const LutReference& ref) {
         const int64_t stated = keys[countKey].first;
         const unsigned line = keys[countKey].second;
         if (stated != static_cast<int64_t>(f.entries.size())) {
-            problem(&ps, line, countKey + "=" + std::to_string(stated) + " but the file has " +
-                                   std::to_string(f.entries.size()) + " entries");
+            problem(&ps, line,
+                    countKey + "=" + std::to_string(stated) + " but the file has " + std::to_string(f.entries.size()) +
+                        " entries");
         }
         if (stated != static_cast<int64_t>(size)) {
-            problem(&ps, line, countKey + "=" + std::to_string(stated) + ": the table has " + std::to_string(size) +
-                                   " entries");
+            problem(&ps, line,
+                    countKey + "=" + std::to_string(stated) + ": the table has " + std::to_string(size) + " entries");
         }
     }
     if (f.entries.size() < size && sectionLine) {
@@ -549,8 +562,9 @@ LutFile checkLut(const std::string& content, const LutReference& ref) {
             if (!f.entries.count(i) && missing++ == 0) first = i;
         }
         if (missing) {
-            problem(&ps, 0, std::to_string(missing) + " of " + std::to_string(size) + " entries missing (first: " +
-                                std::to_string(first) + ")");
+            problem(&ps, 0,
+                    std::to_string(missing) + " of " + std::to_string(size) +
+                        " entries missing (first: " + std::to_string(first) + ")");
         }
     }
     return f;

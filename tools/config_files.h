@@ -35,9 +35,9 @@ struct KeyLine {
 // A configuration file split into its parts, with its problems.
 struct ConfigFile {
     std::vector<KeyLine> header;
-    std::vector<std::string> sectionNames;        // in file order
+    std::vector<std::string> sectionNames;  // in file order
     std::vector<unsigned> sectionLines;
-    std::vector<std::vector<KeyLine>> sections;   // per section, in file order
+    std::vector<std::vector<KeyLine>> sections;  // per section, in file order
     std::vector<Problem> problems;
 
     // The key in the named section (nullptr when missing).
@@ -57,10 +57,10 @@ ConfigFile checkConfig(const std::string& content, const ConfigReference& ref, c
 
 // Lookup-table files.
 struct LutReference {
-    std::string heading;  // "# Lut data file v1.1"
-    std::string section;  // "[gray]"
+    std::string heading;        // "# Lut data file v1.1"
+    std::string section;        // "[gray]"
     std::vector<KeyLine> keys;  // in order: id, nrOfElements, ...
-    unsigned entries = 0;  // the entries the applet writes
+    unsigned entries = 0;       // the entries the applet writes
 };
 bool makeLutReference(const std::string& saved, LutReference* ref);
 

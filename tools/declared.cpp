@@ -12,7 +12,9 @@ namespace {
 namespace entries {
 #define ENUM_TABLE(NAME) const DeclaredEntry NAME[] = {
 #define ENUM_ENTRY(DISPLAY, VALUE, CONSTANT) {DISPLAY, VALUE, #CONSTANT},
-#define ENUM_TABLE_END() };
+#define ENUM_TABLE_END() \
+    }                    \
+    ;
 #include "enums.def"
 }  // namespace entries
 
@@ -96,15 +98,14 @@ std::string declaredRange(const Declared& d) {
             if (i) s += ' ';
             s += std::string(d.entries[i].constant) + "=" +
                  (d.entries[i].value > 0x7FFFFFFFu ? std::to_string(int32_t(d.entries[i].value))
-                                                    : std::to_string(d.entries[i].value));
+                                                   : std::to_string(d.entries[i].value));
         }
         return s;
     }
     if (d.kind == DeclaredKind::Text) return "text";
     std::string s = formatDouble(d.from) + ".." + formatDouble(d.to);
-    const bool continuous = d.kind == DeclaredKind::Double || d.kind == DeclaredKind::DoubleField
-                                ? d.steps <= DBL_EPSILON
-                                : d.steps <= 1;
+    const bool continuous =
+        d.kind == DeclaredKind::Double || d.kind == DeclaredKind::DoubleField ? d.steps <= DBL_EPSILON : d.steps <= 1;
     if (!continuous) s += " step " + formatDouble(d.steps);
     return s;
 }

@@ -18,8 +18,7 @@ struct ErrorText {
 inline constexpr ErrorText kErrorTexts[] = {
     {FG_ERR_INVALID_BOARD, "no board structure, or no applet object in it"},
     {FG_ERR_NOT_AVAILABLE, "host function or host board handle missing; write of a read-only parameter"},
-    {FG_ERR_RUNTIME_MISSING,
-     "host runtime library cannot be opened, or offers no initialisation function"},
+    {FG_ERR_RUNTIME_MISSING, "host runtime library cannot be opened, or offers no initialisation function"},
     {FG_ERR_INIT_FAILED, "design cannot be loaded; host initialisation failed without a host error"},
     {FG_ERR_INVALID_PARAMETER, "unknown parameter, port, name, event or index; NULL value or pointer"},
     {FG_ERR_VALUE_OUT_OF_RANGE, "value outside its range or not in its enumeration"},
@@ -27,10 +26,8 @@ inline constexpr ErrorText kErrorTexts[] = {
     {FG_ERR_NO_DESCRIPTION, "no parameter description for the port; unsupported mode or format code"},
     {FG_ERR_FILE_NOT_FOUND, "file missing (configuration or lookup-table file)"},
     {FG_ERR_CONFIG_LOAD, "configuration load failed"},
-    {FG_ERR_FILE_ACCESS,
-     "configuration save failed; lookup-table file could not be read or written"},
-    {FG_ERR_BUFFER_TOO_SMALL,
-     "buffer too small (XML description); text copy could not be allocated (registry)"},
+    {FG_ERR_FILE_ACCESS, "configuration save failed; lookup-table file could not be read or written"},
+    {FG_ERR_BUFFER_TOO_SMALL, "buffer too small (XML description); text copy could not be allocated (registry)"},
     {FG_ERR_NOT_SUPPORTED, "not supported (shading, unknown Info question)"},
 };
 

@@ -189,11 +189,12 @@ std::string manualPage() {
     }
     for (const Section& sec : kSections) s += ".SH " + roff(sectionTitle(sec.title)) + "\n" + roffParagraphs(sec.text);
     s += ".SH EXAMPLES\n.nf\n" +
-         roff("appletctl set FG_WIDTH=2048 get FG_XOFFSET\n"
-              "appletctl describe FG_FORMAT@1\n"
-              "appletctl check roi.mcf load roi.mcf\n"
-              "appletctl diff roi.mcf -\n"
-              "printf 'set FG_WIDTH=512@1\\nsave roi.mcf\\n' | appletctl -\n") +
+         roff(
+             "appletctl set FG_WIDTH=2048 get FG_XOFFSET\n"
+             "appletctl describe FG_FORMAT@1\n"
+             "appletctl check roi.mcf load roi.mcf\n"
+             "appletctl diff roi.mcf -\n"
+             "printf 'set FG_WIDTH=512@1\\nsave roi.mcf\\n' | appletctl -\n") +
          ".fi\n";
     return s;
 }
@@ -203,7 +204,8 @@ std::string bashCompletion() {
     for (const CommandSpec& c : commandTable()) {
         const std::string name = c.name;
         const std::string first = name.substr(0, name.find(' '));
-        if ((" " + words + " ").find(" " + first + " ") == std::string::npos) words += (words.empty() ? "" : " ") + first;
+        if ((" " + words + " ").find(" " + first + " ") == std::string::npos)
+            words += (words.empty() ? "" : " ") + first;
         // What the positional arguments and options of a command offer.
         std::string kinds, opts;
         for (const ArgSpec& a : c.args) {
@@ -233,10 +235,11 @@ std::string bashCompletion() {
         for (const OptionSpec& o : c.options) {
             if (!o.valueName) continue;
             std::string names = std::string(o.longName) + (o.shortName ? std::string("|") + o.shortName : "");
-            const bool file = o.kind == ArgKind::OutputFile || o.kind == ArgKind::InputFile ||
-                              o.kind == ArgKind::ImageFile;
+            const bool file =
+                o.kind == ArgKind::OutputFile || o.kind == ArgKind::InputFile || o.kind == ArgKind::ImageFile;
             std::string& into = o.kind == ArgKind::Port ? portOpts : file ? fileOpts : otherValueOpts;
-            if (("|" + into + "|").find("|" + names + "|") == std::string::npos) into += (into.empty() ? "" : "|") + names;
+            if (("|" + into + "|").find("|" + names + "|") == std::string::npos)
+                into += (into.empty() ? "" : "|") + names;
         }
     }
     std::string allValueOpts = "--board|--script";
@@ -255,14 +258,18 @@ std::string bashCompletion() {
         "# The arguments (kinds) and options of a command.\n"
         "_appletctl_spec() {\n"
         "    kinds=() opts=''\n"
-        "    case $1 in\n" + caseArgs +
+        "    case $1 in\n" +
+        caseArgs +
         "    esac\n"
-        "    case $1 in\n" + caseOpts +
+        "    case $1 in\n" +
+        caseOpts +
         "    esac\n"
         "}\n"
         "_appletctl() {\n"
         "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}\n"
-        "    local tool=${COMP_WORDS[0]} commands='" + words + "'\n"
+        "    local tool=${COMP_WORDS[0]} commands='" +
+        words +
+        "'\n"
         "    local i w cmd='' n=0 skip=0 kinds=() opts=''\n"
         "    COMPREPLY=()\n"
         "    case $prev in\n"
@@ -276,14 +283,18 @@ std::string bashCompletion() {
          "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
          "        w=${COMP_WORDS[i]}\n"
          "        if [ \"$skip\" = 1 ]; then skip=0; continue; fi\n"
-         "        case $w in " + allValueOpts + ") skip=1; continue ;; esac\n"
+         "        case $w in " +
+         allValueOpts +
+         ") skip=1; continue ;; esac\n"
          "        if [ \"$cmd\" = lut ]; then cmd=\"lut $w\"; n=0; _appletctl_spec \"$cmd\"; continue; fi\n"
          "        if [ -n \"$cmd\" ] && [ \"${kinds[n]:-}\" = command ]; then n=$((n + 1)); continue; fi\n"
          "        case \" $commands \" in *\" $w \"*) cmd=$w; n=0; _appletctl_spec \"$cmd\"; continue ;; esac\n"
          "        case $w in -*) ;; *) n=$((n + 1)) ;; esac\n"
          "    done\n"
          "    if [ -z \"$cmd\" ]; then\n"
-         "        COMPREPLY=($(compgen -W \"$commands " + toolOpts + "--script -\" -- \"$cur\"))\n"
+         "        COMPREPLY=($(compgen -W \"$commands " +
+         toolOpts +
+         "--script -\" -- \"$cur\"))\n"
          "        return\n"
          "    fi\n"
          "    if [ \"$cmd\" = lut ]; then COMPREPLY=($(compgen -W 'save load' -- \"$cur\")); return; fi\n"

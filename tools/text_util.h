@@ -257,8 +257,7 @@ inline bool splitWords(const std::string& line, std::vector<std::string>* words,
             ++i;
         if (i >= n || line[i] == '#') return true;
         std::string w;
-        while (i < n && !(line[i] == ' ' || line[i] == '\t' || line[i] == '\r' || line[i] == '\v' ||
-                          line[i] == '\f')) {
+        while (i < n && !(line[i] == ' ' || line[i] == '\t' || line[i] == '\r' || line[i] == '\v' || line[i] == '\f')) {
             char c = line[i];
             if (c == '\'' || c == '"') {
                 const char q = c;

@@ -9,8 +9,8 @@
 
 namespace appletctl {
 namespace {
-const size_t kTextBuffer = 65536;  // reads of text parameters
-const size_t kMaxTextValue = 1023; // longest text the tool writes
+const size_t kTextBuffer = 65536;   // reads of text parameters
+const size_t kMaxTextValue = 1023;  // longest text the tool writes
 const int kMaxFieldElements = 1 << 20;
 }  // namespace
 
@@ -82,21 +82,11 @@ Value readValue(Board& b, int id, unsigned port, const RegisterInfo* r) {
     Fg_Struct* fg = b.fg();
     switch (v.kind) {
     case Kind::UInt32:
-    case Kind::Enum:
-        v.code = readNumber<uint32_t>(fg, id, port, FG_PARAM_TYPE_UINT32_T, v.u);
-        break;
-    case Kind::Int32:
-        v.code = readNumber<int32_t>(fg, id, port, FG_PARAM_TYPE_INT32_T, v.i);
-        break;
-    case Kind::UInt64:
-        v.code = readNumber<uint64_t>(fg, id, port, FG_PARAM_TYPE_UINT64_T, v.u);
-        break;
-    case Kind::Int64:
-        v.code = readNumber<int64_t>(fg, id, port, FG_PARAM_TYPE_INT64_T, v.i);
-        break;
-    case Kind::Double:
-        v.code = readNumber<double>(fg, id, port, FG_PARAM_TYPE_DOUBLE, v.d);
-        break;
+    case Kind::Enum: v.code = readNumber<uint32_t>(fg, id, port, FG_PARAM_TYPE_UINT32_T, v.u); break;
+    case Kind::Int32: v.code = readNumber<int32_t>(fg, id, port, FG_PARAM_TYPE_INT32_T, v.i); break;
+    case Kind::UInt64: v.code = readNumber<uint64_t>(fg, id, port, FG_PARAM_TYPE_UINT64_T, v.u); break;
+    case Kind::Int64: v.code = readNumber<int64_t>(fg, id, port, FG_PARAM_TYPE_INT64_T, v.i); break;
+    case Kind::Double: v.code = readNumber<double>(fg, id, port, FG_PARAM_TYPE_DOUBLE, v.d); break;
     case Kind::Text: {
         std::vector<char> buf(kTextBuffer, '\0');
         v.code = Fg_getParameterWithType(fg, id, buf.data(), port, FG_PARAM_TYPE_CHAR_PTR);
@@ -294,12 +284,30 @@ const void* Written::ptr() const {
 bool writtenOf(const Value& v, Written* w) {
     switch (v.kind) {
     case Kind::UInt32:
-    case Kind::Enum: w->type = FG_PARAM_TYPE_UINT32_T; w->u32 = static_cast<uint32_t>(v.u); return true;
-    case Kind::Int32: w->type = FG_PARAM_TYPE_INT32_T; w->i32 = static_cast<int32_t>(v.i); return true;
-    case Kind::UInt64: w->type = FG_PARAM_TYPE_UINT64_T; w->u64 = v.u; return true;
-    case Kind::Int64: w->type = FG_PARAM_TYPE_INT64_T; w->i64 = v.i; return true;
-    case Kind::Double: w->type = FG_PARAM_TYPE_DOUBLE; w->d = v.d; return true;
-    case Kind::Text: w->type = FG_PARAM_TYPE_CHAR_PTR; w->text = v.text; return true;
+    case Kind::Enum:
+        w->type = FG_PARAM_TYPE_UINT32_T;
+        w->u32 = static_cast<uint32_t>(v.u);
+        return true;
+    case Kind::Int32:
+        w->type = FG_PARAM_TYPE_INT32_T;
+        w->i32 = static_cast<int32_t>(v.i);
+        return true;
+    case Kind::UInt64:
+        w->type = FG_PARAM_TYPE_UINT64_T;
+        w->u64 = v.u;
+        return true;
+    case Kind::Int64:
+        w->type = FG_PARAM_TYPE_INT64_T;
+        w->i64 = v.i;
+        return true;
+    case Kind::Double:
+        w->type = FG_PARAM_TYPE_DOUBLE;
+        w->d = v.d;
+        return true;
+    case Kind::Text:
+        w->type = FG_PARAM_TYPE_CHAR_PTR;
+        w->text = v.text;
+        return true;
     default: return false;
     }
 }
@@ -339,9 +347,9 @@ std::string rangeText(const RegisterInfo* r) {
     }
     case REG_FORMAT_INT64: {
         const IntReg64& u = r->u.iReg64;
-        return withStep(std::to_string(static_cast<int64_t>(u.from)), std::to_string(static_cast<int64_t>(u.to)),
-                        static_cast<int64_t>(u.steps) > 1 ? std::to_string(static_cast<int64_t>(u.steps))
-                                                          : std::string());
+        return withStep(
+            std::to_string(static_cast<int64_t>(u.from)), std::to_string(static_cast<int64_t>(u.to)),
+            static_cast<int64_t>(u.steps) > 1 ? std::to_string(static_cast<int64_t>(u.steps)) : std::string());
     }
     case REG_FORMAT_DOUBLE: {
         const DoubleReg& u = r->u.dReg;

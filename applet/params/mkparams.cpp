@@ -18,8 +18,8 @@ int main(int argc, char** argv) {
         " * when it was built; do not edit. */\n"
         "#ifndef ORVINDEL_PARAMS_H\n#define ORVINDEL_PARAMS_H\n\n/* SDK parameter identities */\n";
     char line[160];
-#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
-    std::snprintf(line, sizeof line, "#define %-40s %d\n", #NAME, ID);  \
+#define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC)            \
+    std::snprintf(line, sizeof line, "#define %-40s %d\n", #NAME, ID); \
     text += line;
 #include "sdk_params.def"
 
@@ -29,18 +29,18 @@ int main(int argc, char** argv) {
     const char* table = "";
     bool clash = false;
 #define ENUM_TABLE(NAME) table = #NAME;
-#define ENUM_ENTRY(DISPLAY, VALUE, CONSTANT)                                                       \
-    {                                                                                               \
-        auto it = seen.find(#CONSTANT);                                                             \
-        if (it == seen.end()) {                                                                     \
-            seen.emplace(#CONSTANT, VALUE);                                                         \
-            std::snprintf(line, sizeof line, "#define %-40s %luu\n", #CONSTANT, (unsigned long)VALUE); \
-            text += line;                                                                           \
-        } else if (it->second != (unsigned long)VALUE) {                                            \
-            std::fprintf(stderr, "mkparams: %s of %s is %lu, elsewhere %lu\n", #CONSTANT, table,    \
-                         (unsigned long)VALUE, it->second);                                         \
-            clash = true;                                                                           \
-        }                                                                                           \
+#define ENUM_ENTRY(DISPLAY, VALUE, CONSTANT)                                                                           \
+    {                                                                                                                  \
+        auto it = seen.find(#CONSTANT);                                                                                \
+        if (it == seen.end()) {                                                                                        \
+            seen.emplace(#CONSTANT, VALUE);                                                                            \
+            std::snprintf(line, sizeof line, "#define %-40s %luu\n", #CONSTANT, (unsigned long)VALUE);                 \
+            text += line;                                                                                              \
+        } else if (it->second != (unsigned long)VALUE) {                                                               \
+            std::fprintf(stderr, "mkparams: %s of %s is %lu, elsewhere %lu\n", #CONSTANT, table, (unsigned long)VALUE, \
+                         it->second);                                                                                  \
+            clash = true;                                                                                              \
+        }                                                                                                              \
     }
 #define ENUM_TABLE_END()
 #include "enums.def"

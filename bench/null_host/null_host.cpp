@@ -25,18 +25,13 @@ const int kFirstDesignId = 5000000;
 size_t scalarSize(FgParamTypes type) {
     switch (type) {
     case FG_PARAM_TYPE_INT32_T:
-    case FG_PARAM_TYPE_UINT32_T:
-        return 4;
+    case FG_PARAM_TYPE_UINT32_T: return 4;
     case FG_PARAM_TYPE_INT64_T:
     case FG_PARAM_TYPE_UINT64_T:
-    case FG_PARAM_TYPE_DOUBLE:
-        return 8;
-    case FG_PARAM_TYPE_SIZE_T:
-        return sizeof(size_t);
-    case FG_PARAM_TYPE_CHAR_PTR:
-        return 1;  // an empty text
-    default:
-        return 0;
+    case FG_PARAM_TYPE_DOUBLE: return 8;
+    case FG_PARAM_TYPE_SIZE_T: return sizeof(size_t);
+    case FG_PARAM_TYPE_CHAR_PTR: return 1;  // an empty text
+    default: return 0;
     }
 }
 
@@ -61,27 +56,19 @@ PLATFORM_EXPORT int Fg_getParameterIdByName(Fg_Struct* fg, const char*) {
 }
 PLATFORM_EXPORT int Fg_getLastErrorNumber(Fg_Struct*) { return FG_OK; }
 
-PLATFORM_EXPORT int Fg_setParameterWithType(Fg_Struct*, int, const void*, unsigned int, FgParamTypes) {
-    return FG_OK;
-}
+PLATFORM_EXPORT int Fg_setParameterWithType(Fg_Struct*, int, const void*, unsigned int, FgParamTypes) { return FG_OK; }
 PLATFORM_EXPORT int Fg_getParameterWithType(Fg_Struct*, int, void* value, unsigned int, FgParamTypes type) {
     if (value == nullptr) return FG_OK;
     switch (type) {
-    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT:
-        static_cast<FieldParameterInt*>(value)->value = 0;
-        break;
-    case FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE:
-        static_cast<FieldParameterDouble*>(value)->value = 0;
-        break;
+    case FG_PARAM_TYPE_STRUCT_FIELDPARAMINT: static_cast<FieldParameterInt*>(value)->value = 0; break;
+    case FG_PARAM_TYPE_STRUCT_FIELDPARAMDOUBLE: static_cast<FieldParameterDouble*>(value)->value = 0; break;
     case FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS: {
         FieldParameterAccess* a = static_cast<FieldParameterAccess*>(value);
         const size_t size = scalarSize(a->vtype);
         if (a->ptr && size > 1) std::memset(a->ptr, 0, size * a->count);
         break;
     }
-    default:
-        std::memset(value, 0, scalarSize(type));
-        break;
+    default: std::memset(value, 0, scalarSize(type)); break;
     }
     return FG_OK;
 }
@@ -99,9 +86,7 @@ PLATFORM_EXPORT int Fg_Acquire(Fg_Struct*, int, frameindex_t) { return FG_OK; }
 PLATFORM_EXPORT int Fg_stopAcquire(Fg_Struct*, int) { return FG_OK; }
 PLATFORM_EXPORT int Fg_AcquireEx(Fg_Struct*, int, frameindex_t, int, dma_mem*) { return FG_OK; }
 PLATFORM_EXPORT int Fg_stopAcquireEx(Fg_Struct*, int, dma_mem*, int) { return FG_OK; }
-PLATFORM_EXPORT frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct*, frameindex_t, int, int, dma_mem*) {
-    return 0;
-}
+PLATFORM_EXPORT frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct*, frameindex_t, int, int, dma_mem*) { return 0; }
 PLATFORM_EXPORT frameindex_t Fg_getLastPicNumberEx(Fg_Struct*, int, dma_mem*) { return 0; }
 PLATFORM_EXPORT frameindex_t Fg_getStatusEx(Fg_Struct*, int, frameindex_t, unsigned int, dma_mem*) { return 0; }
 

@@ -131,4 +131,3 @@ void BM_AcquisitionWhileServing(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(BM_AcquisitionWhileServing)->Iterations(40)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
-

@@ -39,8 +39,7 @@ public:
     virtual ~GenericLock() noexcept(false);
 
     /** Blocks until the lock is held; misuse see above. */
-    void enter()
-    {
+    void enter() {
         acquire();
         if (m_locked) {
             release();
@@ -58,10 +57,8 @@ public:
     bool try_enter(unsigned int timeout);
 
     /** Gives the lock back; misuse see above. */
-    void leave()
-    {
-        if (!m_locked)
-            throwNotHeld();
+    void leave() {
+        if (!m_locked) throwNotHeld();
         m_locked = false;
         release();
     }
@@ -83,8 +80,8 @@ private:
     GenericLock& operator=(const GenericLock&);
 };
 
-} // namespace patterns
-} // namespace templates
-} // namespace tervik
+}  // namespace patterns
+}  // namespace templates
+}  // namespace tervik
 
 #endif

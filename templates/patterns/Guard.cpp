@@ -6,8 +6,7 @@ namespace tervik {
 namespace templates {
 namespace patterns {
 
-void GenericLockGuard::enterOwned(GenericLock* lock)
-{
+void GenericLockGuard::enterOwned(GenericLock* lock) {
     try {
         lock->enter();
     } catch (...) {
@@ -18,8 +17,7 @@ void GenericLockGuard::enterOwned(GenericLock* lock)
     }
 }
 
-void GenericLockGuard::endOwnedOrIdle(GenericLock* lock, bool ownsLock, bool enabled)
-{
+void GenericLockGuard::endOwnedOrIdle(GenericLock* lock, bool ownsLock, bool enabled) {
     std::exception_ptr failure;
     if (enabled && lock != nullptr) {
         try {
@@ -32,14 +30,12 @@ void GenericLockGuard::endOwnedOrIdle(GenericLock* lock, bool ownsLock, bool ena
         try {
             delete lock;
         } catch (...) {
-            if (!failure)
-                failure = std::current_exception();
+            if (!failure) failure = std::current_exception();
         }
     }
-    if (failure && std::uncaught_exceptions() == 0)
-        std::rethrow_exception(failure);
+    if (failure && std::uncaught_exceptions() == 0) std::rethrow_exception(failure);
 }
 
-} // namespace patterns
-} // namespace templates
-} // namespace tervik
+}  // namespace patterns
+}  // namespace templates
+}  // namespace tervik

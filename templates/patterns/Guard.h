@@ -50,23 +50,19 @@ private:
  */
 class GenericLockGuard : public Guard<GenericLock*> {
 public:
-    GenericLockGuard(GenericLock* lock, bool ownsLock) : Guard<GenericLock*>(lock), m_ownsLock(ownsLock)
-    {
-        if (lock == nullptr)
-            return;
+    GenericLockGuard(GenericLock* lock, bool ownsLock) : Guard<GenericLock*>(lock), m_ownsLock(ownsLock) {
+        if (lock == nullptr) return;
         if (ownsLock)
             enterOwned(lock);
         else
             lock->enter();
     }
 
-    virtual ~GenericLockGuard() noexcept(false)
-    {
+    virtual ~GenericLockGuard() noexcept(false) {
         GenericLock* lock = getGuardedObject();
         if (m_ownsLock || lock == nullptr || !isEnabled()) {
             const bool enabled = isEnabled();
-            if (m_ownsLock)
-                m_guarded_object = nullptr;
+            if (m_ownsLock) m_guarded_object = nullptr;
             endOwnedOrIdle(lock, m_ownsLock, enabled);
             return;
         }
@@ -75,8 +71,7 @@ public:
         try {
             lock->leave();
         } catch (...) {
-            if (std::uncaught_exceptions() == 0)
-                throw;
+            if (std::uncaught_exceptions() == 0) throw;
         }
     }
 
@@ -91,8 +86,8 @@ private:
     const bool m_ownsLock;
 };
 
-} // namespace patterns
-} // namespace templates
-} // namespace tervik
+}  // namespace patterns
+}  // namespace templates
+}  // namespace tervik
 
 #endif

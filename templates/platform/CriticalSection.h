@@ -29,19 +29,14 @@ public:
 protected:
     // Inline, so that where the object's type is known (a CriticalSection
     // member entered through a guard) the calls resolve at compile time.
-    virtual void acquire()
-    {
-        if (m_lock != nullptr)
-            pthread_mutex_lock(m_lock);
+    virtual void acquire() {
+        if (m_lock != nullptr) pthread_mutex_lock(m_lock);
     }
-    virtual bool try_acquire(unsigned int /*timeout: a try never waits*/)
-    {
+    virtual bool try_acquire(unsigned int /*timeout: a try never waits*/) {
         return m_lock != nullptr && pthread_mutex_trylock(m_lock) == 0;
     }
-    virtual void release()
-    {
-        if (m_lock != nullptr)
-            pthread_mutex_unlock(m_lock);
+    virtual void release() {
+        if (m_lock != nullptr) pthread_mutex_unlock(m_lock);
     }
 
 private:
@@ -52,15 +47,11 @@ private:
     // answers a second lock by the holding thread (EDEADLK) and an unlock by
     // a thread that does not hold it (EPERM) without waiting or changing
     // anything, so its answers give the same misuse reports.
-    void enterScope()
-    {
-        if (int rc = pthread_mutex_lock(m_lock))
-            lockFailed(m_lock, rc);
+    void enterScope() {
+        if (int rc = pthread_mutex_lock(m_lock)) lockFailed(m_lock, rc);
     }
-    void leaveScope()
-    {
-        if (int rc = pthread_mutex_unlock(m_lock))
-            unlockFailed(rc);
+    void leaveScope() {
+        if (int rc = pthread_mutex_unlock(m_lock)) unlockFailed(rc);
     }
     // A second entry (EDEADLK): the mutex is given back, as enter() gives it
     // back, and the misuse reported. Other failures are not examined.
@@ -113,8 +104,8 @@ private:
     CriticalSection& m_cs;
 };
 
-} // namespace platform
-} // namespace templates
-} // namespace tervik
+}  // namespace platform
+}  // namespace templates
+}  // namespace tervik
 
 #endif

@@ -59,8 +59,8 @@ private:
     std::map<std::string, std::string> m_properties;
 };
 
-} // namespace platform
-} // namespace templates
-} // namespace tervik
+}  // namespace platform
+}  // namespace templates
+}  // namespace tervik
 
 #endif

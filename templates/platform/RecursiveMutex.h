@@ -54,8 +54,8 @@ public:
     void lockAndEnable();
 };
 
-} // namespace platform
-} // namespace templates
-} // namespace tervik
+}  // namespace platform
+}  // namespace templates
+}  // namespace tervik
 
 #endif
