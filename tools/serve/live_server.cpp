@@ -25,6 +25,7 @@
 
 #include "board.h"
 #include "error_text.h"
+#include "image_files.h"
 #include "sim_board.h"
 #include "text_util.h"
 #include "values.h"
@@ -388,27 +389,6 @@ struct LiveServer::Impl {
         return n > 0 ? n : 0;
     }
 
-    // Binary PGM, 16-bit samples big-endian with the value right aligned.
-    static bool writePgm(const std::string& path, const FgFrameFormat& f, const std::vector<unsigned char>& px) {
-        FILE* out = std::fopen(path.c_str(), "wb");
-        if (!out) return false;
-        const unsigned maxval = (1u << f.bitsPerPixel) - 1;
-        std::fprintf(out, "P5\n%u %u\n%u\n", f.width, f.height, maxval);
-        bool ok = true;
-        if (f.bytesPerPixel == 1) {
-            ok = std::fwrite(px.data(), 1, px.size(), out) == px.size();
-        } else {
-            std::vector<unsigned char> be(px.size());
-            const unsigned shift = f.leftAligned ? 16 - f.bitsPerPixel : 0;
-            for (size_t i = 0; i + 1 < px.size(); i += 2) {
-                const unsigned v = ((px[i] | px[i + 1] << 8) >> shift) & maxval;
-                be[i] = static_cast<unsigned char>(v >> 8), be[i + 1] = static_cast<unsigned char>(v);
-            }
-            ok = std::fwrite(be.data(), 1, be.size(), out) == be.size();
-        }
-        return std::fclose(out) == 0 && ok;
-    }
-
     json grab(std::unique_lock<std::mutex>& g, unsigned port, unsigned count, const std::string& prefix) {
         std::string why;
         if (fileIn(prefix + "-0001.pgm", &why).empty()) return {{"ok", false}, {"message", why}};
@@ -431,10 +411,11 @@ struct LiveServer::Impl {
             char suffix[32];
             std::snprintf(suffix, sizeof suffix, "-%04u.pgm", i);
             const std::string path = fileIn(prefix + suffix, &why);
-            if (path.empty() || !writePgm(path, ports[port].format, ports[port].copy)) {
-                return {{"ok", false},
-                        {"files", files},
-                        {"message", path.empty() ? why : "cannot write " + path + ": " + std::strerror(errno)}};
+            const FgFrameFormat& f = ports[port].format;
+            const PixelLayout layout{f.bitsPerPixel, f.bytesPerPixel, f.leftAligned != 0};
+            if (path.empty() ||
+                !writeImageFile(path, ImageType::Pgm, layout, f.width, f.height, ports[port].copy.data(), &why)) {
+                return {{"ok", false}, {"files", files}, {"message", why}};
             }
             files.push_back(prefix + suffix);
         }
