@@ -62,7 +62,7 @@ test: deps deps-x86
 	cmake --workflow --preset asan
 	cmake --workflow --preset x86
 	cmake --workflow --preset tsan
-	@echo "all test suites passed (x86-64, x86-64 ASan+UBSan, 32-bit x86, concurrency and acquisition under TSan)"
+	@echo "all test suites passed (x86-64, x86-64 ASan+UBSan, 32-bit x86, concurrency, acquisition and live-view server under TSan)"
 
 # Every benchmark in interleaved repetitions, then the table of medians and
 # ratios (BENCH_ARGS adds Google Benchmark flags, e.g. a --benchmark_filter).

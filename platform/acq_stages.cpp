@@ -125,7 +125,7 @@ void patternLine(const Programmed& p, uint64_t line, uint32_t x0, uint32_t n, ui
     const uint32_t mask = (1u << p.pixelDepth) - 1, shift = 12 - p.pixelDepth;
     for (uint32_t i = 0; i < n; ++i) {
         const uint32_t x = x0 + i;
-        out[i] = x < p.simWidth ? static_cast<uint16_t>(((p.enableX * x + key) & mask) << shift) : 0;
+        out[i] = static_cast<uint16_t>(x < p.simWidth ? ((p.enableX * x + key) & mask) << shift : 0);
     }
 }
 
@@ -136,7 +136,7 @@ void cameraLine(const Programmed& p, const std::vector<CameraPicture>& pictures,
         // Test scene: a ramp along the line that moves three pixels per line.
         for (uint32_t i = 0; i < n; ++i) {
             const uint64_t x = x0 + i;
-            out[i] = x < kSceneWidth ? static_cast<uint16_t>(((x + 3 * line) & mask) << shift) : 0;
+            out[i] = static_cast<uint16_t>(x < kSceneWidth ? ((x + 3 * line) & mask) << shift : 0);
         }
         return;
     }
@@ -232,7 +232,7 @@ int readPgm(const std::string& path, CameraPicture& out) {
             if (std::fread(raw.data(), 1, raw.size(), f) == raw.size()) {
                 c.samples.resize(count);
                 for (size_t i = 0; i < count; ++i)
-                    c.samples[i] = bpp == 1 ? raw[i] : static_cast<uint16_t>(raw[2 * i] << 8 | raw[2 * i + 1]);
+                    c.samples[i] = static_cast<uint16_t>(bpp == 1 ? raw[i] : raw[2 * i] << 8 | raw[2 * i + 1]);
                 out = std::move(c);
                 rc = 0;
             }
