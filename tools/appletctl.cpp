@@ -122,7 +122,7 @@ int mainImpl(int argc, char** argv) {
         return errors.status;
     }
     bool wantReference = false;
-    for (const Command& c : cmds) wantReference = wantReference || c.interactive || (!c.help && c.spec->needsReference);
+    for (const Command& c : cmds) wantReference = wantReference || c.interactive || (!c.help && c.def->needsReference);
     Session session(board, flags, keepGoing, wantReference);
     return session.runAll(cmds);
 }

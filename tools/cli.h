@@ -36,14 +36,14 @@ enum class ArgKind {
     Flag,           // an option without value
 };
 
-struct ArgSpec {
+struct ArgDef {
     const char* name;  // as shown in the synopsis: "FILE", "NAME[@P]"
     ArgKind kind;
     bool optional;
     const char* extension;  // offered files (".mcf", ".lut"), or nullptr
 };
 
-struct OptionSpec {
+struct OptionDef {
     const char* longName;   // "--port"
     const char* shortName;  // "-p", or nullptr
     const char* valueName;  // "P", or nullptr for a flag
@@ -54,10 +54,10 @@ struct OptionSpec {
 
 typedef Status (*Handler)(Session&, const Command&);
 
-struct CommandSpec {
+struct CommandDef {
     const char* name;  // "get", or two words for a sub-command ("lut load")
-    std::vector<ArgSpec> args;
-    std::vector<OptionSpec> options;
+    std::vector<ArgDef> args;
+    std::vector<OptionDef> options;
     bool needsBoard;      // opens the board before it runs
     bool needsReference;  // uses the default values or the applet's own files
     Handler run;
@@ -66,8 +66,8 @@ struct CommandSpec {
 };
 
 // The table, in the order help lists it.
-const std::vector<CommandSpec>& commandTable();
-const CommandSpec* findCommand(const std::string& name);
+const std::vector<CommandDef>& commandTable();
+const CommandDef* findCommand(const std::string& name);
 
 // The options of the tool itself (before the first command).
 struct ToolOption {
@@ -81,13 +81,13 @@ const std::vector<ToolOption>& toolOptions();
 
 // One option as given.
 struct GivenOption {
-    const OptionSpec* spec;
+    const OptionDef* def;
     std::string value;
 };
 
 // One command as parsed.
 struct Command {
-    const CommandSpec* spec = nullptr;
+    const CommandDef* def = nullptr;
     std::vector<std::string> args;  // positional arguments; NAME and VALUE split for set
     std::vector<GivenOption> options;
     unsigned port = 0;  // from NAME@P or --port

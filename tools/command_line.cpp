@@ -18,7 +18,7 @@ bool Command::has(const char* longName) const { return option(longName) != nullp
 
 const std::string* Command::option(const char* longName) const {
     for (const GivenOption& o : options) {
-        if (std::strcmp(o.spec->longName, longName) == 0) return &o.value;
+        if (std::strcmp(o.def->longName, longName) == 0) return &o.value;
     }
     return nullptr;
 }
@@ -54,10 +54,10 @@ void splitPort(std::string& text, unsigned* port, bool* given) {
     *given = true;
 }
 
-std::string synopsis(const CommandSpec& c) {
+std::string synopsis(const CommandDef& c) {
     std::string s = c.name;
-    for (const ArgSpec& a : c.args) s += std::string(" ") + (a.optional ? "[" : "") + a.name + (a.optional ? "]" : "");
-    for (const OptionSpec& o : c.options) {
+    for (const ArgDef& a : c.args) s += std::string(" ") + (a.optional ? "[" : "") + a.name + (a.optional ? "]" : "");
+    for (const OptionDef& o : c.options) {
         s += std::string(" [") + o.longName + (o.valueName ? std::string(" ") + o.valueName : std::string()) + "]";
     }
     return s;
@@ -120,8 +120,8 @@ bool checkValue(ArgKind kind, const std::string& v, const std::string& what, std
     }
 }
 
-const OptionSpec* matchOption(const CommandSpec& c, const std::string& t, std::string* inlineValue, bool* hasInline) {
-    for (const OptionSpec& o : c.options) {
+const OptionDef* matchOption(const CommandDef& c, const std::string& t, std::string* inlineValue, bool* hasInline) {
+    for (const OptionDef& o : c.options) {
         const std::string l = o.longName;
         if (t == l || (o.shortName && t == o.shortName)) {
             *hasInline = false;
@@ -138,7 +138,7 @@ const OptionSpec* matchOption(const CommandSpec& c, const std::string& t, std::s
 
 }  // namespace
 
-std::string commandSynopsis(const CommandSpec& c) { return synopsis(c); }
+std::string commandSynopsis(const CommandDef& c) { return synopsis(c); }
 
 Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command& cmd, std::string* why) {
     const size_t start = pos;
@@ -151,8 +151,8 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
     auto next = [&]() -> const std::string* { return pos < words.size() ? &words[pos] : nullptr; };
 
     // The rows of this first word; a word with sub-commands takes its second word too.
-    std::vector<const CommandSpec*> rows;
-    for (const CommandSpec& c : commandTable()) {
+    std::vector<const CommandDef*> rows;
+    for (const CommandDef& c : commandTable()) {
         if (firstWord(c.name) == word) rows.push_back(&c);
     }
     if (rows.empty()) {
@@ -162,27 +162,27 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
     }
     if (next() && isHelp(*next())) {
         ++pos;
-        cmd.spec = rows[0];
+        cmd.def = rows[0];
         cmd.help = true;
         finish();
         return kOk;
     }
-    const CommandSpec* spec = rows[0];
-    if (std::strchr(spec->name, ' ')) {
+    const CommandDef* def = rows[0];
+    if (std::strchr(def->name, ' ')) {
         std::string subs;
-        spec = nullptr;
-        for (const CommandSpec* r : rows) {
+        def = nullptr;
+        for (const CommandDef* r : rows) {
             const std::string sub = std::strchr(r->name, ' ') + 1;
             subs += (subs.empty() ? "'" : " or '") + sub + "'";
-            if (next() && *next() == sub) spec = r;
+            if (next() && *next() == sub) def = r;
         }
-        if (!spec) {
+        if (!def) {
             *why = word + ": expected " + subs + (next() ? ", not '" + visible(shorten(*next())) + "'" : std::string());
             return kUsage;
         }
         ++pos;
     }
-    cmd.spec = spec;
+    cmd.def = def;
 
     size_t filled = 0;
     while (const std::string* t = next()) {
@@ -193,17 +193,17 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
         }
         std::string value;
         bool hasInline = false;
-        if (const OptionSpec* o = matchOption(*spec, *t, &value, &hasInline)) {
+        if (const OptionDef* o = matchOption(*def, *t, &value, &hasInline)) {
             const std::string opt = *t;
             ++pos;
             if (o->valueName && !hasInline) {
                 if (!next()) {
-                    *why = std::string(spec->name) + ": " + opt + " needs a value";
+                    *why = std::string(def->name) + ": " + opt + " needs a value";
                     return kUsage;
                 }
                 value = words[pos++];
             }
-            if (o->valueName && !checkValue(o->kind, value, spec->name, why)) {
+            if (o->valueName && !checkValue(o->kind, value, def->name, why)) {
                 return kUsage;
             }
             if (o->kind == ArgKind::Port) {
@@ -213,8 +213,8 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
             cmd.options.push_back({o, value});
             continue;
         }
-        if (filled < spec->args.size()) {
-            const ArgSpec& a = spec->args[filled];
+        if (filled < def->args.size()) {
+            const ArgDef& a = def->args[filled];
             if (a.optional && a.kind == ArgKind::CommandName && !findCommand(*t)) break;
             if (a.optional && t->size() > 1 && (*t)[0] == '-') break;
             cmd.args.push_back(*t);
@@ -223,17 +223,17 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
             continue;
         }
         if (t->size() > 1 && (*t)[0] == '-' && *t != "--script") {
-            *why = std::string(spec->name) + ": unknown option '" + visible(shorten(*t)) +
-                   "' (usage: " + synopsis(*spec) + ")";
+            *why = std::string(def->name) + ": unknown option '" + visible(shorten(*t)) +
+                   "' (usage: " + synopsis(*def) + ")";
             return kUsage;
         }
         break;
     }
     finish();
     if (cmd.help) return kOk;
-    for (size_t i = filled; i < spec->args.size(); ++i) {
-        if (!spec->args[i].optional) {
-            *why = std::string(spec->name) + ": missing " + spec->args[i].name + " (usage: " + synopsis(*spec) + ")";
+    for (size_t i = filled; i < def->args.size(); ++i) {
+        if (!def->args[i].optional) {
+            *why = std::string(def->name) + ": missing " + def->args[i].name + " (usage: " + synopsis(*def) + ")";
             return kUsage;
         }
     }
@@ -242,31 +242,31 @@ Status parseCommand(const std::vector<std::string>& words, size_t& pos, Command&
     std::string assigned;
     bool hasAssignment = false;
     for (size_t i = 0; i < filled; ++i) {
-        const ArgSpec& a = spec->args[i];
+        const ArgDef& a = def->args[i];
         std::string& v = cmd.args[i];
         if (a.kind == ArgKind::Parameter) {
             splitPort(v, &cmd.port, &cmd.portGiven);
             if (v.empty()) {
-                *why = std::string(spec->name) + ": missing parameter name (usage: " + synopsis(*spec) + ")";
+                *why = std::string(def->name) + ": missing parameter name (usage: " + synopsis(*def) + ")";
                 return kUsage;
             }
         } else if (a.kind == ArgKind::Assignment) {
             const std::string whole = v;
             const std::string::size_type eq = whole.find('=');
             if (eq == std::string::npos) {
-                *why = std::string(spec->name) + ": expected NAME=VALUE, not '" + visible(shorten(whole)) + "'";
+                *why = std::string(def->name) + ": expected NAME=VALUE, not '" + visible(shorten(whole)) + "'";
                 return kUsage;
             }
             std::string value = whole.substr(eq + 1);
             splitPort(value, &cmd.port, &cmd.portGiven);
             if (eq == 0) {
-                *why = std::string(spec->name) + ": missing parameter name in '" + visible(shorten(whole)) + "'";
+                *why = std::string(def->name) + ": missing parameter name in '" + visible(shorten(whole)) + "'";
                 return kUsage;
             }
             v = whole.substr(0, eq);
             assigned = value;
             hasAssignment = true;
-        } else if (!checkValue(a.kind, v, spec->name, why)) {
+        } else if (!checkValue(a.kind, v, def->name, why)) {
             return kUsage;
         }
     }
@@ -368,7 +368,7 @@ bool parseScriptLine(const std::string& line, const std::string& where, std::vec
     Command cmd;
     if (parseCommand(words, pos, cmd, why) != kOk) return false;
     if (pos < words.size()) {
-        *why = "unexpected '" + visible(shorten(words[pos])) + "' after " + cmd.spec->name + " (one command per line)";
+        *why = "unexpected '" + visible(shorten(words[pos])) + "' after " + cmd.def->name + " (one command per line)";
         return false;
     }
     cmd.where = where;

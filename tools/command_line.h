@@ -56,7 +56,7 @@ bool parseScriptLine(const std::string& line, const std::string& where, std::vec
 bool parseAll(const std::vector<std::string>& words, size_t pos, bool stdinIsTerminal, std::vector<Command>* cmds,
               ParseErrors* errors);
 
-std::string commandSynopsis(const CommandSpec& c);
+std::string commandSynopsis(const CommandDef& c);
 
 }  // namespace appletctl
 

@@ -9,14 +9,14 @@
 namespace appletctl {
 namespace {
 
-OptionSpec portOption(const char* help = "port P (default 0)") {
+OptionDef portOption(const char* help = "port P (default 0)") {
     return {"--port", "-p", "P", ArgKind::Port, help, nullptr};
 }
 
 }  // namespace
 
-const std::vector<CommandSpec>& commandTable() {
-    static const std::vector<CommandSpec> table = {
+const std::vector<CommandDef>& commandTable() {
+    static const std::vector<CommandDef> table = {
         {"info",
          {},
          {},
@@ -222,8 +222,8 @@ const std::vector<CommandSpec>& commandTable() {
     return table;
 }
 
-const CommandSpec* findCommand(const std::string& name) {
-    for (const CommandSpec& c : commandTable()) {
+const CommandDef* findCommand(const std::string& name) {
+    for (const CommandDef& c : commandTable()) {
         const char* sp = std::strchr(c.name, ' ');
         if (name == c.name || (sp && name == std::string(c.name, sp))) return &c;
     }

@@ -86,7 +86,7 @@ std::string toolOptionText(const ToolOption& o) {
     return s;
 }
 
-std::string optionText(const OptionSpec& o) {
+std::string optionText(const OptionDef& o) {
     std::string s = o.shortName ? std::string(o.shortName) + ", " + o.longName : o.longName;
     if (o.valueName) s += std::string(" ") + o.valueName;
     return s;
@@ -140,7 +140,7 @@ void printToolHelp() {
     std::string s = "Usage: appletctl [OPTIONS] COMMAND [ARGS] [COMMAND [ARGS]]...\n\n" + wrap(kDescription, 78, "") +
                     "\nCommands:\n";
     std::vector<std::vector<std::string>> rows;
-    for (const CommandSpec& c : commandTable()) rows.push_back({commandSynopsis(c), c.summary});
+    for (const CommandDef& c : commandTable()) rows.push_back({commandSynopsis(c), c.summary});
     s += columns(rows, "  ");
     s += "\nOptions (before the first command):\n";
     rows.clear();
@@ -155,14 +155,14 @@ void printToolHelp() {
 void printCommandHelp(const std::string& name) {
     std::string first = name.substr(0, name.find(' '));
     std::string s;
-    for (const CommandSpec& c : commandTable()) {
+    for (const CommandDef& c : commandTable()) {
         const std::string w = std::string(c.name).substr(0, std::string(c.name).find(' '));
         if (w != first && name != c.name) continue;
         if (!s.empty()) s += "\n";
         s += "Usage: appletctl " + commandSynopsis(c) + "\n\n" + wrap(c.help, 78, "");
         if (!c.options.empty()) {
             std::vector<std::vector<std::string>> rows;
-            for (const OptionSpec& o : c.options) rows.push_back({optionText(o), o.help});
+            for (const OptionDef& o : c.options) rows.push_back({optionText(o), o.help});
             s += "\nOptions:\n" + columns(rows, "  ");
         }
     }
@@ -181,9 +181,9 @@ std::string manualPage() {
         s += ".TP\n.B " + roff(toolOptionText(o)) + "\n" + roff(o.help) + "\n";
     }
     s += ".SH COMMANDS\n";
-    for (const CommandSpec& c : commandTable()) {
+    for (const CommandDef& c : commandTable()) {
         s += ".TP\n.B " + roff(commandSynopsis(c)) + "\n" + roffParagraphs(c.help);
-        for (const OptionSpec& o : c.options) {
+        for (const OptionDef& o : c.options) {
             s += ".RS\n.TP\n.B " + roff(optionText(o)) + "\n" + roff(o.help) + "\n.RE\n";
         }
     }
@@ -201,14 +201,14 @@ std::string manualPage() {
 
 std::string bashCompletion() {
     std::string words, caseArgs, caseOpts;
-    for (const CommandSpec& c : commandTable()) {
+    for (const CommandDef& c : commandTable()) {
         const std::string name = c.name;
         const std::string first = name.substr(0, name.find(' '));
         if ((" " + words + " ").find(" " + first + " ") == std::string::npos)
             words += (words.empty() ? "" : " ") + first;
         // What the positional arguments and options of a command offer.
         std::string kinds, opts;
-        for (const ArgSpec& a : c.args) {
+        for (const ArgDef& a : c.args) {
             switch (a.kind) {
             case ArgKind::Parameter: kinds += "name "; break;
             case ArgKind::Assignment: kinds += "assign "; break;
@@ -217,7 +217,7 @@ std::string bashCompletion() {
             default: kinds += "file "; break;
             }
         }
-        for (const OptionSpec& o : c.options) {
+        for (const OptionDef& o : c.options) {
             opts += std::string(o.longName) + " ";
             if (o.shortName) opts += std::string(o.shortName) + " ";
         }
@@ -231,8 +231,8 @@ std::string bashCompletion() {
         if (o.shortName) toolOpts += std::string(o.shortName) + " ";
     }
     std::string portOpts, fileOpts, otherValueOpts;
-    for (const CommandSpec& c : commandTable()) {
-        for (const OptionSpec& o : c.options) {
+    for (const CommandDef& c : commandTable()) {
+        for (const OptionDef& o : c.options) {
             if (!o.valueName) continue;
             std::string names = std::string(o.longName) + (o.shortName ? std::string("|") + o.shortName : "");
             const bool file =
@@ -256,7 +256,7 @@ std::string bashCompletion() {
         "    printf '%s\\n' \"$_appletctl_name_cache\"\n"
         "}\n"
         "# The arguments (kinds) and options of a command.\n"
-        "_appletctl_spec() {\n"
+        "_appletctl_words() {\n"
         "    kinds=() opts=''\n"
         "    case $1 in\n" +
         caseArgs +
@@ -286,9 +286,9 @@ std::string bashCompletion() {
          "        case $w in " +
          allValueOpts +
          ") skip=1; continue ;; esac\n"
-         "        if [ \"$cmd\" = lut ]; then cmd=\"lut $w\"; n=0; _appletctl_spec \"$cmd\"; continue; fi\n"
+         "        if [ \"$cmd\" = lut ]; then cmd=\"lut $w\"; n=0; _appletctl_words \"$cmd\"; continue; fi\n"
          "        if [ -n \"$cmd\" ] && [ \"${kinds[n]:-}\" = command ]; then n=$((n + 1)); continue; fi\n"
-         "        case \" $commands \" in *\" $w \"*) cmd=$w; n=0; _appletctl_spec \"$cmd\"; continue ;; esac\n"
+         "        case \" $commands \" in *\" $w \"*) cmd=$w; n=0; _appletctl_words \"$cmd\"; continue ;; esac\n"
          "        case $w in -*) ;; *) n=$((n + 1)) ;; esac\n"
          "    done\n"
          "    if [ -z \"$cmd\" ]; then\n"

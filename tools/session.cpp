@@ -32,7 +32,7 @@ namespace {
 // prints numbers in the C locale.
 void restoreLocale() { std::setlocale(LC_ALL, "C"); }
 
-const char* operationOf(const Command& c) { return c.spec ? c.spec->name : nullptr; }
+const char* operationOf(const Command& c) { return c.def ? c.def->name : nullptr; }
 
 }  // namespace
 
@@ -153,14 +153,14 @@ const LutReference* Session::lutReference(const Command& c) {
 Status Session::run(const Command& c) {
     if (c.interactive) return interactive(c);
     if (c.help) {
-        printCommandHelp(c.spec->name);
+        printCommandHelp(c.def->name);
         return kOk;
     }
-    if (c.spec->needsBoard) {
+    if (c.def->needsBoard) {
         if (!open(context(c))) return kFailed;
         if (c.portGiven && !checkPort(c, c.port)) return kFailed;
     }
-    return c.spec->run(*this, c);
+    return c.def->run(*this, c);
 }
 
 Status Session::runAll(const std::vector<Command>& cmds) {
