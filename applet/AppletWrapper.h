@@ -175,7 +175,10 @@ public:
     void setDefaultValues();
     // The process of a DMA index (map_dma_process); an unknown one raises -2070.
     int mapDmaToProcess(int dma) const {
-        if (static_cast<unsigned>(dma) < static_cast<unsigned>(kPortCount) && dmaProcess_[dma] >= 0)
+        // (An unmapped DMA holds -1, which the unsigned comparison refuses; the
+        // comparison also tells the compiler that the port is below kPortCount.)
+        if (static_cast<unsigned>(dma) < static_cast<unsigned>(kPortCount) &&
+            static_cast<unsigned>(dmaProcess_[dma]) < static_cast<unsigned>(kPortCount))
             return dmaProcess_[dma];
         throw int(FG_ERR_INVALID_PARAMETER);
     }
@@ -361,8 +364,8 @@ private:
     template <class Value, class Host, class Register, class Table>
     int typedAccess(int Param, Value* value, Host&& host, Register&& reg, Table&& table);
     // The bodies of the table dispatch, inline in the typed access (dispatch.cpp only).
-    inline void dispatchSet(int Param, const void* Value, int CamPort, FgParamTypes Type);
-    inline void dispatchGet(int Param, void* Value, int CamPort, FgParamTypes Type);
+    inline void dispatchSet(unsigned row, int Param, const void* Value, int CamPort, FgParamTypes Type);
+    inline void dispatchGet(unsigned row, int Param, void* Value, int CamPort, FgParamTypes Type);
     void addDirectRegisterRecords(int port, RegisterInfo* group);
     void addDirectQorRecords(int port, RegisterInfo* group);
     int directRegisterWrite(int id, const void* value);

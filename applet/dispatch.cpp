@@ -36,6 +36,16 @@ constexpr int kSdkIds[] = {
 constexpr int kSdkCount = sizeof kSdkIds / sizeof kSdkIds[0];
 static_assert(kSdkCount == SDK_PARAM_COUNT && kSdkCount < 255, "positions are kept in a byte");
 
+// Every SDK identity lies below the debug ranges, so an identity found in the
+// table is never a register or host identity: the typed access looks at the
+// ranges only when the table has no row for it.
+constexpr bool belowDebugRanges() {
+    for (int id : kSdkIds)
+        if (id > FG_DRA_ID_BASE) return false;
+    return true;
+}
+static_assert(belowDebugRanges(), "an SDK identity in a debug identity range");
+
 constexpr unsigned kSlotBits = 10;
 constexpr unsigned kSlotCount = 1u << kSlotBits;
 
@@ -78,20 +88,26 @@ constexpr SlotTable buildSlots() {
 }
 constexpr SlotTable kSlots = buildSlots();
 
+// The row an identity hashes to (one multiplication and a load); it is the
+// identity's own row when the row's identity is the identity itself.
+[[gnu::always_inline]] inline unsigned slotRow(int id) { return kSlots.row[slotOf(id, kMultiplier)]; }
+
 // The position of an SDK identity in the SDK table plus one, 0 for any other
-// number (one multiplication, two loads and a conditional move).
+// number.
 [[gnu::always_inline]] inline unsigned sdkRow(int id) {
-    unsigned row = kSlots.row[slotOf(id, kMultiplier)];
-    if (kSlots.id[row] != id) row = 0;
-    if (row > static_cast<unsigned>(kSdkCount)) __builtin_unreachable();
-    return row;
+    const unsigned row = slotRow(id);
+    return kSlots.id[row] == id ? row : 0;
 }
 
 }  // namespace
 
 // One typed access: NULL refused before the lock; then, under the lock, the
-// host's own identities, the register identities (when enabled) or the table.
-// Table errors arrive as int exceptions; the result goes to the error store.
+// table row of the identity, or for an identity without one the host's own
+// identities, the register identities (when enabled) or the table's answer
+// for an unknown identity. (Row 0 stands for "none"; its identity entry is 0,
+// an identity that has no row and lies in no debug range, so the one compare
+// sends it to the table's answer for an unknown identity too.) Table errors
+// arrive as int exceptions; the result goes to the error store.
 template <class Value, class Host, class Register, class Table>
 int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Register&& reg, Table&& table) {
     if (Value_ == nullptr) {
@@ -100,13 +116,21 @@ int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Registe
     }
     tervik::templates::platform::CriticalSectionScope scope(mParameterLock);
     int result = 0;
-    if (Param > FG_DQORA_ID_BASE) {
-        result = host(Param - FG_DQORA_ID_BASE);
-    } else if (draEnabled && Param > FG_DRA_ID_BASE) {
-        result = reg();
-    } else {
+    unsigned row = slotRow(Param);
+    bool inTable = true;
+    if (__builtin_expect(kSlots.id[row] != Param, 0)) {
+        row = 0;
+        if (Param > FG_DQORA_ID_BASE) {
+            result = host(Param - FG_DQORA_ID_BASE);
+            inTable = false;
+        } else if (draEnabled && Param > FG_DRA_ID_BASE) {
+            result = reg();
+            inTable = false;
+        }
+    }
+    if (inTable) {
         try {
-            table();
+            table(row);
         } catch (int code) {
             result = code;
         }
@@ -125,13 +149,15 @@ int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Registe
                                                                FgParamTypes Type) {
     return typedAccess(
         Param, Value, [&](int id) { return setUnwrappedParameterWithType(id, Value, CamPort, Type); },
-        [&] { return directRegisterWrite(Param, Value); }, [&] { dispatchSet(Param, Value, CamPort, Type); });
+        [&] { return directRegisterWrite(Param, Value); },
+        [&](unsigned row) { dispatchSet(row, Param, Value, CamPort, Type); });
 }
 
 [[gnu::flatten]] int FgQorWrapperImpl::Fg_getParameterWithType(int Param, void* Value, int CamPort, FgParamTypes Type) {
     return typedAccess(
         Param, Value, [&](int id) { return getUnwrappedParameterWithType(id, Value, CamPort, Type); },
-        [&] { return directRegisterRead(Param, Value); }, [&] { dispatchGet(Param, Value, CamPort, Type); });
+        [&] { return directRegisterRead(Param, Value); },
+        [&](unsigned row) { dispatchGet(row, Param, Value, CamPort, Type); });
 }
 
 // ---- writes ----
@@ -148,14 +174,15 @@ int FgQorWrapperImpl::typedAccess(int Param, Value* Value_, Host&& host, Registe
         setLutElement(process, static_cast<const FieldParameterInt*>(Value));
 
 void FgQorWrapperImpl::setParameterWithType(int Param, const void* Value, int CamPort, FgParamTypes Type) {
-    dispatchSet(Param, Value, CamPort, Type);
+    dispatchSet(sdkRow(Param), Param, Value, CamPort, Type);
 }
 
-[[gnu::always_inline]] inline void FgQorWrapperImpl::dispatchSet(int Param, const void* Value, int CamPort,
-                                                                 FgParamTypes Type) {
+[[gnu::always_inline]] inline void FgQorWrapperImpl::dispatchSet(unsigned row, int Param, const void* Value,
+                                                                 int CamPort, FgParamTypes Type) {
     const int process = mapDmaToProcess(CamPort);
     (void)Type;
-    switch (sdkRow(Param)) {
+    if (row > static_cast<unsigned>(kSdkCount)) __builtin_unreachable();
+    switch (row) {
 // clang-format off
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
     case SDK_INDEX_##NAME + 1:                              \
@@ -204,13 +231,14 @@ inline void storeConst(void* value, uint32_t c) { std::memcpy(value, &c, sizeof 
 }  // namespace
 
 void FgQorWrapperImpl::getParameterWithType(int Param, void* Value, int CamPort, FgParamTypes Type) {
-    dispatchGet(Param, Value, CamPort, Type);
+    dispatchGet(sdkRow(Param), Param, Value, CamPort, Type);
 }
 
-[[gnu::always_inline]] inline void FgQorWrapperImpl::dispatchGet(int Param, void* Value, int CamPort,
+[[gnu::always_inline]] inline void FgQorWrapperImpl::dispatchGet(unsigned row, int Param, void* Value, int CamPort,
                                                                  FgParamTypes Type) {
     const int process = mapDmaToProcess(CamPort);
-    switch (sdkRow(Param)) {
+    if (row > static_cast<unsigned>(kSdkCount)) __builtin_unreachable();
+    switch (row) {
 // clang-format off
 #define SDK_PARAM(NAME, ID, TYPE, WRITE, READ, OWNER, DESC) \
     case SDK_INDEX_##NAME + 1:                              \
