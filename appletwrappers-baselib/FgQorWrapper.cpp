@@ -62,10 +62,15 @@ int FgQorWrapper::initializeDllFunctions(const char* dllName) {
 #undef FG_HOST_ENTRY_LOOKUP
     d->DLL_Fg_getParameterIdByName =
         reinterpret_cast<Fg_getParameterIdByName_t>(dlsym(d->dll, "Fg_getParameterIdByName"));
-    hot_.setTyped = e.DLL_Fg_setParameterWithType;
-    hot_.getTyped = e.DLL_Fg_getParameterWithType;
+    hot_.setTyped = e.DLL_Fg_setParameterWithType ? e.DLL_Fg_setParameterWithType : &missingSetTyped;
+    hot_.getTyped = e.DLL_Fg_getParameterWithType ? e.DLL_Fg_getParameterWithType : &missingGetTyped;
     return 0;
 }
+
+int FgQorWrapper::missingSetTyped(Fg_Struct*, int, const void*, unsigned int, FgParamTypes) {
+    return FG_ERR_NOT_AVAILABLE;
+}
+int FgQorWrapper::missingGetTyped(Fg_Struct*, int, void*, unsigned int, FgParamTypes) { return FG_ERR_NOT_AVAILABLE; }
 
 int FgQorWrapper::runFgInit(const char* hapName, QORdevice* hwhandle, fpga_design* design, int flags) {
     d->Fg_Init_Func_Slave_Aware = reinterpret_cast<Fg_InitHandleSlaveAware_t>(dlsym(d->dll, "Fg_InitHandleSlaveAware"));

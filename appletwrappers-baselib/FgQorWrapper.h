@@ -120,12 +120,13 @@ protected:
     Fg_ParameterInfo* parameterInfo();
 
     // The typed host calls of derived applets: the host's answer, or -12 when
-    // the host runtime offers no such entry.
+    // the host runtime offers no such entry (the entry is then a stand-in
+    // answering -12, so that the call needs no test).
     int setUnwrappedParameterWithType(int id, const void* value, int dma, FgParamTypes type) {
-        return hot_.setTyped ? hot_.setTyped(hot_.board, id, value, dma, type) : FG_ERR_NOT_AVAILABLE;
+        return hot_.setTyped(hot_.board, id, value, dma, type);
     }
     int getUnwrappedParameterWithType(int id, void* value, int dma, FgParamTypes type) {
-        return hot_.getTyped ? hot_.getTyped(hot_.board, id, value, dma, type) : FG_ERR_NOT_AVAILABLE;
+        return hot_.getTyped(hot_.board, id, value, dma, type);
     }
     int setUnwrappedParameter(int id, const void* value, int dma);
     int getUnwrappedParameter(int id, void* value, int dma);
@@ -151,9 +152,11 @@ private:
     // records where those are set (the binding record's two typed entries,
     // the host board handle, the error store), so that the hot path reads it
     // in one load instead of a chain of three.
+    static int missingSetTyped(Fg_Struct*, int, const void*, unsigned int, FgParamTypes);
+    static int missingGetTyped(Fg_Struct*, int, void*, unsigned int, FgParamTypes);
     struct HotPath {
-        Fg_setParameterWithType_t setTyped = nullptr;
-        Fg_getParameterWithType_t getTyped = nullptr;
+        Fg_setParameterWithType_t setTyped = &missingSetTyped;
+        Fg_getParameterWithType_t getTyped = &missingGetTyped;
         Fg_Struct* board = nullptr;
         Fg_Error* error = nullptr;
     } hot_;
