@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
@@ -43,8 +44,11 @@ struct RegRec {
 
 }  // namespace
 
-struct fpga_design {
-    uint32_t magic = kDesignMagic;
+namespace {
+
+// A parsed design: read-only once parsed, shared by every handle loaded from
+// the same manifest.
+struct Design {
     std::string name;
     std::vector<ParamRec> params;
     std::vector<EventRec> events;
@@ -52,9 +56,20 @@ struct fpga_design {
     std::vector<RegRec> regs;
 };
 
+}  // namespace
+
+// A loaded design handle: one per load, whether or not its design is shared.
+struct fpga_design {
+    uint32_t magic = kDesignMagic;
+    std::shared_ptr<const Design> design;
+};
+
 namespace {
 
-bool validDesign(const fpga_design* d) { return d != nullptr && d->magic == kDesignMagic; }
+// The parsed design behind a handle, or NULL for NULL or an unloaded handle.
+const Design* designOf(const fpga_design* h) {
+    return h != nullptr && h->magic == kDesignMagic ? h->design.get() : nullptr;
+}
 
 // The fields of a line, as views into the image (valid while it is parsed).
 // `count` is the number of fields; at most kMaxKept are kept, which is more
@@ -290,12 +305,13 @@ bool distinct(std::vector<T>& items) {
 }
 
 // Parses a manifest held in [data, data + size). Returns NULL when it is not a
-// complete, well-formed manifest. Lines and fields are looked at in place;
-// names are checked for repeats once the whole manifest has been read.
-fpga_design* parseDesign(const char* data, size_t size) {
+// complete, well-formed manifest; else the design, and in `used` the size of
+// the manifest up to and including its "end" line (nothing after it is looked
+// at). Lines and fields are looked at in place; names are checked for
+// repeats once the whole manifest has been read.
+std::shared_ptr<Design> parseDesign(const char* data, size_t size, size_t& used) {
     if (data == nullptr || size == 0) return nullptr;
-    std::unique_ptr<fpga_design> d(new (std::nothrow) fpga_design);
-    if (!d) return nullptr;
+    auto d = std::make_shared<Design>();
     std::vector<std::string_view> paramNames, eventNames, regNames;
     std::vector<int> regNumbers;
     size_t pos = 0;
@@ -323,6 +339,7 @@ fpga_design* parseDesign(const char* data, size_t size) {
         if (kw == "end") {
             if (head.size() != 1) return nullptr;
             ended = true;
+            used = pos;
             break;
         } else if (kw == "design") {
             if (head.size() != 2 || !validName(head, 1)) return nullptr;
@@ -379,10 +396,64 @@ fpga_design* parseDesign(const char* data, size_t size) {
     }
     for (EventRec& e : d->events) e.ev.name = e.name.c_str();
     for (RegRec& r : d->regs) r.info.name = r.name.c_str();
-    return d.release();
+    return d;
 }
 
-const RegRec* findRegister(const fpga_design* d, int number) {
+// Designs already parsed, by manifest: a board opened again with the same
+// design image (the usual case: every board of an applet loads the image
+// embedded in it) shares the parsed design instead of parsing it again. The
+// answer depends on nothing but the manifest, so a buffer that begins with
+// a remembered manifest has that design. A few manifests of bounded size are
+// remembered, the most recently used first.
+class DesignCache {
+public:
+    std::shared_ptr<const Design> load(const char* data, size_t size) {
+        if (data == nullptr || size == 0) return nullptr;
+        {
+            std::lock_guard<std::mutex> hold(lock_);
+            for (auto it = entries_.begin(); it != entries_.end(); ++it) {
+                if (size < it->manifest.size() || std::memcmp(data, it->manifest.data(), it->manifest.size()) != 0)
+                    continue;
+                std::rotate(entries_.begin(), it, it + 1);
+                return entries_.front().design;
+            }
+        }
+        size_t used = 0;
+        std::shared_ptr<const Design> d = parseDesign(data, size, used);
+        if (d && used <= kMaxRemembered) {
+            Entry e{std::string(data, used), d};
+            std::lock_guard<std::mutex> hold(lock_);
+            if (entries_.size() == kEntries) entries_.pop_back();
+            entries_.insert(entries_.begin(), std::move(e));
+        }
+        return d;
+    }
+
+private:
+    static constexpr size_t kEntries = 4;
+    static constexpr size_t kMaxRemembered = 4u << 20;
+    struct Entry {
+        std::string manifest;
+        std::shared_ptr<const Design> design;
+    };
+    std::mutex lock_;
+    std::vector<Entry> entries_;
+};
+
+DesignCache& designCache() {
+    static DesignCache* cache = new DesignCache;  // never destroyed: handles may outlive static destruction
+    return *cache;
+}
+
+fpga_design* loadDesign(const char* data, size_t size) {
+    std::shared_ptr<const Design> d = designCache().load(data, size);
+    if (!d) return nullptr;
+    fpga_design* h = new (std::nothrow) fpga_design;
+    if (h) h->design = std::move(d);
+    return h;
+}
+
+const RegRec* findRegister(const Design* d, int number) {
     for (const RegRec& r : d->regs)
         if (r.info.number == number) return &r;
     return nullptr;
@@ -394,7 +465,7 @@ extern "C" {
 
 PLATFORM_EXPORT fpga_design* HapLoadDesignFromBuffer(const void* data, uint32_t size, int /*flags*/) {
     try {
-        return parseDesign(static_cast<const char*>(data), size);
+        return loadDesign(static_cast<const char*>(data), size);
     } catch (...) {
         return nullptr;
     }
@@ -417,7 +488,7 @@ PLATFORM_EXPORT fpga_design* HapLoadHapFileWithType(const char* file, int /*type
             }
             buf.insert(buf.end(), chunk, chunk + n);
         }
-        if (!tooBig && !std::ferror(fp)) d = parseDesign(buf.data(), buf.size());
+        if (!tooBig && !std::ferror(fp)) d = loadDesign(buf.data(), buf.size());
     } catch (...) {
         d = nullptr;
     }
@@ -425,66 +496,77 @@ PLATFORM_EXPORT fpga_design* HapLoadHapFileWithType(const char* file, int /*type
     return d;
 }
 
-PLATFORM_EXPORT void HapUnloadHapFile(fpga_design* design) {
-    if (!validDesign(design)) return;
-    design->magic = 0;
-    delete design;
+PLATFORM_EXPORT void HapUnloadHapFile(fpga_design* handle) {
+    if (designOf(handle) == nullptr) return;
+    handle->magic = 0;
+    delete handle;
 }
 
-PLATFORM_EXPORT const HapEvent* HapGetEvent(fpga_design* design, int index) {
-    if (!validDesign(design) || index < 0 || static_cast<size_t>(index) >= design->eventSlot.size()) return nullptr;
+PLATFORM_EXPORT const HapEvent* HapGetEvent(fpga_design* handle, int index) {
+    const Design* design = designOf(handle);
+    if (design == nullptr || index < 0 || static_cast<size_t>(index) >= design->eventSlot.size()) return nullptr;
     int slot = design->eventSlot[static_cast<size_t>(index)];
     return slot < 0 ? nullptr : &design->events[static_cast<size_t>(slot)].ev;
 }
 
-PLATFORM_EXPORT int HapGetNrOfRegister(fpga_design* design) {
-    return validDesign(design) ? static_cast<int>(design->regs.size()) : 0;
+PLATFORM_EXPORT int HapGetNrOfRegister(fpga_design* handle) {
+    const Design* design = designOf(handle);
+    return design != nullptr ? static_cast<int>(design->regs.size()) : 0;
 }
 
-PLATFORM_EXPORT const char* HapGetRegisterName(fpga_design* design, int position) {
-    if (!validDesign(design) || position < 1 || static_cast<size_t>(position) > design->regs.size()) return nullptr;
+PLATFORM_EXPORT const char* HapGetRegisterName(fpga_design* handle, int position) {
+    const Design* design = designOf(handle);
+    if (design == nullptr || position < 1 || static_cast<size_t>(position) > design->regs.size()) return nullptr;
     return design->regs[static_cast<size_t>(position) - 1].info.name;
 }
 
-PLATFORM_EXPORT int HapGetRegisterByName(fpga_design* design, const char* name) {
-    if (!validDesign(design) || name == nullptr) return 0;
+PLATFORM_EXPORT int HapGetRegisterByName(fpga_design* handle, const char* name) {
+    const Design* design = designOf(handle);
+    if (design == nullptr || name == nullptr) return 0;
     for (const RegRec& r : design->regs)
         if (r.name == name) return r.info.number;
     return 0;
 }
 
-PLATFORM_EXPORT int HapGetRegisterBitRange(fpga_design* design, int reg) {
-    if (!validDesign(design)) return 0;
+PLATFORM_EXPORT int HapGetRegisterBitRange(fpga_design* handle, int reg) {
+    const Design* design = designOf(handle);
+    if (design == nullptr) return 0;
     const RegRec* r = findRegister(design, reg);
     return r ? r->info.bits : 0;
 }
 
-PLATFORM_EXPORT int HapGetRegisterDirection(fpga_design* design, int reg) {
-    if (!validDesign(design)) return -1;
+PLATFORM_EXPORT int HapGetRegisterDirection(fpga_design* handle, int reg) {
+    const Design* design = designOf(handle);
+    if (design == nullptr) return -1;
     const RegRec* r = findRegister(design, reg);
     return r ? r->info.direction : -1;
 }
 
-PLATFORM_EXPORT int HapGetNrOfParameter(fpga_design* design) {
-    return validDesign(design) ? static_cast<int>(design->params.size()) : 0;
+PLATFORM_EXPORT int HapGetNrOfParameter(fpga_design* handle) {
+    const Design* design = designOf(handle);
+    return design != nullptr ? static_cast<int>(design->params.size()) : 0;
 }
 
-PLATFORM_EXPORT const HapParameterInfo* HapGetParameter(fpga_design* design, int i) {
-    if (!validDesign(design) || i < 0 || static_cast<size_t>(i) >= design->params.size()) return nullptr;
+PLATFORM_EXPORT const HapParameterInfo* HapGetParameter(fpga_design* handle, int i) {
+    const Design* design = designOf(handle);
+    if (design == nullptr || i < 0 || static_cast<size_t>(i) >= design->params.size()) return nullptr;
     return &design->params[static_cast<size_t>(i)].info;
 }
 
-PLATFORM_EXPORT const HapRegisterInfo* HapGetRegisterInfo(fpga_design* design, int position) {
-    if (!validDesign(design) || position < 1 || static_cast<size_t>(position) > design->regs.size()) return nullptr;
+PLATFORM_EXPORT const HapRegisterInfo* HapGetRegisterInfo(fpga_design* handle, int position) {
+    const Design* design = designOf(handle);
+    if (design == nullptr || position < 1 || static_cast<size_t>(position) > design->regs.size()) return nullptr;
     return &design->regs[static_cast<size_t>(position) - 1].info;
 }
 
-PLATFORM_EXPORT const char* HapGetDesignName(fpga_design* design) {
-    return validDesign(design) ? design->name.c_str() : nullptr;
+PLATFORM_EXPORT const char* HapGetDesignName(fpga_design* handle) {
+    const Design* design = designOf(handle);
+    return design != nullptr ? design->name.c_str() : nullptr;
 }
 
-PLATFORM_EXPORT int HapGetEventRange(fpga_design* design) {
-    return validDesign(design) ? static_cast<int>(design->eventSlot.size()) : 0;
+PLATFORM_EXPORT int HapGetEventRange(fpga_design* handle) {
+    const Design* design = designOf(handle);
+    return design != nullptr ? static_cast<int>(design->eventSlot.size()) : 0;
 }
 
 }  // extern "C"
