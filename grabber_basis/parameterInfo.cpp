@@ -9,15 +9,6 @@ namespace {
 const int kErrBufferTooSmall = -500;     // a text copy could not be allocated
 const int kErrInvalidParameter = -2070;  // missing record, entry or name
 
-// A private C copy of a text; NULL for NULL. `failed` is set when a text was
-// given but could not be copied.
-char* copyText(const char* text, bool& failed) {
-    if (text == NULL) return NULL;
-    char* copy = strdup(text);
-    if (copy == NULL) failed = true;
-    return copy;
-}
-
 }  // namespace
 
 void* Fg_ParameterInfo::Pool::allocate(size_t size) {
@@ -28,6 +19,20 @@ void* Fg_ParameterInfo::Pool::allocate(size_t size) {
         return NULL;
     }
     memset(piece, 0, size);
+    return piece;
+}
+
+char* Fg_ParameterInfo::Pool::copy(const char* text, bool& failed) {
+    if (text == NULL) return NULL;
+    const size_t size = strlen(text) + 1;
+    char* piece;
+    try {
+        piece = static_cast<char*>(arena_.allocate(size, 1));
+    } catch (const std::bad_alloc&) {
+        failed = true;
+        return NULL;
+    }
+    memcpy(piece, text, size);
     return piece;
 }
 
@@ -53,23 +58,9 @@ void Fg_ParameterInfo::init(int port) {
 }
 
 void Fg_ParameterInfo::freeRecord(RegisterInfo* reg) {
-    // The record itself and its enumeration arrays live in the slot's pool.
-    if (reg == NULL) return;
-    free(const_cast<char*>(reg->name));
-    free(const_cast<char*>(reg->parentName));
-    free(const_cast<char*>(reg->parameterName));
-    free(const_cast<char*>(reg->unit));
-    switch (reg->format) {
-    case REG_FORMAT_ENUM:
-        for (int i = 0; i < reg->u.eReg.nrOfElements; ++i) {
-            if (reg->u.eReg.enumNames != NULL) free(reg->u.eReg.enumNames[i]);
-            if (reg->u.eReg.enumDefName != NULL) free(reg->u.eReg.enumDefName[i]);
-        }
-        break;
-    case REG_FORMAT_STRING: free(reg->u.sReg.FileExtension); break;
-    case REG_FORMAT_GROUP: free(reg->u.gReg.elements); break;
-    default: break;
-    }
+    // The record itself, its enumeration arrays and its texts live in the
+    // slot's pool; only a group's element array is the record's own.
+    if (reg != NULL && reg->format == REG_FORMAT_GROUP) free(reg->u.gReg.elements);
 }
 
 void Fg_ParameterInfo::destroy(int port) {
@@ -122,7 +113,7 @@ RegisterInfo* Fg_ParameterInfo::addGroupInfo(int port, RegisterInfo* parent, con
     RegisterInfo* reg = newRecord(port, REG_FORMAT_GROUP);
     if (reg == NULL) return NULL;
     bool failed = false;
-    reg->name = copyText(name, failed);
+    reg->name = mPool[port].copy(name, failed);
     if (failed) {
         discardNewest(port);
         return NULL;
@@ -141,7 +132,7 @@ RegisterInfo* Fg_ParameterInfo::addGroupInfo(int port, RegisterInfo* parent, con
     if (parent->format != REG_FORMAT_GROUP) return NULL;
 
     reg->depth = parent->depth + 1;
-    reg->parentName = copyText(parent->name, failed);
+    reg->parentName = mPool[port].copy(parent->name, failed);
     if (failed || !attachToParent(parent, reg)) {
         discardNewest(port);
         return NULL;
@@ -157,9 +148,9 @@ RegisterInfo* Fg_ParameterInfo::newParameter(RegisterInfo* parent, REG_FORMAT fo
     RegisterInfo* reg = newRecord(port, format);
     if (reg == NULL) return NULL;
     bool failed = false;
-    reg->name = copyText(name, failed);
-    reg->parameterName = copyText(paramName, failed);
-    reg->unit = copyText(unit, failed);
+    reg->name = mPool[port].copy(name, failed);
+    reg->parameterName = mPool[port].copy(paramName, failed);
+    reg->unit = mPool[port].copy(unit, failed);
     if (failed) {
         discardNewest(port);
         return NULL;
@@ -303,7 +294,7 @@ RegisterInfo* Fg_ParameterInfo::addInfoString(RegisterInfo* parent, const char* 
         bool failed = false;
         r.u.sReg.string = NULL;
         r.u.sReg.strLen = 0;
-        r.u.sReg.FileExtension = copyText(fileExt, failed);
+        r.u.sReg.FileExtension = mPool[port].copy(fileExt, failed);
         return !failed;
     });
 }
@@ -318,18 +309,17 @@ int Fg_ParameterInfo::addEnumNameValue(RegisterInfo* reg, int element, const cha
         e.enumDefName == NULL)
         return kErrInvalidParameter;
 
-    free(e.enumNames[element]);
+    // (An entry filled again takes new copies; the old ones stay in the pool
+    // until the slot is destroyed. The catalogue fills each entry once.)
+    Pool& pool = mPool[validPort(reg->port) ? reg->port : 0];
+    bool failed = false;
     e.enumNames[element] = NULL;
-    free(e.enumDefName[element]);
     e.enumDefName[element] = NULL;
-
-    e.enumNames[element] = strdup(name);
-    if (e.enumNames[element] == NULL) return kErrBufferTooSmall;
+    e.enumNames[element] = pool.copy(name, failed);
+    if (failed) return kErrBufferTooSmall;
     e.enumValues[element] = value;
-    if (defname != NULL) {
-        e.enumDefName[element] = strdup(defname);
-        if (e.enumDefName[element] == NULL) return kErrBufferTooSmall;
-    }
+    e.enumDefName[element] = pool.copy(defname, failed);
+    if (failed) return kErrBufferTooSmall;
     return 0;
 }
 

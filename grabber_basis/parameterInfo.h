@@ -111,12 +111,16 @@ private:
     static bool attachToParent(RegisterInfo* parent, RegisterInfo* child);
     static void freeRecord(RegisterInfo* reg);
 
-    // The memory of one slot's records and enumeration arrays.
+    // The memory of one slot's records, enumeration arrays and texts: given
+    // back all at once when the slot is destroyed.
     class Pool {
     public:
         // `size` bytes, cleared, aligned for any record member; NULL when
         // memory is short.
         void* allocate(size_t size);
+        // A copy of `text` (NULL for NULL); `failed` is set when a text was
+        // given but could not be copied.
+        char* copy(const char* text, bool& failed);
         void release() { arena_.release(); }
 
     private:

@@ -312,7 +312,6 @@ TEST_F(Document, MalformedTreesAreWalkedSafely) {
     self->u.gReg.elements[0] = self;
     self->u.gReg.nrOfElements = 1;
     self->u.gReg.autoIndex = 1;
-    free(const_cast<char*>(w->parameterName));
     w->parameterName = nullptr;
     const std::string xml = build(0);
     EXPECT_NE(std::string::npos, xml.find("<Integer Name=''>"));
