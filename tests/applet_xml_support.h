@@ -1,12 +1,11 @@
-// Test support for the applet's own GenApi descriptions: the document of a
-// port fetched through the export, the port's registry records as the host
-// sees them, the catalogue's categories in document order, and a small XML
-// reader (elements, attributes, text and the five predefined entities, which
-// is all the description writes) that needs no library, so that it also
-// serves the 32-bit build.
+// Test support for the applet's own GenApi descriptions: a port's document
+// through the export, its registry records as the host sees them, the
+// catalogue's categories in document order, and a small XML reader (elements,
+// attributes, text, the five predefined entities) that needs no library.
 #ifndef ORV_TESTS_APPLET_XML_SUPPORT_H
 #define ORV_TESTS_APPLET_XML_SUPPORT_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -91,10 +90,8 @@ inline std::vector<std::string> undescribedParameters() {
 // ---- the document and the records -----------------------------------------
 
 // The document of a port through the export: a size query, then the copy.
-// Empty when either step fails (the answers are kept in *rc).
-inline std::string documentOf(Fg_Struct* fg, int port, int* rc = nullptr) {
-    int dummy = 0;
-    int& answer = rc ? *rc : dummy;
+// Empty when either step fails (the answer is kept in `answer`).
+inline std::string documentOf(Fg_Struct* fg, int port, int& answer) {
     size_t size = 0;
     answer = Fg_getParameterInfoXML(fg, port, nullptr, &size);
     if (answer != 0 || size == 0) return std::string();
@@ -193,11 +190,6 @@ struct Element {
             if (c.tag == childTag) return &c;
         return nullptr;
     }
-    int count(const char* childTag) const {
-        int n = 0;
-        for (const Element& c : children) n += c.tag == childTag;
-        return n;
-    }
     // Text of the first child with that tag; `missing` when there is none.
     std::string childText(const char* childTag, const char* missing = "(none)") const {
         const Element* c = child(childTag);
@@ -223,8 +215,7 @@ public:
         skipSpace();
         if (!element(root, 0)) return false;
         skipSpace();
-        if (pos_ != s_.size()) return fail("text after the root element");
-        return true;
+        return pos_ == s_.size() || fail("text after the root element");
     }
     const std::string& error() const { return error_; }
 
@@ -234,22 +225,24 @@ private:
         return false;
     }
     bool starts(const char* t) const { return s_.compare(pos_, std::strlen(t), t) == 0; }
-    static bool space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-    void skipSpace() {
-        while (pos_ < s_.size() && space(s_[pos_])) ++pos_;
+    bool expect(const char* t) {
+        if (!starts(t)) return fail(std::string("'") + t + "' expected");
+        pos_ += std::strlen(t);
+        return true;
     }
-    static bool nameChar(char c) {
-        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' || c == ':' ||
-               c == '-' || c == '.';
+    bool charIn(const char* set) const { return pos_ < s_.size() && s_[pos_] != '\0' && std::strchr(set, s_[pos_]); }
+    void skipSpace() {
+        while (charIn(" \t\n\r")) ++pos_;
     }
     bool name(std::string& out) {
         const std::string::size_type begin = pos_;
-        while (pos_ < s_.size() && nameChar(s_[pos_])) ++pos_;
-        if (pos_ == begin) return fail("name expected");
+        while (charIn("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_:-.")) ++pos_;
         out = s_.substr(begin, pos_ - begin);
-        return true;
+        return pos_ != begin || fail("name expected");
     }
     bool decode(const std::string& raw, std::string& out) {
+        static const char* const entities[][2] = {
+            {"lt", "<"}, {"gt", ">"}, {"amp", "&"}, {"quot", "\""}, {"apos", "'"}};
         out.clear();
         for (std::string::size_type i = 0; i < raw.size(); ++i) {
             if (raw[i] == '<') return fail("'<' in text or attribute value");
@@ -260,77 +253,54 @@ private:
             const std::string::size_type semi = raw.find(';', i);
             if (semi == std::string::npos) return fail("unterminated entity");
             const std::string ent = raw.substr(i + 1, semi - i - 1);
-            if (ent == "lt")
-                out += '<';
-            else if (ent == "gt")
-                out += '>';
-            else if (ent == "amp")
-                out += '&';
-            else if (ent == "quot")
-                out += '"';
-            else if (ent == "apos")
-                out += '\'';
-            else
-                return fail("unknown entity &" + ent + ";");
+            const size_t before = out.size();
+            for (const auto& e : entities)
+                if (ent == e[0]) out += e[1];
+            if (out.size() == before) return fail("unknown entity &" + ent + ";");
             i = semi;
         }
         return true;
     }
     bool element(Element& e, int depth) {
         if (depth > 64) return fail("elements nested too deeply");
-        if (pos_ >= s_.size() || s_[pos_] != '<') return fail("element expected");
-        ++pos_;
-        if (!name(e.tag)) return false;
+        if (!expect("<") || !name(e.tag)) return false;
         for (;;) {
             const std::string::size_type before = pos_;
             skipSpace();
-            if (starts("/>")) {
-                pos_ += 2;
-                return true;
-            }
-            if (starts(">")) {
-                ++pos_;
-                break;
-            }
+            if (starts("/>")) return expect("/>");
+            if (starts(">")) break;
             if (pos_ == before) return fail("blank expected before an attribute");
             std::string key, value;
             if (!name(key)) return false;
             skipSpace();
-            if (!starts("=")) return fail("'=' expected");
-            ++pos_;
+            if (!expect("=")) return false;
             skipSpace();
-            if (pos_ >= s_.size() || (s_[pos_] != '"' && s_[pos_] != '\'')) return fail("quoted value expected");
-            const char quote = s_[pos_++];
-            const std::string::size_type end = s_.find(quote, pos_);
+            if (!charIn("\"'")) return fail("quoted value expected");
+            const std::string::size_type end = s_.find(s_[pos_], pos_ + 1);
             if (end == std::string::npos) return fail("unterminated attribute value");
-            if (!decode(s_.substr(pos_, end - pos_), value)) return false;
+            if (!decode(s_.substr(pos_ + 1, end - pos_ - 1), value)) return false;
             pos_ = end + 1;
             if (e.attribute(key.c_str())) return fail("attribute " + key + " repeated");
             e.attributes.push_back(std::make_pair(key, value));
         }
-        for (;;) {
+        for (++pos_; !starts("</");) {
             if (pos_ >= s_.size()) return fail("element " + e.tag + " not closed");
-            if (starts("</")) {
-                pos_ += 2;
-                std::string closing;
-                if (!name(closing)) return false;
-                if (closing != e.tag) return fail("</" + closing + "> closes <" + e.tag + ">");
-                skipSpace();
-                if (!starts(">")) return fail("'>' expected");
-                ++pos_;
-                return true;
-            }
             if (s_[pos_] == '<') {
                 e.children.push_back(Element());
                 if (!element(e.children.back(), depth + 1)) return false;
                 continue;
             }
-            const std::string::size_type end = s_.find('<', pos_);
+            const std::string::size_type end = std::min(s_.find('<', pos_), s_.size());
             std::string text;
-            if (!decode(s_.substr(pos_, end == std::string::npos ? std::string::npos : end - pos_), text)) return false;
+            if (!decode(s_.substr(pos_, end - pos_), text)) return false;
             e.text += text;
-            pos_ = end == std::string::npos ? s_.size() : end;
+            pos_ = end;
         }
+        std::string closing;
+        if (!expect("</") || !name(closing)) return false;
+        if (closing != e.tag) return fail("</" + closing + "> closes <" + e.tag + ">");
+        skipSpace();
+        return expect(">");
     }
 
     const std::string& s_;

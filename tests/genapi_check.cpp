@@ -1,21 +1,13 @@
-// genapi_check: loads GenApi register descriptions with an independent GenICam
-// implementation and checks that it sees every node of the document with the
-// values the document states.
-//
-//   genapi_check [--quiet] doc.xml...
-//
-// Each document is read twice: once as plain XML (the expectations: every
-// top-level node with its kind, description, Min, Max, Inc, enumeration
-// entries, address, length, access mode and category features) and once as a
-// GenICam node map. Every expectation is compared with what the node map
-// answers. Prints one line per checked node (unless --quiet) and a summary per
-// document; exits non-zero when a document cannot be loaded or anything
-// differs.
+// genapi_check [--quiet] doc.xml...: reads each GenApi register description as
+// plain XML (every top-level node with its kind, description, Min, Max, Inc,
+// enumeration entries, address, length, access mode, category features) and
+// as a node map of an independent GenICam implementation, and compares the
+// two. Prints a line per node (unless --quiet) and a summary per document;
+// exits non-zero when a document cannot be loaded or anything differs.
 #include <arv.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -23,8 +15,10 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -38,18 +32,15 @@ struct Expected {
     std::vector<std::string> features;                          // pFeature texts
 };
 
-std::string content(xmlNode* node) {
-    xmlChar* text = xmlNodeGetContent(node);
-    std::string s = text != NULL ? reinterpret_cast<const char*>(text) : "";
+// The text libxml2 handed over, released.
+std::string taken(xmlChar* text) {
+    const std::string s = text != NULL ? reinterpret_cast<const char*>(text) : "";
     xmlFree(text);
     return s;
 }
-
+std::string content(xmlNode* node) { return taken(xmlNodeGetContent(node)); }
 std::string attribute(xmlNode* node, const char* name) {
-    xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
-    std::string s = value != NULL ? reinterpret_cast<const char*>(value) : "";
-    xmlFree(value);
-    return s;
+    return taken(xmlGetProp(node, reinterpret_cast<const xmlChar*>(name)));
 }
 
 bool isElement(xmlNode* node, const char* name = NULL) {
@@ -84,17 +75,7 @@ public:
         }
         const std::string xml((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 
-        if (!readExpectations(xml)) {
-            // Say what the node map makes of a document that is not XML: a
-            // recovering parser may still build a partial one.
-            ArvGc* partial = arv_gc_new(NULL, xml.data(), xml.size());
-            std::fprintf(
-                stderr, "%s: %s\n", mFile.c_str(),
-                partial != NULL ? "a node map was built anyway (its content is not checked)" : "no node map was built");
-            if (partial != NULL) g_object_unref(partial);
-            return 1;
-        }
-
+        if (!readExpectations(xml)) return 1;
         ArvGc* gc = arv_gc_new(NULL, xml.data(), xml.size());
         if (gc == NULL) {
             std::fprintf(stderr, "%s: the GenICam node map could not be built\n", mFile.c_str());
@@ -156,6 +137,14 @@ private:
         ++mMismatches;
         std::printf("MISMATCH %s %s: %s\n", e.kind.c_str(), e.name.c_str(), what.c_str());
     }
+    static const std::string* field(const Expected& e, const char* name) {
+        std::map<std::string, std::string>::const_iterator f = e.fields.find(name);
+        return f != e.fields.end() ? &f->second : NULL;
+    }
+    bool seenAs(const Expected& e, bool is, const char* what) {
+        if (!is) mismatch(e, std::string("not seen as ") + what);
+        return is;
+    }
 
     bool noError(const Expected& e, const char* what, GError*& error) {
         if (error == NULL) return true;
@@ -164,113 +153,78 @@ private:
         return false;
     }
 
-    void checkInteger(const Expected& e, ArvGcNode* node, const char* field, gint64 (*get)(ArvGcInteger*, GError**),
-                      const char* fallback) {
-        std::map<std::string, std::string>::const_iterator f = e.fields.find(field);
-        const std::string text = f != e.fields.end() ? f->second : std::string(fallback ? fallback : "");
+    // A numeric bound of an Integer or Float node against the document's text
+    // (`fallback` stands for a missing element).
+    template <class Node, class T>
+    void checkNumber(const Expected& e, Node* node, const char* field, T (*get)(Node*, GError**),
+                     const char* fallback = "") {
+        const std::string* f = Checker::field(e, field);
+        const std::string text = f != NULL ? *f : std::string(fallback);
         if (text.empty()) return;
-        long long expected = 0;
-        if (!parseInteger(text, expected)) {
-            mismatch(e, std::string(field) + " is not an integer: '" + text + "'");
+        long long integer = 0;
+        double number = 0;
+        if (!(std::is_integral<T>::value ? parseInteger(text, integer) : parseDouble(text, number))) {
+            mismatch(e, std::string(field) + " is not a number: '" + text + "'");
             return;
         }
         GError* error = NULL;
-        const gint64 got = get(ARV_GC_INTEGER(node), &error);
-        if (!noError(e, field, error)) return;
-        if (got != expected) {
-            std::ostringstream m;
-            m << field << " " << got << ", document says " << expected;
-            mismatch(e, m.str());
-        }
-    }
-
-    void checkFloat(const Expected& e, ArvGcNode* node, const char* field, double (*get)(ArvGcFloat*, GError**)) {
-        std::map<std::string, std::string>::const_iterator f = e.fields.find(field);
-        if (f == e.fields.end()) return;
-        double expected = 0;
-        if (!parseDouble(f->second, expected)) {
-            mismatch(e, std::string(field) + " is not a number: '" + f->second + "'");
-            return;
-        }
-        GError* error = NULL;
-        const double got = get(ARV_GC_FLOAT(node), &error);
-        if (!noError(e, field, error)) return;
-        if (got != expected) {
+        const T got = get(node, &error);
+        if (noError(e, field, error) && (std::is_integral<T>::value ? got != T(integer) : got != T(number))) {
             std::ostringstream m;
             m.precision(17);
-            m << field << " " << got << ", document says " << f->second;
+            m << field << " " << got << ", document says " << text;
             mismatch(e, m.str());
         }
     }
 
     void checkRegister(const Expected& e, ArvGcNode* node) {
-        if (!ARV_IS_GC_REGISTER(node)) {
-            mismatch(e, "not seen as a register");
-            return;
-        }
+        if (!seenAs(e, ARV_IS_GC_REGISTER(node), "a register")) return;
         const std::pair<const char*, guint64 (*)(ArvGcRegister*, GError**)> numbers[] = {
             {"Address", arv_gc_register_get_address}, {"Length", arv_gc_register_get_length}};
         for (const auto& n : numbers) {
-            std::map<std::string, std::string>::const_iterator f = e.fields.find(n.first);
-            if (f == e.fields.end()) continue;
+            const std::string* f = field(e, n.first);
+            if (f == NULL) continue;
             GError* error = NULL;
             long long expected = 0;
             const guint64 got = n.second(ARV_GC_REGISTER(node), &error);
-            if (noError(e, n.first, error) &&
-                (!parseInteger(f->second, expected) || got != static_cast<guint64>(expected)))
-                mismatch(e, std::string(n.first) + " " + std::to_string(got) + ", document says " + f->second);
+            if (noError(e, n.first, error) && (!parseInteger(*f, expected) || got != static_cast<guint64>(expected)))
+                mismatch(e, std::string(n.first) + " " + std::to_string(got) + ", document says " + *f);
         }
-        std::map<std::string, std::string>::const_iterator f = e.fields.find("AccessMode");
-        if (f != e.fields.end() && !f->second.empty()) {
+        const std::string* f = field(e, "AccessMode");
+        if (f != NULL && !f->empty()) {
             const ArvGcAccessMode got = arv_gc_feature_node_get_actual_access_mode(ARV_GC_FEATURE_NODE(node));
             const char* name = got == ARV_GC_ACCESS_MODE_RO   ? "RO"
                                : got == ARV_GC_ACCESS_MODE_WO ? "WO"
                                : got == ARV_GC_ACCESS_MODE_RW ? "RW"
                                                               : "undefined";
-            if (f->second != name) mismatch(e, std::string("AccessMode ") + name + ", document says " + f->second);
+            if (*f != name) mismatch(e, std::string("AccessMode ") + name + ", document says " + *f);
         }
     }
 
     void check(ArvGc* gc, const Expected& e) {
         ++mCounts[e.kind];
-        if (e.name.empty()) {
-            mismatch(e, "node without a name");
-            return;
-        }
-        ArvGcNode* node = arv_gc_get_node(gc, e.name.c_str());
-        if (node == NULL) {
-            mismatch(e, "not found in the node map");
-            return;
-        }
-        std::map<std::string, std::string>::const_iterator d = e.fields.find("Description");
-        if (d != e.fields.end() && ARV_IS_GC_FEATURE_NODE(node)) {
+        ArvGcNode* node = e.name.empty() ? NULL : arv_gc_get_node(gc, e.name.c_str());
+        if (node == NULL) return mismatch(e, e.name.empty() ? "node without a name" : "not found in the node map");
+        const std::string* d = field(e, "Description");
+        if (d != NULL && ARV_IS_GC_FEATURE_NODE(node)) {
             const char* got = arv_gc_feature_node_get_description(ARV_GC_FEATURE_NODE(node));
-            if (got == NULL || d->second != got)
-                mismatch(
-                    e, std::string("Description '") + (got ? got : "(none)") + "', document says '" + d->second + "'");
+            if (got == NULL || *d != got)
+                mismatch(e, std::string("Description '") + (got ? got : "(none)") + "', document says '" + *d + "'");
         }
 
         if (e.kind == "Integer") {
-            if (!ARV_IS_GC_INTEGER(node)) {
-                mismatch(e, "not seen as an integer");
-                return;
-            }
-            checkInteger(e, node, "Min", arv_gc_integer_get_min, NULL);
-            checkInteger(e, node, "Max", arv_gc_integer_get_max, NULL);
-            checkInteger(e, node, "Inc", arv_gc_integer_get_inc, "1");
+            if (!seenAs(e, ARV_IS_GC_INTEGER(node), "an integer")) return;
+            checkNumber(e, ARV_GC_INTEGER(node), "Min", arv_gc_integer_get_min);
+            checkNumber(e, ARV_GC_INTEGER(node), "Max", arv_gc_integer_get_max);
+            checkNumber(e, ARV_GC_INTEGER(node), "Inc", arv_gc_integer_get_inc, "1");
         } else if (e.kind == "Float") {
-            if (!ARV_IS_GC_FLOAT(node)) {
-                mismatch(e, "not seen as a float");
-                return;
-            }
-            checkFloat(e, node, "Min", arv_gc_float_get_min);
-            checkFloat(e, node, "Max", arv_gc_float_get_max);
+            if (!seenAs(e, ARV_IS_GC_FLOAT(node), "a float")) return;
+            checkNumber(e, ARV_GC_FLOAT(node), "Min", arv_gc_float_get_min);
+            checkNumber(e, ARV_GC_FLOAT(node), "Max", arv_gc_float_get_max);
         } else if (e.kind == "Enumeration") {
-            if (!ARV_IS_GC_ENUMERATION(node)) {
-                mismatch(e, "not seen as an enumeration");
-                return;
-            }
-            std::vector<std::pair<std::string, long long> > got;
+            if (!seenAs(e, ARV_IS_GC_ENUMERATION(node), "an enumeration")) return;
+            // The node map keeps entries in an order of its own: compared as (name, value) sets.
+            std::multiset<std::pair<std::string, long long> > got, expected;
             for (const GSList* it = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); it != NULL;
                  it = it->next) {
                 if (!ARV_IS_GC_ENUM_ENTRY(it->data)) continue;
@@ -278,19 +232,14 @@ private:
                 const gint64 value = arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(it->data), &error);
                 if (!noError(e, "entry value", error)) continue;
                 const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(it->data));
-                got.push_back(std::make_pair(std::string(name ? name : ""), static_cast<long long>(value)));
+                got.insert(std::make_pair(std::string(name ? name : ""), static_cast<long long>(value)));
             }
-            // The node map keeps entries in an order of its own; compare them
-            // as sets of (name, value).
-            std::vector<std::pair<std::string, long long> > expected;
             for (size_t i = 0; i < e.entries.size(); ++i) {
                 long long value = 0;
                 if (!parseInteger(e.entries[i].second, value))
                     mismatch(e, "entry " + e.entries[i].first + " has no integer value: '" + e.entries[i].second + "'");
-                expected.push_back(std::make_pair(e.entries[i].first, value));
+                expected.insert(std::make_pair(e.entries[i].first, value));
             }
-            std::sort(expected.begin(), expected.end());
-            std::sort(got.begin(), got.end());
             if (got != expected)
                 mismatch(e, std::to_string(got.size()) + " entries seen, document lists " +
                                 std::to_string(expected.size()) + " (or other names or values)");
@@ -299,23 +248,17 @@ private:
             checkRegister(e, node);
         } else if (e.kind == "StringReg") {
             checkRegister(e, node);
-            if (!ARV_IS_GC_STRING(node)) {
-                mismatch(e, "not seen as a string");
-            } else {
+            if (seenAs(e, ARV_IS_GC_STRING(node), "a string")) {
                 GError* error = NULL;
                 const gint64 max = arv_gc_string_get_max_length(ARV_GC_STRING(node), &error);
-                if (noError(e, "maximum length", error)) {
-                    long long expected = 0;
-                    std::map<std::string, std::string>::const_iterator f = e.fields.find("Length");
-                    if (f != e.fields.end() && (!parseInteger(f->second, expected) || max != expected))
-                        mismatch(e, "maximum length " + std::to_string(max) + ", document says " + f->second);
-                }
+                long long expected = 0;
+                const std::string* f = field(e, "Length");
+                if (noError(e, "maximum length", error) && f != NULL &&
+                    (!parseInteger(*f, expected) || max != expected))
+                    mismatch(e, "maximum length " + std::to_string(max) + ", document says " + *f);
             }
         } else if (e.kind == "Category") {
-            if (!ARV_IS_GC_CATEGORY(node)) {
-                mismatch(e, "not seen as a category");
-                return;
-            }
+            if (!seenAs(e, ARV_IS_GC_CATEGORY(node), "a category")) return;
             std::vector<std::string> got;
             for (const GSList* it = arv_gc_category_get_features(ARV_GC_CATEGORY(node)); it != NULL; it = it->next)
                 got.push_back(static_cast<const char*>(it->data));
@@ -327,7 +270,7 @@ private:
                     mismatch(e, "feature " + e.features[i] + " names no node");
             mFeatureCount += static_cast<int>(e.features.size());
         } else if (e.kind == "Port") {
-            if (!ARV_IS_GC_PORT(node)) mismatch(e, "not seen as a port");
+            seenAs(e, ARV_IS_GC_PORT(node), "a port");
         }
         if (!mQuiet) std::printf("ok %s %s\n", e.kind.c_str(), e.name.c_str());
     }

@@ -18,33 +18,22 @@ inline std::string textOf(const char* t) { return t != NULL ? "'" + std::string(
 inline std::string valueText(const RegisterInfo* r) {
     std::ostringstream o;
     o.precision(17);
+    const auto range = [&o](const char* kind, auto from, auto to, auto steps) {
+        o << kind << " " << from << ".." << to << " step " << steps;
+    };
+    const auto field = [&o](const char* kind, const auto& f) {
+        o << kind << " " << f.from << ".." << f.to << " n " << f.nrOfElements << " [" << f.index << "] = " << f.value;
+    };
+    const IntReg64& w = r->u.iReg64;
     switch (r->format) {
-    case REG_FORMAT_UINT:
-        o << "UINT " << r->u.uiReg.from << ".." << r->u.uiReg.to << " step " << r->u.uiReg.steps;
-        break;
-    case REG_FORMAT_INT: o << "INT " << r->u.iReg.from << ".." << r->u.iReg.to << " step " << r->u.iReg.steps; break;
-    case REG_FORMAT_UINT64:
-        o << "UINT64 " << r->u.iReg64.from << ".." << r->u.iReg64.to << " step " << r->u.iReg64.steps;
-        break;
-    case REG_FORMAT_INT64:
-        o << "INT64 " << static_cast<int64_t>(r->u.iReg64.from) << ".." << static_cast<int64_t>(r->u.iReg64.to)
-          << " step " << static_cast<int64_t>(r->u.iReg64.steps);
-        break;
-    case REG_FORMAT_DOUBLE:
-        o << "DOUBLE " << r->u.dReg.from << ".." << r->u.dReg.to << " step " << r->u.dReg.steps;
-        break;
-    case REG_FORMAT_UINTFIELD:
-        o << "UINTFIELD " << r->u.uifReg.from << ".." << r->u.uifReg.to << " n " << r->u.uifReg.nrOfElements << " ["
-          << r->u.uifReg.index << "] = " << r->u.uifReg.value;
-        break;
-    case REG_FORMAT_INTFIELD:
-        o << "INTFIELD " << r->u.ifReg.from << ".." << r->u.ifReg.to << " n " << r->u.ifReg.nrOfElements << " ["
-          << r->u.ifReg.index << "] = " << r->u.ifReg.value;
-        break;
-    case REG_FORMAT_DOUBLEFIELD:
-        o << "DOUBLEFIELD " << r->u.dfReg.from << ".." << r->u.dfReg.to << " n " << r->u.dfReg.nrOfElements << " ["
-          << r->u.dfReg.index << "] = " << r->u.dfReg.value;
-        break;
+    case REG_FORMAT_UINT: range("UINT", r->u.uiReg.from, r->u.uiReg.to, r->u.uiReg.steps); break;
+    case REG_FORMAT_INT: range("INT", r->u.iReg.from, r->u.iReg.to, r->u.iReg.steps); break;
+    case REG_FORMAT_UINT64: range("UINT64", w.from, w.to, w.steps); break;
+    case REG_FORMAT_INT64: range("INT64", int64_t(w.from), int64_t(w.to), int64_t(w.steps)); break;
+    case REG_FORMAT_DOUBLE: range("DOUBLE", r->u.dReg.from, r->u.dReg.to, r->u.dReg.steps); break;
+    case REG_FORMAT_UINTFIELD: field("UINTFIELD", r->u.uifReg); break;
+    case REG_FORMAT_INTFIELD: field("INTFIELD", r->u.ifReg); break;
+    case REG_FORMAT_DOUBLEFIELD: field("DOUBLEFIELD", r->u.dfReg); break;
     case REG_FORMAT_STRING:
         o << "STRING " << textOf(r->u.sReg.string) << " ext " << textOf(r->u.sReg.FileExtension) << " len "
           << r->u.sReg.strLen;

@@ -1,21 +1,14 @@
-// Several threads on two boards at once: typed writes on both ports, typed
-// reads of every parameter, the error store, parameter enumeration, the
-// forwarded acquisition calls, GenApi description requests, configuration
-// saves and the information query. Built and run under ThreadSanitizer as
-// well (make test's build-tsan), where any data race fails the run.
+// Several threads on two boards at once (also under ThreadSanitizer): typed
+// writes on both ports, typed reads of every parameter, the error store,
+// parameter enumeration, forwarded acquisition calls, description requests,
+// configuration saves and the information query.
 //
-// The applet serialises typed reads and writes of a board with its
-// parameter lock and nothing else: configuration save and load and the
-// description builder take no lock, and handlers rewrite registry ranges and
-// access flags that the description builder reads. An application therefore
-// keeps description requests and configuration saves apart from parameter
-// writes of the same board; the threads here do so with a lock of their own
-// (writes shared, description and save exclusive). Reads, the error store,
-// enumeration, acquisition and the information query run free.
-//
-// Every loop is bounded by a count, not a time. Afterwards each board must
-// read back the last value each writer had accepted (no lost or crossed
-// update), and hold its own values in the design, untouched by the other.
+// Only typed reads and writes take the board's parameter lock; description
+// requests and configuration saves read records that write handlers rewrite,
+// so an application keeps them apart from writes of the same board, as the
+// threads here do with a lock of their own. Loops are bounded by counts.
+// Afterwards each board reads back the last value each writer had accepted and
+// holds its own values in the design.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -37,13 +30,9 @@ namespace {
 
 typedef int (*InfoFn)(const AppletInfos, const int, const int, void*, const void**);
 
-const int kBoards = 2;
-const int kWriterRounds = 150;
-const int kReaderRounds = 10;
-const int kDescriptionRounds = 6;
-const int kAcquisitionRounds = 400;
-const int kEnumerationRounds = 20;
-const int kInfoRounds = 400;
+// Boards, and rounds of each kind of thread.
+const int kBoards = 2, kWriterRounds = 150, kReaderRounds = 10, kDescriptionRounds = 6;
+const int kAcquisitionRounds = 400, kEnumerationRounds = 20, kInfoRounds = 400;
 
 // One write a writer thread makes. Values differ per board where the range
 // allows, so that a write landing on the wrong board shows.
@@ -75,11 +64,8 @@ const std::vector<Write>& writes() {
     };
     return w;
 }
-bool isDouble(const Write& w) { return w.isDouble; }
-
 int typedWrite(Board& b, const Write& w, double v, int port) {
-    if (isDouble(w)) return b.setD(w.id, v, port);
-    return b.set(w.id, static_cast<uint32_t>(v), port);
+    return w.isDouble ? b.setD(w.id, v, port) : b.set(w.id, static_cast<uint32_t>(v), port);
 }
 
 // A read of any exported parameter in the form its record describes: its answer.
@@ -91,8 +77,8 @@ struct BoardRun {
     int index = 0;
     std::vector<int> readable;  // identities that read without error when quiet
     std::shared_mutex descriptionVsWrites;
-    // Last accepted value per (port, write), and counters of outcomes.
-    std::map<std::pair<int, int>, double> lastAccepted;
+    // Last accepted value per (port, index in writes()), and counters of outcomes.
+    std::map<std::pair<int, size_t>, double> lastAccepted;
     std::mutex lastAcceptedLock;
     std::atomic<int> failures{0};
     std::atomic<int> accepted{0};
@@ -114,21 +100,14 @@ void writer(BoardRun& run, int port) {
             const Write& w = list[i];
             const std::vector<double>& values = w.values[run.index];
             const double v = values[(round + i + port) % values.size()];
-            int rc;
-            {
-                std::shared_lock<std::shared_mutex> g(run.descriptionVsWrites);
-                rc = typedWrite(*run.board, w, v, port);
-                if (rc == 0) {
-                    std::lock_guard<std::mutex> l(run.lastAcceptedLock);
-                    run.lastAccepted[std::make_pair(port, w.id)] = v;
-                }
-            }
+            std::shared_lock<std::shared_mutex> g(run.descriptionVsWrites);
+            const int rc = typedWrite(*run.board, w, v, port);
             if (rc == 0) {
+                std::lock_guard<std::mutex> l(run.lastAcceptedLock);
+                run.lastAccepted[std::make_pair(port, i)] = v;
                 run.accepted++;
             } else if (rc == FG_ERR_VALUE_OUT_OF_RANGE) {
-                // Combinations can be out of range (exposure above a shorter
-                // period, a simulator geometry the rate does not allow).
-                run.refused++;
+                run.refused++;  // e.g. an exposure above a shorter period, a simulator geometry the rate does not allow
             } else {
                 run.fail("write " + std::to_string(w.id) + " port " + std::to_string(port) + " = " + std::to_string(v) +
                          ": " + std::to_string(rc));
@@ -138,11 +117,9 @@ void writer(BoardRun& run, int port) {
         FieldParameterInt e;
         e.index = static_cast<unsigned>(round * 7 + port);
         e.value = static_cast<uint32_t>(round);
-        int rc;
-        {
-            std::shared_lock<std::shared_mutex> g(run.descriptionVsWrites);
-            rc = Fg_setParameterWithType(run.board->fg(), FG_LUT_VALUE, &e, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT);
-        }
+        std::shared_lock<std::shared_mutex> g(run.descriptionVsWrites);
+        const int rc =
+            Fg_setParameterWithType(run.board->fg(), FG_LUT_VALUE, &e, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT);
         if (rc != 0) run.fail("table entry: " + std::to_string(rc));
     }
 }
@@ -276,21 +253,13 @@ TEST_F(Concurrency, TwoBoardsManyThreadsStayConsistentAndIndependent) {
 
         // Each board reads back the last value its writers had accepted.
         for (const auto& kv : run.lastAccepted) {
-            const int port = kv.first.first, id = kv.first.second;
-            const Write* w = nullptr;
-            for (const Write& x : writes())
-                if (x.id == id) w = &x;
-            ASSERT_NE(nullptr, w);
-            if (isDouble(*w)) {
-                EXPECT_EQ(kv.second, run.board->dbl(id, port)) << "parameter " << id << " port " << port;
-            } else {
-                EXPECT_EQ(static_cast<uint32_t>(kv.second), run.board->u32(id, port))
-                    << "parameter " << id << " port " << port;
-            }
+            const int port = kv.first.first, id = writes()[kv.first.second].id;
+            const double got = writes()[kv.first.second].isDouble ? run.board->dbl(id, port) : run.board->u32(id, port);
+            EXPECT_EQ(kv.second, got) << "parameter " << id << " port " << port;
         }
-        // ... and its design holds its own width, not the other board's.
+        // ... and its design holds its own width (the first write), not the other board's.
         for (int port = 0; port < 2; ++port) {
-            const auto width = run.lastAccepted.find(std::make_pair(port, int(FG_WIDTH)));
+            const auto width = run.lastAccepted.find(std::make_pair(port, size_t(0)));
             ASSERT_NE(run.lastAccepted.end(), width);
             EXPECT_EQ(static_cast<uint32_t>(width->second),
                       run.board->designU32(dp(port, "Buffer_0_DRAM_A_0_XLength").c_str()));

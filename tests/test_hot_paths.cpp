@@ -1,8 +1,6 @@
-// The shortcuts that typed access takes, checked against the general paths
-// they stand for: the applet's record index against its range map (also with
-// direct register access, whose records live in the map only), and the host
-// runtime's direct writes and reads of 32-bit, double and table parameters
-// against the same values sent through its conversions.
+// The shortcuts of typed access against the general paths they stand for: the
+// record index against the range map (also with direct register access), and
+// the runtime's direct 32-bit, double and table accesses against converted ones.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -90,15 +88,13 @@ TEST_F(StartedApplet, DirectScalarAccessMatchesTheConvertedOne) {
     const uint64_t wide = 0xFFFFFFFFu;
     ASSERT_EQ(0, hostSet(kPulse, &wide, FG_PARAM_TYPE_UINT64_T));
     const SimLogEntry c = lastLogged();
-    EXPECT_EQ(c.u, d.u);
-    EXPECT_EQ(c.id, d.id);
+    EXPECT_EQ((std::vector<uint64_t>{c.u, uint64_t(c.id)}), (std::vector<uint64_t>{d.u, uint64_t(d.id)}));
     EXPECT_EQ(FG_PARAM_TYPE_UINT32_T, d.type);
     uint32_t back32 = 0;
     uint64_t back64 = 0;
     ASSERT_EQ(0, hostGet(kPulse, &back32, FG_PARAM_TYPE_UINT32_T));
     ASSERT_EQ(0, hostGet(kPulse, &back64, FG_PARAM_TYPE_UINT64_T));
-    EXPECT_EQ(0xFFFFFFFFu, back32);
-    EXPECT_EQ(back64, uint64_t(back32));
+    EXPECT_EQ((std::vector<uint64_t>{0xFFFFFFFFu, 0xFFFFFFFFu}), (std::vector<uint64_t>{back32, back64}));
 
     // A double parameter written as DOUBLE keeps every bit, as the design holds it.
     const double exposure = 19.000000000000004;
@@ -116,12 +112,9 @@ TEST_F(StartedApplet, DirectTableWriteMatchesTheConvertedOne) {
     start(false);
     // Part of the table from 32-bit unsigned elements (copied directly) and
     // the same part from 64-bit signed elements (converted one by one).
-    std::vector<uint32_t> u32(100);
-    std::vector<int64_t> i64(100);
-    for (size_t k = 0; k < u32.size(); ++k) {
-        u32[k] = static_cast<uint32_t>(4095 - k * 7);
-        i64[k] = u32[k];
-    }
+    std::vector<uint32_t> u32;
+    for (uint32_t k = 0; k < 100; ++k) u32.push_back(4095 - k * 7);
+    std::vector<int64_t> i64(u32.begin(), u32.end());
     FieldParameterAccess a;
     std::memset(&a, 0, sizeof a);
     a.index = 1000;
@@ -150,9 +143,9 @@ TEST_F(StartedApplet, DirectTableWriteMatchesTheConvertedOne) {
         EXPECT_EQ(double(u32[k]), v) << "element " << 1000 + k;
     }
     // Elements around the range are untouched.
-    double before = -1, after = -1;
-    ASSERT_EQ(0, SimBoard_GetFieldElement(dev, kTable, 999, &before));
-    ASSERT_EQ(0, SimBoard_GetFieldElement(dev, kTable, 1100, &after));
-    EXPECT_EQ(0.0, before);
-    EXPECT_EQ(0.0, after);
+    for (unsigned k : {999u, 1100u}) {
+        double v = -1;
+        ASSERT_EQ(0, SimBoard_GetFieldElement(dev, kTable, k, &v));
+        EXPECT_EQ(0.0, v) << "element " << k;
+    }
 }

@@ -53,8 +53,6 @@ protected:
     InfoFn info = infoOf(lib);
 };
 
-// ---- numeric answers --------------------------------------------------------------
-
 TEST_F(InfoQuery, NumericAnswers) {
     struct Answer {
         int cmd;
@@ -83,30 +81,25 @@ TEST_F(InfoQuery, UnknownQuestionsAreNotSupported) {
         EXPECT_EQ(FG_ERR_NOT_SUPPORTED, ask(cmd)) << cmd;
 }
 
-// ---- topology with index arguments ------------------------------------------------------
-
 // Each process has one channel and one camera; channel and camera i map to
 // DMA and port i; both DMAs carry 8-bit gray to the host. Other indices are
 // refused.
 TEST_F(InfoQuery, TopologyByIndex) {
     const int kBad = FG_ERR_INVALID_PARAMETER;
+    // The answers for index 0 and 1; the counts and the DMA answers ignore the
+    // second index (asked with `other` for index 1).
     const struct {
-        int cmd, arg1, arg2, expected;
-    } answers[] = {
-        {GET_INFO_NR_OF_PROCESS_CHANNELS, 0, 0, 1},
-        {GET_INFO_NR_OF_PROCESS_CHANNELS, 1, -5, 1},
-        {GET_INFO_NR_OF_PROCESS_CAMERAS, 0, 0, 1},
-        {GET_INFO_NR_OF_PROCESS_CAMERAS, 1, -5, 1},
-        {GET_INFO_PROCESS_CHANNEL_DMA, 0, 0, 0},
-        {GET_INFO_PROCESS_CHANNEL_DMA, 1, 0, 1},
-        {GET_INFO_PROCESS_CAMERA_PORT, 0, 0, 0},
-        {GET_INFO_PROCESS_CAMERA_PORT, 1, 0, 1},
-        {GET_INFO_DMA_DIRECTION, 0, 0, 1},
-        {GET_INFO_DMA_DIRECTION, 1, 99, 1},
-        {GET_INFO_DMA_DATATYPE, 0, 0, DMA_DATATYPE_GRAY8},
-        {GET_INFO_DMA_DATATYPE, 1, 99, DMA_DATATYPE_GRAY8},
-    };
-    for (const auto& a : answers) EXPECT_EQ(a.expected, ask(a.cmd, a.arg1, a.arg2)) << a.cmd << " " << a.arg1;
+        int cmd, index0, index1, other;
+    } answers[] = {{GET_INFO_NR_OF_PROCESS_CHANNELS, 1, 1, -5},
+                   {GET_INFO_NR_OF_PROCESS_CAMERAS, 1, 1, -5},
+                   {GET_INFO_PROCESS_CHANNEL_DMA, 0, 1, 0},
+                   {GET_INFO_PROCESS_CAMERA_PORT, 0, 1, 0},
+                   {GET_INFO_DMA_DIRECTION, 1, 1, 99},
+                   {GET_INFO_DMA_DATATYPE, DMA_DATATYPE_GRAY8, DMA_DATATYPE_GRAY8, 99}};
+    for (const auto& a : answers) {
+        EXPECT_EQ(a.index0, ask(a.cmd, 0, 0)) << a.cmd;
+        EXPECT_EQ(a.index1, ask(a.cmd, 1, a.other)) << a.cmd;
+    }
     for (int cmd : {GET_INFO_NR_OF_PROCESS_CHANNELS, GET_INFO_NR_OF_PROCESS_CAMERAS, GET_INFO_DMA_DIRECTION,
                     GET_INFO_DMA_DATATYPE})
         for (int bad : {2, 3, -1, INT_MIN, INT_MAX}) EXPECT_EQ(kBad, ask(cmd, bad)) << cmd << " " << bad;
@@ -115,8 +108,6 @@ TEST_F(InfoQuery, TopologyByIndex) {
     for (int cmd : {GET_INFO_PROCESS_CHANNEL_DMA, GET_INFO_PROCESS_CAMERA_PORT})
         for (const auto& p : badPairs) EXPECT_EQ(kBad, ask(cmd, p[0], p[1])) << cmd << " " << p[0] << "," << p[1];
 }
-
-// ---- texts ----------------------------------------------------------------------------
 
 TEST_F(InfoQuery, Texts) {
     EXPECT_EQ("Orvindel", text(GET_INFO_FRIENDLY_NAME));
@@ -141,8 +132,6 @@ TEST_F(InfoQuery, PointerQuestionsWithoutOutputsAnswerZero) {
         EXPECT_EQ(0, ask(cmd)) << std::hex << cmd;
 }
 
-// ---- embedded images ------------------------------------------------------------------
-
 // The embedded icon and design image are the generated files byte for byte
 // (test_platform_icon and test_platform_design check those files).
 TEST_F(InfoQuery, EmbeddedIconAndDesignImageAreTheGeneratedFiles) {
@@ -156,8 +145,7 @@ TEST_F(InfoQuery, EmbeddedIconAndDesignImageAreTheGeneratedFiles) {
         ASSERT_NE("<missing>", expected);
         // Size and pointer can be asked for one at a time or together.
         uint32_t size = 0, sizeAgain = 0;
-        const void* p = nullptr;
-        const void* again = nullptr;
+        const void *p = nullptr, *again = nullptr;
         ASSERT_EQ(0, info(image.first, 0, 0, &size, nullptr));
         ASSERT_EQ(0, info(image.first, 0, 0, nullptr, &p));
         ASSERT_EQ(0, info(image.first, 0, 0, &sizeAgain, &again));
@@ -168,8 +156,6 @@ TEST_F(InfoQuery, EmbeddedIconAndDesignImageAreTheGeneratedFiles) {
         EXPECT_TRUE(expected == std::string(static_cast<const char*>(p), size)) << "contents differ";
     }
 }
-
-// ---- enumeration constants ----------------------------------------------------------------
 
 TEST_F(InfoQuery, EveryConstantNameResolvesToItsValue) {
     for (const Constant& c : kConstants) {
@@ -204,17 +190,16 @@ TEST(InfoFirstUse, ConcurrentFirstResolutionSeesTheWholeMap) {
             AppletLibrary lib;
             InfoFn info = infoOf(lib);
             if (!info) std::_Exit(2);
-            const int kThreads = 8;
+            // Eight threads, each starting at a different name, all on their first question.
             std::atomic<int> ready(0);
-            std::atomic<bool> go(false);
             std::atomic<int> wrong(0);
+            std::atomic<bool> go(false);
             std::vector<std::thread> threads;
-            for (int t = 0; t < kThreads; ++t) {
+            const int n = static_cast<int>(sizeof(kConstants) / sizeof(kConstants[0]));
+            for (int t = 0; t < 8; ++t) {
                 threads.emplace_back([&, t] {
                     ready.fetch_add(1);
                     while (!go.load()) std::this_thread::yield();
-                    // Each thread starts at a different name, all of them on the first question.
-                    const int n = static_cast<int>(sizeof(kConstants) / sizeof(kConstants[0]));
                     for (int k = 0; k < n; ++k) {
                         const Constant& c = kConstants[(k + t * 7) % n];
                         std::string name = c.name;
@@ -225,15 +210,13 @@ TEST(InfoFirstUse, ConcurrentFirstResolutionSeesTheWholeMap) {
                         wrong.fetch_add(1);
                 });
             }
-            while (ready.load() < kThreads) std::this_thread::yield();
+            while (ready.load() < 8) std::this_thread::yield();
             go.store(true);
             for (std::thread& th : threads) th.join();
             std::exit(wrong.load() == 0 ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
 }
-
-// ---- handles ----------------------------------------------------------------------------
 
 TEST(InfoFirstUse, HandlesAreNullBeforeAnyBoardWasOpened) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -255,8 +238,7 @@ TEST_F(InfoQuery, HandlesAreThoseOfTheLastOpenedBoard) {
     Board board;
     ASSERT_TRUE(board.ok());
     ASSERT_EQ(lib.handle(), SimBoard_AppletLibraryOf(board.fg())) << "the board uses the same applet library";
-    void* device = nullptr;
-    void* design = nullptr;
+    void *device = nullptr, *design = nullptr;
     EXPECT_EQ(0, info(GET_INFO_DEVICE_HANDLE, 0, 0, &device, nullptr));
     EXPECT_EQ(0, info(GET_INFO_DESIGN_HANDLE, 0, 0, &design, nullptr));
     EXPECT_EQ(static_cast<void*>(board.dev()), device);

@@ -24,13 +24,7 @@ namespace {
 
 // Whether another thread can take the lock at this moment.
 bool freeForOthers(CriticalSection& cs) {
-    return std::async(std::launch::async,
-                      [&] {
-                          if (!cs.try_enter(0)) return false;
-                          cs.leave();
-                          return true;
-                      })
-        .get();
+    return std::async(std::launch::async, [&] { return cs.try_enter(0) && (cs.leave(), true); }).get();
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "templates/patterns/GenericLock.h"
 #include "templates/patterns/Guard.h"
@@ -65,24 +66,17 @@ private:
     int* m_destroyed;
 };
 
-template <typename F>
-bool fromOtherThread(F f) {
+// True when another thread can take the lock at this moment.
+bool takeAndGive(GenericLock& lock) { return lock.try_enter(0) && (lock.leave(), true); }
+bool takeAndGive(RecursiveMutex& m) { return m.trylock() && (m.unlock(), true); }
+template <typename L>
+bool freeForOtherThreads(L& lock) {
     bool result = false;
-    std::thread([&] { result = f(); }).join();
+    std::thread([&] { result = takeAndGive(lock); }).join();
     return result;
 }
 
-// True when another thread can take the lock at this moment.
-bool freeForOtherThreads(GenericLock& lock) {
-    return fromOtherThread([&] { return lock.try_enter(0) && (lock.leave(), true); });
-}
-bool freeForOtherThreads(RecursiveMutex& m) {
-    return fromOtherThread([&] { return m.trylock() && (m.unlock(), true); });
-}
-
 }  // namespace
-
-// ------------------------------------------------------- CriticalSection --
 
 TEST(CriticalSection, SecondEnterBySameThreadIsReportedNotDeadlocked) {
     SKIP_UNDER_THREAD_CHECKER();
@@ -101,8 +95,7 @@ TEST(GenericLock, DoubleEnterGivesTheMutexBackBeforeReporting) {
     RecordingLock lock(&destroyed);
     lock.enter();
     EXPECT_EQ(kDoubleEnter, logicErrorOf([&] { lock.enter(); }));
-    EXPECT_EQ(2, lock.acquires);
-    EXPECT_EQ(1, lock.releases);
+    EXPECT_EQ((std::pair<int, int>(2, 1)), std::make_pair(lock.acquires, lock.releases));
     lock.leave();
     EXPECT_EQ(2, lock.releases);
 }
@@ -170,8 +163,6 @@ TEST(CriticalSection, TryEnterNeverWaitsForAnotherThread) {
     pthread_mutex_destroy(&m);
 }
 
-// ----------------------------------------------------------------- guards --
-
 TEST(CriticalSectionGuard, HoldsTheLockForItsScopeUnlessDisabled) {
     CriticalSection cs;
     {
@@ -227,8 +218,7 @@ TEST(GenericLockGuard, DeletesOnlyALockItOwnsEvenWhenDisabled) {
     RecordingLock kept(&destroyed);
     { GenericLockGuard guard(&kept, false); }
     EXPECT_EQ(1, destroyed);
-    EXPECT_EQ(1, kept.acquires);
-    EXPECT_EQ(1, kept.releases);
+    EXPECT_EQ((std::pair<int, int>(1, 1)), std::make_pair(kept.acquires, kept.releases));
 
     // Disabled: not left, so the owned lock dies still held and says so.
     RecordingLock* owned = new RecordingLock(&destroyed);
@@ -238,8 +228,6 @@ TEST(GenericLockGuard, DeletesOnlyALockItOwnsEvenWhenDisabled) {
               }));
     EXPECT_EQ(2, destroyed);
 }
-
-// --------------------------------------------------------- RecursiveMutex --
 
 TEST(RecursiveMutex, SameThreadMayLockAgainOtherThreadsWaitUntilFullyUnlocked) {
     RecursiveMutex m;
@@ -268,7 +256,7 @@ TEST(RecursiveMutex, UnlockByANonHolderDoesNotDisturbTheHolder) {
     EXPECT_FALSE(m.isLocked());
 }
 
-TEST(RecursiveMutexGuard, LocksForItsScopeNestsAndADisabledGuardDoesNotUnlock) {
+TEST(RecursiveMutexGuard, LocksForItsScopeNestsDisablesAndReenables) {
     RecursiveMutex m;
     {
         RecursiveMutexGuard outer(&m);
@@ -286,10 +274,7 @@ TEST(RecursiveMutexGuard, LocksForItsScopeNestsAndADisabledGuardDoesNotUnlock) {
     EXPECT_TRUE(m.isLocked());
     m.unlock();
     RecursiveMutexGuard inert(nullptr);
-}
-
-TEST(RecursiveMutexGuard, UnlockAndDisableThenLockAndEnable) {
-    RecursiveMutex m;
+    // unlockAndDisable and lockAndEnable, each only once
     {
         RecursiveMutexGuard guard(&m);
         guard.unlockAndDisable();

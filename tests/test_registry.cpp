@@ -23,8 +23,6 @@ protected:
     Fg_ParameterInfo info;
 };
 
-// ---- tree shape ------------------------------------------------------------
-
 TEST_F(RegistryTest, TopLevelGroupsComeNewestFirstAndAreDoublyLinked) {
     RegisterInfo* a = info.addGroupInfo(0, NULL, "A");
     RegisterInfo* b = info.addGroupInfo(0, NULL, "B");
@@ -36,21 +34,15 @@ TEST_F(RegistryTest, TopLevelGroupsComeNewestFirstAndAreDoublyLinked) {
     EXPECT_EQ(b, info.getNextRegisterInfo(c, 0));
     EXPECT_EQ(a, info.getNextRegisterInfo(b, 0));
     EXPECT_EQ(nullptr, info.getNextRegisterInfo(a, 0));
-    EXPECT_EQ(nullptr, c->previous);
-    EXPECT_EQ(c, b->previous);
-    EXPECT_EQ(b, a->previous);
+    EXPECT_EQ((std::vector<RegisterInfo*>{nullptr, c, b}),
+              (std::vector<RegisterInfo*>{c->previous, b->previous, a->previous}));
 
     for (RegisterInfo* g : {a, b, c}) {
         EXPECT_EQ(REG_FORMAT_GROUP, g->format);
-        EXPECT_EQ(0, g->depth);
-        EXPECT_EQ(nullptr, g->parentName);
-        EXPECT_EQ(nullptr, g->parameterName);
-        EXPECT_EQ(nullptr, g->unit);
-        EXPECT_EQ(0, g->id);
-        EXPECT_EQ(0, g->port);
-        EXPECT_EQ(0, g->u.gReg.nrOfElements);
-        EXPECT_EQ(nullptr, g->u.gReg.elements);
-        EXPECT_EQ(0, g->u.gReg.autoIndex);
+        EXPECT_EQ((std::vector<int>(6, 0)), (std::vector<int>{g->depth, g->id, g->port, g->u.gReg.nrOfElements,
+                                                              g->u.gReg.autoIndex, g->u.gReg.elements != nullptr}));
+        EXPECT_EQ((std::vector<const char*>(3, nullptr)),
+                  (std::vector<const char*>{g->parentName, g->parameterName, g->unit}));
     }
     EXPECT_STREQ("B", b->name);
 }
@@ -67,16 +59,10 @@ TEST_F(RegistryTest, ChildrenSitInElementsAtTheirIndexAndAreNotLinked) {
     ASSERT_NE(nullptr, top->u.gReg.elements);
     EXPECT_EQ((std::vector<RegisterInfo*>{p0, g1, p2}),
               std::vector<RegisterInfo*>(top->u.gReg.elements, top->u.gReg.elements + 3));
-    EXPECT_EQ(0, p0->index);
-    EXPECT_EQ(1, g1->index);
-    EXPECT_EQ(2, p2->index);
-
-    EXPECT_EQ(nullptr, p0->next);
-    EXPECT_EQ(nullptr, p0->previous);
-    EXPECT_EQ(nullptr, p0->parentName);
-    EXPECT_EQ(nullptr, g1->next);
-    EXPECT_EQ(nullptr, g1->previous);
-    EXPECT_EQ(nullptr, info.getNextRegisterInfo(p0, 0));
+    EXPECT_EQ((std::vector<int>{0, 1, 2}), (std::vector<int>{p0->index, g1->index, p2->index}));
+    EXPECT_EQ((std::vector<const void*>(6, nullptr)),
+              (std::vector<const void*>{p0->next, p0->previous, p0->parentName, g1->next, g1->previous,
+                                        info.getNextRegisterInfo(p0, 0)}));
     EXPECT_EQ(top, info.getRegisterInfo(0));
     EXPECT_EQ(nullptr, top->next);
 }
@@ -91,11 +77,13 @@ TEST_F(RegistryTest, RefusedAddsAttachNothing) {
     // parameter without a group or an SDK name, a negative number of enum entries
     EXPECT_EQ(nullptr, info.addGroupInfo(0, width, "Nested"));
     const size_t before = info.records(0).size();
-    EXPECT_EQ(nullptr, info.addInfoUInt(NULL, "Width", "FG_WIDTH", 0, 1, 1, 3, 1, 1, "", 100, 0));
-    EXPECT_EQ(nullptr, info.addInfoDouble(width, "X", "FG_X", 0, 1, 1, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoEnum(width, "X", "FG_X", 2, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoString(top, "X", NULL, NULL, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoEnum(top, "X", "FG_X", -1, 3, 1, 1, "", 1, 0));
+    int add = 0;
+    for (RegisterInfo* r : {info.addInfoUInt(NULL, "Width", "FG_WIDTH", 0, 1, 1, 3, 1, 1, "", 100, 0),
+                            info.addInfoDouble(width, "X", "FG_X", 0, 1, 1, 3, 1, 1, "", 1, 0),
+                            info.addInfoEnum(width, "X", "FG_X", 2, 3, 1, 1, "", 1, 0),
+                            info.addInfoString(top, "X", NULL, NULL, 3, 1, 1, "", 1, 0),
+                            info.addInfoEnum(top, "X", "FG_X", -1, 3, 1, 1, "", 1, 0)})
+        EXPECT_EQ(nullptr, r) << "add " << add++;
 
     EXPECT_EQ(widthBefore, describe(width));
     EXPECT_EQ(before, info.records(0).size());
@@ -111,18 +99,19 @@ TEST_F(RegistryTest, FinalizedSlotRefusesEveryAddButKeepsItsRecords) {
     RegisterInfo* width = param(top, "FG_WIDTH", 100);
     info.finalize(0);
 
-    EXPECT_EQ(nullptr, info.addGroupInfo(0, NULL, "Late"));
-    EXPECT_EQ(nullptr, info.addGroupInfo(0, top, "Late"));
-    EXPECT_EQ(nullptr, info.addInfoUInt(top, "H", "FG_HEIGHT", 0, 1, 1, 3, 1, 1, "", 200, 0));
-    EXPECT_EQ(nullptr, info.addInfoInt(top, "H", "FG_H", 0, 1, 1, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoInt64(top, "H", "FG_H", 0, 1, 1, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoUInt64(top, "H", "FG_H", 0, 1, 1, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoDouble(top, "H", "FG_H", 0, 1, 1, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoIntField(top, "H", "FG_H", 4, 0, 1, 1, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoUIntField(top, "H", "FG_H", 4, 0, 1, 1, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoDoubleField(top, "H", "FG_H", 4, 0, 1, 1, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoEnum(top, "H", "FG_H", 2, 3, 1, 1, "", 1, 0));
-    EXPECT_EQ(nullptr, info.addInfoString(top, "H", "FG_H", NULL, 3, 1, 1, "", 1, 0));
+    int add = 0;
+    for (RegisterInfo* r : {info.addGroupInfo(0, NULL, "Late"), info.addGroupInfo(0, top, "Late"),
+                            info.addInfoUInt(top, "H", "FG_HEIGHT", 0, 1, 1, 3, 1, 1, "", 200, 0),
+                            info.addInfoInt(top, "H", "FG_H", 0, 1, 1, 3, 1, 1, "", 1, 0),
+                            info.addInfoInt64(top, "H", "FG_H", 0, 1, 1, 3, 1, 1, "", 1, 0),
+                            info.addInfoUInt64(top, "H", "FG_H", 0, 1, 1, 3, 1, 1, "", 1, 0),
+                            info.addInfoDouble(top, "H", "FG_H", 0, 1, 1, 3, 1, 1, "", 1, 0),
+                            info.addInfoIntField(top, "H", "FG_H", 4, 0, 1, 1, 3, 1, 1, "", 1, 0),
+                            info.addInfoUIntField(top, "H", "FG_H", 4, 0, 1, 1, 3, 1, 1, "", 1, 0),
+                            info.addInfoDoubleField(top, "H", "FG_H", 4, 0, 1, 1, 3, 1, 1, "", 1, 0),
+                            info.addInfoEnum(top, "H", "FG_H", 2, 3, 1, 1, "", 1, 0),
+                            info.addInfoString(top, "H", "FG_H", NULL, 3, 1, 1, "", 1, 0)})
+        EXPECT_EQ(nullptr, r) << "add " << add++;
 
     EXPECT_EQ(top, info.getRegisterInfo(0));
     EXPECT_EQ(1, top->u.gReg.nrOfElements);
@@ -151,8 +140,6 @@ TEST_F(RegistryTest, PortsOutsideTheFourSlotsAreHarmless) {
     EXPECT_NE(nullptr, param(top, "FG_WIDTH", 100, 3));
     EXPECT_EQ(top, info.getRegisterInfo(3));
 }
-
-// ---- value descriptions ----------------------------------------------------
 
 TEST_F(RegistryTest, EveryKindKeepsItsValueDescriptionInItsOwnVariantWithPrivateTexts) {
     RegisterInfo* top = info.addGroupInfo(0, NULL, "G");
@@ -230,12 +217,11 @@ TEST_F(RegistryTest, EnumEntryOutsideTheRecordOrOnAnotherKindIsRefused) {
     ASSERT_TRUE(e && u && none);
     const std::string uBefore = describe(u);
 
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info.addEnumNameValue(e, 1, "X", 1, "X"));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info.addEnumNameValue(e, -1, "X", 1, "X"));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info.addEnumNameValue(e, 0, NULL, 1, "X"));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info.addEnumNameValue(NULL, 0, "X", 1, "X"));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info.addEnumNameValue(u, 0, "X", 1, "X"));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, info.addEnumNameValue(none, 0, "X", 1, "X"));
+    int add = 0;
+    for (int rc : {info.addEnumNameValue(e, 1, "X", 1, "X"), info.addEnumNameValue(e, -1, "X", 1, "X"),
+                   info.addEnumNameValue(e, 0, NULL, 1, "X"), info.addEnumNameValue(NULL, 0, "X", 1, "X"),
+                   info.addEnumNameValue(u, 0, "X", 1, "X"), info.addEnumNameValue(none, 0, "X", 1, "X")})
+        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, rc) << "add " << add++;
     EXPECT_EQ(uBefore, describe(u));
     EXPECT_EQ(nullptr, e->u.eReg.enumNames[0]);
 

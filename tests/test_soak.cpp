@@ -1,13 +1,8 @@
-// Lifecycle soak: hundreds of board openings and closings, with and without
-// the default values, with the direct register access and direct QOR access
-// switches, through the application side of the runtime and by calling
-// Std_entry / Fg_FreeGrabber directly, also when the host's initialisation
-// fails. Open file descriptors and (outside the sanitizer builds) the heap in
-// use must not grow; in the AddressSanitizer build LeakSanitizer checks the
-// whole run for leaks.
-//
-// ORV_SOAK_CYCLES overrides the number of cycles per case (the valgrind run
-// uses a few).
+// Lifecycle soak: hundreds of board openings and closings in every switch
+// variant, through the runtime and by calling Std_entry / Fg_FreeGrabber
+// directly, also with a failing host initialisation. Open descriptors and
+// (outside the sanitizer builds) the heap in use must not grow; LeakSanitizer
+// checks the ASan run. ORV_SOAK_CYCLES sets the cycles per case.
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -58,39 +53,15 @@ size_t heapInUse() {
 #endif
 }
 
-// Sets the debugging switches for the boards opened in its scope.
-class Switches {
-public:
-    Switches(bool dra, bool dqora) {
-        set("TERVIK_ENABLE_DRA", dra);
-        set("TERVIK_ENABLE_DQORA", dqora);
-    }
-    ~Switches() {
-        unsetenv("TERVIK_ENABLE_DRA");
-        unsetenv("TERVIK_ENABLE_DQORA");
-    }
-
-private:
-    static void set(const char* name, bool on) {
-        if (on)
-            setenv(name, "yes", 1);
-        else
-            unsetenv(name);
-    }
-};
-
+// Every combination of: no default values (bit 0), DRA (bit 1), DQORA (bit 2).
 struct Variant {
-    int flags;  // bit 0: no default values
+    int flags;
     bool dra;
     bool dqora;
+    explicit Variant(int bits) : flags(bits & 1), dra((bits & 2) != 0), dqora((bits & 4) != 0) {}
     std::string describe() const {
         return std::string(flags & 1 ? "no defaults" : "defaults") + (dra ? ", DRA" : "") + (dqora ? ", DQORA" : "");
     }
-};
-
-const Variant kVariants[] = {
-    {0, false, false}, {1, false, false}, {0, true, false}, {1, true, false},
-    {0, false, true},  {1, false, true},  {0, true, true},  {1, true, true},
 };
 
 // What one cycle does with an open board: a write, a read, the description
@@ -103,27 +74,23 @@ void exercise(Board& b, const Variant& v) {
     EXPECT_EQ(0, Fg_getParameterInfoXML(b.fg(), 0, nullptr, &size));
     EXPECT_GT(size, 1000u);
     if (v.dra) {
-        const int n = Fg_getNrOfParameter(b.fg());
         int registers = 0;
-        for (int i = 0; i < n; ++i) {
+        for (int i = 0; i < Fg_getNrOfParameter(b.fg()) && registers < 3; ++i) {
             const char* name = Fg_getParameterName(b.fg(), i);
-            if (name && std::strncmp(name, "DRA_", 4) == 0) {
-                uint64_t value = 0;
-                EXPECT_EQ(
-                    0, Fg_getParameterWithType(b.fg(), Fg_getParameterId(b.fg(), i), &value, 0, FG_PARAM_TYPE_UINT64_T))
-                    << name;
-                if (++registers == 3) break;
-            }
+            if (name == nullptr || std::strncmp(name, "DRA_", 4) != 0) continue;
+            uint64_t value = 0;
+            const int id = Fg_getParameterId(b.fg(), i);
+            EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), id, &value, 0, FG_PARAM_TYPE_UINT64_T)) << name;
+            ++registers;
         }
         EXPECT_EQ(3, registers) << "direct register access publishes the registers";
     }
 }
 
 struct Usage {
-    int fds;
-    size_t heap;
+    int fds = openDescriptors();
+    size_t heap = heapInUse();
 };
-Usage usage() { return {openDescriptors(), heapInUse()}; }
 
 void expectNoGrowth(const Usage& before, const Usage& after, int n, const std::string& what) {
     EXPECT_EQ(before.fds, after.fds) << what << ": open file descriptors after " << n << " cycles";
@@ -143,22 +110,23 @@ void expectNoGrowth(const Usage& before, const Usage& after, int n, const std::s
 // and calls Std_entry; Fg_FreeGrabber releases everything).
 TEST(Soak, OpenCloseThroughTheRuntimeInEveryVariant) {
     const int n = cycles(60);
-    for (const Variant& v : kVariants) {
+    for (int bits = 0; bits < 8; ++bits) {
+        const Variant v(bits);
         SCOPED_TRACE(v.describe());
-        Switches sw(v.dra, v.dqora);
+        ScopedEnv dra("TERVIK_ENABLE_DRA", v.dra ? "yes" : ""), dqora("TERVIK_ENABLE_DQORA", v.dqora ? "yes" : "");
         for (int warm = 0; warm < 2; ++warm) {
             Board b(v.flags);
             ASSERT_TRUE(b.ok());
             exercise(b, v);
         }
-        const Usage before = usage();
+        const Usage before;
         for (int i = 0; i < n; ++i) {
             Board b(v.flags);
             ASSERT_TRUE(b.ok()) << "cycle " << i;
             exercise(b, v);
             if (HasFailure()) return;
         }
-        expectNoGrowth(before, usage(), n, v.describe());
+        expectNoGrowth(before, Usage(), n, v.describe());
     }
 }
 
@@ -175,9 +143,7 @@ TEST(Soak, StdEntryAndFreeGrabberDirectlyAlsoWhenInitialisationFails) {
         SimBoard_FailInit(d.dev, failInit ? -777 : 0);
         EXPECT_EQ(failInit, d.open(flags) == nullptr);
         EXPECT_EQ(failInit ? -777 : 0, d.status);
-        if (d.fg.Master) {
-            EXPECT_EQ(0, d.freeGrabber(&d.fg));
-        }
+        EXPECT_EQ(0, d.fg.Master ? d.freeGrabber(&d.fg) : 0);
         EXPECT_EQ(nullptr, d.fg.Master);
     };
 
@@ -185,11 +151,10 @@ TEST(Soak, StdEntryAndFreeGrabberDirectlyAlsoWhenInitialisationFails) {
     for (int flags = 0; flags < 2; ++flags) {
         for (int failInit = 0; failInit < 2; ++failInit) {
             SCOPED_TRACE(std::string(flags ? "no defaults" : "defaults") + (failInit ? ", failing init" : ""));
-            cycle(flags, failInit != 0);
-            cycle(flags, failInit != 0);
-            const Usage before = usage();
+            for (int warm = 0; warm < 2; ++warm) cycle(flags, failInit != 0);
+            const Usage before;
             for (int i = 0; i < n && !HasFailure(); ++i) cycle(flags, failInit != 0);
-            expectNoGrowth(before, usage(), n, "direct");
+            expectNoGrowth(before, Usage(), n, "direct");
         }
     }
 }

@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <vector>
+#include <type_traits>
 
 #include "fg_types.h"
 #include "sdk_ids.h"
@@ -32,15 +32,12 @@ bool dump(Fg_Struct* fg, int port, const std::string& path) {
     return dumpXmlFile(query, path);
 }
 
-bool setU32(Fg_Struct* fg, int id, uint32_t value, int port) {
-    const int rc = Fg_setParameterWithType(fg, id, &value, port, FG_PARAM_TYPE_UINT32_T);
-    if (rc != 0) std::fprintf(stderr, "writing %u to %d on port %d answered %d\n", value, id, port, rc);
-    return rc == 0;
-}
-
-bool setDouble(Fg_Struct* fg, int id, double value, int port) {
-    const int rc = Fg_setParameterWithType(fg, id, &value, port, FG_PARAM_TYPE_DOUBLE);
-    if (rc != 0) std::fprintf(stderr, "writing %g to %d on port %d answered %d\n", value, id, port, rc);
+// A write of a 32-bit (uint32_t) or double value.
+template <class T>
+bool set(Fg_Struct* fg, int id, T value, int port) {
+    const FgParamTypes type = std::is_same<T, double>::value ? FG_PARAM_TYPE_DOUBLE : FG_PARAM_TYPE_UINT32_T;
+    const int rc = Fg_setParameterWithType(fg, id, &value, port, type);
+    if (rc != 0) std::fprintf(stderr, "writing %g to %d on port %d answered %d\n", double(value), id, port, rc);
     return rc == 0;
 }
 
@@ -65,12 +62,12 @@ int main(int argc, char** argv) {
     // that is not a short decimal, trigger inputs and simulator rates that
     // change between read-only and read-write, the processing parameters
     // turned read-only by a file lookup table.
-    ok = setU32(fg, FG_WIDTH, 2048, 1) && ok;
-    ok = setU32(fg, FG_LINETRIGGERMODE, kAsyncTrigger, 0) && ok;
-    ok = setDouble(fg, FG_LINEPERIODE, 333.336, 1) && ok;
-    ok = setU32(fg, FG_CAMERASIMULATOR_SELECT_MODE, kSimulatorFrameRate, 0) && ok;
-    ok = setU32(fg, FG_LUT_TYPE, kLutTypeCustom, 1) && ok;
-    ok = setU32(fg, FG_IMGTRIGGERMODE, kAsyncTriggerMultiFrame, 1) && ok;
+    ok = set(fg, FG_WIDTH, 2048u, 1) && ok;
+    ok = set(fg, FG_LINETRIGGERMODE, kAsyncTrigger, 0) && ok;
+    ok = set(fg, FG_LINEPERIODE, 333.336, 1) && ok;
+    ok = set(fg, FG_CAMERASIMULATOR_SELECT_MODE, kSimulatorFrameRate, 0) && ok;
+    ok = set(fg, FG_LUT_TYPE, kLutTypeCustom, 1) && ok;
+    ok = set(fg, FG_IMGTRIGGERMODE, kAsyncTriggerMultiFrame, 1) && ok;
     ok = dump(fg, 0, dir + "applet_changed_port0.xml") && ok;
     ok = dump(fg, 1, dir + "applet_changed_port1.xml") && ok;
     Fg_FreeGrabber(fg);

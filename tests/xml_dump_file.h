@@ -13,25 +13,17 @@ template <class Query>
 bool dumpXmlFile(Query&& query, const std::string& path) {
     size_t size = 0;
     int rc = query(static_cast<char*>(nullptr), &size);
-    if (rc != 0 || size == 0) {
-        std::fprintf(stderr, "%s: size query answered %d\n", path.c_str(), rc);
-        return false;
-    }
     std::vector<char> buffer(size);
-    rc = query(buffer.data(), &size);
-    if (rc != 0 || size != buffer.size()) {
-        std::fprintf(stderr, "%s: copy answered %d\n", path.c_str(), rc);
+    if (rc == 0 && size > 0) rc = query(buffer.data(), &size);
+    if (rc != 0 || size == 0 || size != buffer.size()) {
+        std::fprintf(stderr, "%s: the entry point answered %d (size %zu)\n", path.c_str(), rc, size);
         return false;
     }
     FILE* f = std::fopen(path.c_str(), "wb");
-    if (f == nullptr) {
-        std::perror(path.c_str());
-        return false;
-    }
     const size_t length = size - 1;
-    const bool ok = std::fwrite(buffer.data(), 1, length, f) == length;
-    if (std::fclose(f) != 0 || !ok) {
-        std::fprintf(stderr, "%s: write failed\n", path.c_str());
+    const bool written = f != nullptr && std::fwrite(buffer.data(), 1, length, f) == length;
+    if (f == nullptr || std::fclose(f) != 0 || !written) {
+        std::fprintf(stderr, "%s: cannot write the file\n", path.c_str());
         return false;
     }
     std::printf("wrote %s (%zu bytes)\n", path.c_str(), length);

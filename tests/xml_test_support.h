@@ -1,6 +1,5 @@
 // Test support for the registry and the GenApi description: a minimal applet
-// object (every pure operation answered trivially) that exposes its registry,
-// and a synthetic registry with one parameter of every kind.
+// object that exposes its registry, and a synthetic registry of every kind.
 #ifndef XML_TEST_SUPPORT_H
 #define XML_TEST_SUPPORT_H
 
@@ -42,11 +41,10 @@ private:
     const char* mModel;
 };
 
-// The synthetic registry of one port slot: one described parameter of every
-// kind with a template (UINT, INT, DOUBLE, ENUM, STRING), nested groups, and
-// records that the description leaves out (64-bit and field kinds, an
-// invisible parameter, the direct register access group). Display names may
-// carry `displaySuffix` (used to put other bytes into descriptions).
+// The synthetic registry of one port slot: a described parameter of every kind
+// with a template, nested groups, and records the description leaves out
+// (64-bit and field kinds, an invisible parameter, direct register access).
+// Display names may carry `displaySuffix` (other bytes in descriptions).
 inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char* displaySuffix = "") {
     const std::string sfx(displaySuffix);
     const char* const us = "\xB5s";  // Latin-1 micro sign, then s
@@ -93,8 +91,7 @@ inline void buildSyntheticRegistry(Fg_ParameterInfo& info, int port, const char*
     info.addInfoUInt(dra, "Register 1", "DRA_Register1", 0, 255, 1, 3, 1, 1, "", 1000001, port);
 }
 
-// Expected node texts of the description, spelled out per kind, for
-// assembling whole documents.
+// Expected node texts of the description per kind, for whole documents.
 inline std::string documentHeader(const std::string& model = "Orvindel") {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<RegisterDescription\nModelName=\"" + model +
            "\"\nVendorName=\"Tervik\"\nStandardNameSpace=\"None\"\nSchemaMajorVersion=\"1\"\nSchemaMinorVersion=\"0\"\n"
@@ -148,8 +145,7 @@ inline std::string category(const std::string& name, const std::vector<std::stri
     return s + "</Category>\n";
 }
 
-// The document that buildSyntheticRegistry gives for model "Orvindel" and no
-// display-name suffix.
+// The document of buildSyntheticRegistry for model "Orvindel", no suffix.
 inline std::string syntheticDocument() {
     return documentHeader() +
            // Miscellaneous
