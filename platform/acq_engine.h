@@ -4,6 +4,12 @@
 // overwrite and loss accounting, the design's overflow flag, fill levels and
 // events, and the simulated trigger inputs, shaft encoders and cameras.
 //
+// Its files: acq_producer.cpp (the producer thread and its pacing),
+// acq_rings.cpp (the rings and the application's reads of them),
+// acq_channel.cpp (start, stop, waits, status queries, frame format),
+// acq_control.cpp (the simulated board's controls); acq_internal.h is what
+// they share.
+//
 // Locks, always taken in this order: the device lock (Device::m), then a
 // channel's lock. A buffer's lock is taken before the device lock or a
 // channel lock, never while holding one. The producer holds no lock while it

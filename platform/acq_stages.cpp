@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "host_params.h"
+#include "acq_internal.h"
 
 namespace simhost {
 
@@ -15,19 +15,88 @@ namespace {
 
 constexpr double kSimClockSeconds = 8e-9;  // the generator's clock; 12 pixels per clock
 
-// A design value of the port, or `fallback` when the design lacks it.
-uint32_t u32(Device* d, int port, const char* rest, uint32_t fallback) {
-    char name[160];
-    std::snprintf(name, sizeof name, "Device1_Process%d_%s", port, rest);
-    const Param* p = paramByName(d, name);
-    return p ? static_cast<uint32_t>(p->u) : fallback;
-}
+// How a 32-bit design value becomes the member it sets.
+enum class Take {
+    AsIs,
+    AtLeastOne,  // a divisor or period: 0 counts as 1
+    Pixels,      // a count of generator clocks, 12 pixels each
+    Depth,       // the pixel path selector 0, 1, 2: 8, 10, 12 bits
+};
 
-double dbl(Device* d, int port, const char* rest, double fallback) {
-    char name[160];
-    std::snprintf(name, sizeof name, "Device1_Process%d_%s", port, rest);
-    const Param* p = paramByName(d, name);
-    return p ? p->d : fallback;
+struct U32Value {
+    uint32_t Programmed::*member;
+    const char* rest;   // the per-port name
+    uint32_t fallback;  // when the design lacks it
+    Take take;
+};
+
+// Every 32-bit design value of a port the frame model reads. The generated
+// line and frame (simLinePixels, simFrameLines) are at least as long as the
+// pixels and lines generated in them (simWidth, simHeight).
+const U32Value kU32Values[] = {
+    {&Programmed::pixelDepth, "12BitSelector_PixelFormat_SelectSource", 0, Take::Depth},
+    // source
+    {&Programmed::simWidth, "CameraSimulator_LineGap_Number", 0, Take::Pixels},
+    {&Programmed::simLinePixels, "CameraSimulator_Size_ImageWidth", 0, Take::Pixels},
+    {&Programmed::simHeight, "CameraSimulator_FrameGap_Number", 0, Take::AsIs},
+    {&Programmed::simFrameLines, "CameraSimulator_Size_ImageHeight", 0, Take::AsIs},
+    {&Programmed::simClockMode, "CameraSimulator_ControlPixelClock_Mode", 1, Take::AsIs},
+    {&Programmed::simOnTime, "CameraSimulator_PixelFrequency_ActivePixel_Number", 1, Take::AsIs},
+    {&Programmed::simSequence, "CameraSimulator_PixelFrequency_SequenceLength_ImageWidth", 1, Take::AsIs},
+    {&Programmed::enableX, "CameraSimulator_EnableX_Enable_Value", 1, Take::AsIs},
+    {&Programmed::yDivisor, "CameraSimulator_Y_Divisor", 1, Take::AtLeastOne},
+    {&Programmed::offset, "CameraSimulator_Offset_Value", 0, Take::AsIs},
+    {&Programmed::frameDivisor, "CameraSimulator_Frame_Divisor", 1, Take::AtLeastOne},
+    {&Programmed::simFreeRun, "CameraSimulator_TriggerValve_FreeRun_Select", 1, Take::AsIs},
+    {&Programmed::simValveMode, "CameraSimulator_TriggerValve_TriggerValve_Mode", 2, Take::AsIs},
+    // line trigger block
+    {&Programmed::lineTriggerMode, "Trigger_Trigger_LineTriggerMode", 0, Take::AsIs},
+    {&Programmed::exsyncEnable, "Trigger_Trigger_ExsyncEnable", 1, Take::AsIs},
+    {&Programmed::lineInputA, "Trigger_Trigger_LineTrgInSourceA", 1, Take::AsIs},
+    {&Programmed::lineInputB, "Trigger_Trigger_LineTrgInSourceB", 2, Take::AsIs},
+    {&Programmed::lineInputPolarity, "Trigger_Trigger_LineTrgInPolarity", 0, Take::AsIs},
+    {&Programmed::downscale, "Trigger_Trigger_LineTrgDownscaler", 1, Take::AtLeastOne},
+    {&Programmed::downscalePhase, "Trigger_Trigger_LineTrgPhase", 1, Take::AsIs},
+    {&Programmed::encoderMode, "Trigger_Trigger_EncoderABMode", 0, Take::AsIs},
+    {&Programmed::encoderLead, "Trigger_Trigger_EncoderABLead", 0, Take::AsIs},
+    {&Programmed::encoderCompensation, "Trigger_Trigger_EncoderCompensation", 1, Take::AsIs},
+    // image trigger block
+    {&Programmed::imgTriggerMode, "Trigger_Trigger_ImgTriggerMode", 0, Take::AsIs},
+    {&Programmed::maxGatedHeight, "Trigger_Trigger_MaxGatedHeight", 0, Take::AsIs},
+    {&Programmed::imgTriggerEnable, "Trigger_Trigger_ImgTriggerEnable", 1, Take::AsIs},
+    {&Programmed::imgInput, "Trigger_Trigger_ImgTrgInSource", 0, Take::AsIs},
+    {&Programmed::imgInputPolarity, "Trigger_Trigger_ImgTrgInPolarity", 0, Take::AsIs},
+    {&Programmed::softwareGate, "Trigger_Trigger_SoftwareTrgInput", 0, Take::AsIs},
+    {&Programmed::yOffset, "Trigger_Trigger_YOffset", 0, Take::AsIs},
+    {&Programmed::yLength, "Trigger_Trigger_YLength", 1024, Take::AsIs},
+    // image selector
+    {&Programmed::selectPeriod, "ImageSelector_FG_IMG_SELECT_PERIOD_Divisor", 1, Take::AtLeastOne},
+    {&Programmed::selectPhase, "ImageSelector_FG_IMG_SELECT_PHASE_Number", 0, Take::AsIs},
+    // buffer region and output format
+    {&Programmed::xOffset, "Buffer_0_DRAM_A_0_XOffset", 0, Take::AsIs},
+    {&Programmed::width, "Buffer_0_DRAM_A_0_XLength", 1024, Take::AsIs},
+    {&Programmed::height, "Buffer_0_DRAM_A_0_YLength", 1024, Take::AsIs},
+    {&Programmed::formatSelect, "OutputFormat_FG_FORMAT_SelectSource", 1, Take::AsIs},
+    {&Programmed::leftAligned, "OutputFormat_FG_BITALIGNMENT_Value", 1, Take::AsIs},
+};
+
+// The switches of a port: on when their design value is 1 (off when the
+// design lacks them).
+const struct {
+    bool Programmed::*member;
+    const char* rest;
+} kSwitches[] = {
+    {&Programmed::simulator, "CameraSimulator_Enable_SelectSource"},
+    {&Programmed::mirror, "LineMirrorX_Enable_SelectSource"},
+};
+
+uint32_t take(Take how, uint32_t v) {
+    switch (how) {
+    case Take::AtLeastOne: return std::max<uint32_t>(1, v);
+    case Take::Pixels: return v * 12;
+    case Take::Depth: return v == 2 ? 12 : v == 1 ? 10 : 8;
+    default: return v;
+    }
 }
 
 }  // namespace
@@ -53,57 +122,20 @@ double Programmed::simLineSeconds() const {
 }
 
 void readProgrammed(Device* d, int port, Programmed& p) {
-    const uint32_t selector = u32(d, port, "12BitSelector_PixelFormat_SelectSource", 0);
-    p.pixelDepth = selector == 2 ? 12 : selector == 1 ? 10 : 8;
-    p.simulator = u32(d, port, "CameraSimulator_Enable_SelectSource", 0) == 1;
-    p.simWidth = u32(d, port, "CameraSimulator_LineGap_Number", 0) * 12;
-    p.simLinePixels = std::max(p.simWidth, u32(d, port, "CameraSimulator_Size_ImageWidth", 0) * 12);
-    p.simHeight = u32(d, port, "CameraSimulator_FrameGap_Number", 0);
-    p.simFrameLines = std::max(p.simHeight, u32(d, port, "CameraSimulator_Size_ImageHeight", 0));
-    p.simClockMode = u32(d, port, "CameraSimulator_ControlPixelClock_Mode", 1);
-    p.simOnTime = u32(d, port, "CameraSimulator_PixelFrequency_ActivePixel_Number", 1);
-    p.simSequence = u32(d, port, "CameraSimulator_PixelFrequency_SequenceLength_ImageWidth", 1);
-    p.enableX = u32(d, port, "CameraSimulator_EnableX_Enable_Value", 1);
-    p.yDivisor = std::max<uint32_t>(1, u32(d, port, "CameraSimulator_Y_Divisor", 1));
-    p.offset = u32(d, port, "CameraSimulator_Offset_Value", 0);
-    p.frameDivisor = std::max<uint32_t>(1, u32(d, port, "CameraSimulator_Frame_Divisor", 1));
-    p.simFreeRun = u32(d, port, "CameraSimulator_TriggerValve_FreeRun_Select", 1);
-    p.simValveMode = u32(d, port, "CameraSimulator_TriggerValve_TriggerValve_Mode", 2);
+    for (const U32Value& v : kU32Values) {
+        const Param* param = portParam(d, port, v.rest);
+        p.*v.member = take(v.take, param ? static_cast<uint32_t>(param->u) : v.fallback);
+    }
+    p.simLinePixels = std::max(p.simWidth, p.simLinePixels);
+    p.simFrameLines = std::max(p.simHeight, p.simFrameLines);
+    for (const auto& s : kSwitches) {
+        const Param* param = portParam(d, port, s.rest);
+        p.*s.member = param && static_cast<uint32_t>(param->u) == 1;
+    }
+    const Param* period = portParam(d, port, "Trigger_Trigger_ExsyncPeriod");
+    p.exsyncPeriodUs = period ? period->d : 200.0;
 
-    p.lineTriggerMode = u32(d, port, "Trigger_Trigger_LineTriggerMode", 0);
-    p.exsyncEnable = u32(d, port, "Trigger_Trigger_ExsyncEnable", 1);
-    p.exsyncPeriodUs = dbl(d, port, "Trigger_Trigger_ExsyncPeriod", 200.0);
-    p.lineInputA = u32(d, port, "Trigger_Trigger_LineTrgInSourceA", 1);
-    p.lineInputB = u32(d, port, "Trigger_Trigger_LineTrgInSourceB", 2);
-    p.lineInputPolarity = u32(d, port, "Trigger_Trigger_LineTrgInPolarity", 0);
-    p.downscale = std::max<uint32_t>(1, u32(d, port, "Trigger_Trigger_LineTrgDownscaler", 1));
-    p.downscalePhase = u32(d, port, "Trigger_Trigger_LineTrgPhase", 1);
-    p.encoderMode = u32(d, port, "Trigger_Trigger_EncoderABMode", 0);
-    p.encoderLead = u32(d, port, "Trigger_Trigger_EncoderABLead", 0);
-    p.encoderCompensation = u32(d, port, "Trigger_Trigger_EncoderCompensation", 1);
-
-    p.imgTriggerMode = u32(d, port, "Trigger_Trigger_ImgTriggerMode", 0);
-    p.maxGatedHeight = u32(d, port, "Trigger_Trigger_MaxGatedHeight", 0);
-    p.imgTriggerEnable = u32(d, port, "Trigger_Trigger_ImgTriggerEnable", 1);
-    p.imgInput = u32(d, port, "Trigger_Trigger_ImgTrgInSource", 0);
-    p.imgInputPolarity = u32(d, port, "Trigger_Trigger_ImgTrgInPolarity", 0);
-    p.softwareGate = u32(d, port, "Trigger_Trigger_SoftwareTrgInput", 0);
-    p.yOffset = u32(d, port, "Trigger_Trigger_YOffset", 0);
-    p.yLength = u32(d, port, "Trigger_Trigger_YLength", 1024);
-
-    p.selectPeriod = std::max<uint32_t>(1, u32(d, port, "ImageSelector_FG_IMG_SELECT_PERIOD_Divisor", 1));
-    p.selectPhase = u32(d, port, "ImageSelector_FG_IMG_SELECT_PHASE_Number", 0);
-
-    p.xOffset = u32(d, port, "Buffer_0_DRAM_A_0_XOffset", 0);
-    p.width = u32(d, port, "Buffer_0_DRAM_A_0_XLength", 1024);
-    p.height = u32(d, port, "Buffer_0_DRAM_A_0_YLength", 1024);
-    p.mirror = u32(d, port, "LineMirrorX_Enable_SelectSource", 0) == 1;
-    p.formatSelect = u32(d, port, "OutputFormat_FG_FORMAT_SelectSource", 1);
-    p.leftAligned = u32(d, port, "OutputFormat_FG_BITALIGNMENT_Value", 1);
-
-    char name[160];
-    std::snprintf(name, sizeof name, "Device1_Process%d_LookupTable_LookupTable_LUTcontent", port);
-    const Param* lut = paramByName(d, name);
+    const Param* lut = portParam(d, port, "LookupTable_LookupTable_LUTcontent");
     p.lut.resize(4096);
     for (size_t i = 0; i < 4096; ++i)
         p.lut[i] =

@@ -9,7 +9,7 @@
 //                 bit alignment: the bytes of one buffer line
 //
 // The frame cutting of the trigger block and the image selector decide which
-// lines form which image; they are in acq_engine.cpp, which drives the
+// lines form which image; they are in acq_producer.cpp, which drives the
 // stages. Every stage reads a Programmed snapshot, taken under the device lock
 // when acquisition starts or when design values change, never per pixel.
 #ifndef ACQ_STAGES_H

@@ -154,14 +154,37 @@ int freeApplication(AppBoard* ab) {
     return rc;
 }
 
+// Runs `f` on the value of the device's register `reg` under the register
+// lock; FG_ERR_INVALID_PARAMETER when the device has no such register.
+template <typename F>
+int withRegister(QORdevice* dev, int reg, F f) {
+    int rc = FG_ERR_INVALID_PARAMETER;
+    pthread_mutex_lock(&dev->regLock);
+    for (int i = 0; i < dev->nrOfRegs; ++i)
+        if (dev->regs[i].number == reg) {
+            f(dev->regs[i].value);
+            rc = FG_OK;
+            break;
+        }
+    pthread_mutex_unlock(&dev->regLock);
+    return rc;
+}
+
 }  // namespace
 
-// Routes a call on an application handle to the applet's entry; a missing
-// entry answers `missing`.
-#define ROUTE_APP(fg, slot, missing, ...)                                                                      \
-    do {                                                                                                       \
-        if (AppBoard* ab_ = asApp(fg)) return ab_->fn.slot != nullptr ? ab_->fn.slot(__VA_ARGS__) : (missing); \
-    } while (0)
+// The body of an export both faces share: on a host board handle the host
+// answers (`host`, an expression of `hb`); on an application handle the call
+// goes to the applet's entry `slot` with the arguments after it; anything
+// else is refused. A missing entry answers FG_ERR_NOT_AVAILABLE and a foreign
+// handle FG_ERR_INVALID_BOARD, or `none` for both (_ELSE: pointer and mask
+// answers).
+#define HOST_OR_APPLET_ANSWERS(missing, invalid, fg, host, slot, ...)                                      \
+    if (HostBoard* hb = asHost(fg)) return host;                                                           \
+    if (AppBoard* ab_ = asApp(fg)) return ab_->fn.slot != nullptr ? ab_->fn.slot(__VA_ARGS__) : (missing); \
+    return invalid
+#define HOST_OR_APPLET(fg, host, slot, ...) \
+    HOST_OR_APPLET_ANSWERS(FG_ERR_NOT_AVAILABLE, FG_ERR_INVALID_BOARD, fg, host, slot, __VA_ARGS__)
+#define HOST_OR_APPLET_ELSE(none, fg, host, slot, ...) HOST_OR_APPLET_ANSWERS(none, none, fg, host, slot, __VA_ARGS__)
 
 extern "C" {
 
@@ -196,149 +219,106 @@ PLATFORM_EXPORT int Fg_FreeGrabber(Fg_Struct* fg) {
 
 PLATFORM_EXPORT int Fg_getLastErrorNumber(Fg_Struct* fg) {
     if (fg == nullptr) return g_initError.load();
-    if (HostBoard* hb = asHost(fg)) return hostGetLastError(hb);
-    ROUTE_APP(fg, getLastErrorNumber, FG_ERR_NOT_AVAILABLE, fg);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostGetLastError(hb), getLastErrorNumber, fg);
 }
 
 PLATFORM_EXPORT int Fg_setParameterWithType(Fg_Struct* fg, const int id, const void* value, const unsigned int dma,
                                             const FgParamTypes callerType) {
     const FgParamTypes type = fgParamTypeOf(callerType);
-    if (HostBoard* hb = asHost(fg)) return hostSetParameter(hb, id, value, dma, type);
-    ROUTE_APP(fg, setParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, type);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostSetParameter(hb, id, value, dma, type), setParameterWithType, fg, id, value, dma, type);
 }
 
 PLATFORM_EXPORT int Fg_getParameterWithType(Fg_Struct* fg, const int id, void* value, const unsigned int dma,
                                             const FgParamTypes callerType) {
     const FgParamTypes type = fgParamTypeOf(callerType);
-    if (HostBoard* hb = asHost(fg)) return hostGetParameter(hb, id, value, dma, type);
-    ROUTE_APP(fg, getParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, type);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostGetParameter(hb, id, value, dma, type), getParameterWithType, fg, id, value, dma, type);
 }
 
 PLATFORM_EXPORT int Fg_setParameter(Fg_Struct* fg, int id, const void* value, unsigned int dma) {
-    if (HostBoard* hb = asHost(fg)) return hostSetParameterUntyped(hb, id, value, dma);
-    ROUTE_APP(fg, setParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, FG_PARAM_TYPE_AUTO);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostSetParameterUntyped(hb, id, value, dma), setParameterWithType, fg, id, value, dma,
+                   FG_PARAM_TYPE_AUTO);
 }
 
 PLATFORM_EXPORT int Fg_getParameter(Fg_Struct* fg, int id, void* value, unsigned int dma) {
-    if (HostBoard* hb = asHost(fg)) return hostGetParameterUntyped(hb, id, value, dma);
-    ROUTE_APP(fg, getParameterWithType, FG_ERR_NOT_AVAILABLE, fg, id, value, dma, FG_PARAM_TYPE_AUTO);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostGetParameterUntyped(hb, id, value, dma), getParameterWithType, fg, id, value, dma,
+                   FG_PARAM_TYPE_AUTO);
 }
 
 PLATFORM_EXPORT int Fg_getNrOfParameter(Fg_Struct* fg) {
-    if (HostBoard* hb = asHost(fg)) return hostGetNrOfParameter(hb);
-    ROUTE_APP(fg, getNrOfParameter, FG_ERR_NOT_AVAILABLE, fg);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostGetNrOfParameter(hb), getNrOfParameter, fg);
 }
 
 PLATFORM_EXPORT const char* Fg_getParameterName(Fg_Struct* fg, int index) {
-    if (HostBoard* hb = asHost(fg)) return hostGetParameterName(hb, index);
-    ROUTE_APP(fg, getParameterName, nullptr, fg, index);
-    return nullptr;
+    HOST_OR_APPLET_ELSE(nullptr, fg, hostGetParameterName(hb, index), getParameterName, fg, index);
 }
 
 PLATFORM_EXPORT int Fg_getParameterId(Fg_Struct* fg, int index) {
-    if (HostBoard* hb = asHost(fg)) return hostGetParameterId(hb, index);
-    ROUTE_APP(fg, getParameterId, FG_ERR_NOT_AVAILABLE, fg, index);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostGetParameterId(hb, index), getParameterId, fg, index);
 }
 
 PLATFORM_EXPORT int Fg_getParameterIdByName(Fg_Struct* fg, const char* name) {
-    if (HostBoard* hb = asHost(fg)) return hostGetParameterIdByName(hb, name);
-    ROUTE_APP(fg, getParameterIdByName, FG_ERR_NOT_AVAILABLE, fg, name);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostGetParameterIdByName(hb, name), getParameterIdByName, fg, name);
 }
 
 PLATFORM_EXPORT RegisterInfo* Fg_getParameterInfo(Fg_Struct* fg, int port) {
-    if (HostBoard* hb = asHost(fg)) return hostGetParameterInfo(hb, port);
-    ROUTE_APP(fg, getParameterInfo, nullptr, fg, port);
-    return nullptr;
+    HOST_OR_APPLET_ELSE(nullptr, fg, hostGetParameterInfo(hb, port), getParameterInfo, fg, port);
 }
 
 PLATFORM_EXPORT int Fg_getParameterInfoXML(Fg_Struct* fg, int port, char* buffer, size_t* size) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, getParameterInfoXML, FG_ERR_NOT_AVAILABLE, fg, port, buffer, size);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), getParameterInfoXML, fg, port, buffer, size);
 }
 
 PLATFORM_EXPORT int Fg_saveConfig(Fg_Struct* fg, const char* file) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, saveConfig, FG_ERR_NOT_AVAILABLE, fg, file);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), saveConfig, fg, file);
 }
 
 PLATFORM_EXPORT int Fg_loadConfig(Fg_Struct* fg, const char* file) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, loadConfig, FG_ERR_NOT_AVAILABLE, fg, file);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), loadConfig, fg, file);
 }
 
 PLATFORM_EXPORT uint64_t Fg_getEventMask(Fg_Struct* fg, const char* name) {
-    if (HostBoard* hb = asHost(fg)) return hostGetEventMask(hb, name);
-    ROUTE_APP(fg, getEventMask, 0, fg, name);
-    return 0;
+    HOST_OR_APPLET_ELSE(0, fg, hostGetEventMask(hb, name), getEventMask, fg, name);
 }
 
 PLATFORM_EXPORT const char* Fg_getEventName(Fg_Struct* fg, uint64_t mask) {
-    if (HostBoard* hb = asHost(fg)) return hostGetEventName(hb, mask);
-    ROUTE_APP(fg, getEventName, nullptr, fg, mask);
-    return nullptr;
+    HOST_OR_APPLET_ELSE(nullptr, fg, hostGetEventName(hb, mask), getEventName, fg, mask);
 }
 
 // ---- acquisition ----------------------------------------------------------------------
 
 PLATFORM_EXPORT int Fg_getAppletId(Fg_Struct* fg, const char* name) {
-    if (HostBoard* hb = asHost(fg)) return hostAppletId(hb, name);
-    ROUTE_APP(fg, getAppletId, FG_ERR_NOT_AVAILABLE, fg, name);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostAppletId(hb, name), getAppletId, fg, name);
 }
 
 PLATFORM_EXPORT int Fg_Acquire(Fg_Struct* fg, int camPort, frameindex_t picCount) {
-    if (HostBoard* hb = asHost(fg)) return hostAcquire(hb, camPort, picCount, nullptr);
-    ROUTE_APP(fg, AcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, picCount, 0, nullptr);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostAcquire(hb, camPort, picCount, nullptr), AcquireEx, fg, camPort, picCount, 0, nullptr);
 }
 
 PLATFORM_EXPORT int Fg_stopAcquire(Fg_Struct* fg, int camPort) {
-    if (HostBoard* hb = asHost(fg)) return hostStopAcquire(hb, camPort);
-    ROUTE_APP(fg, stopAcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, nullptr, 0);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostStopAcquire(hb, camPort), stopAcquireEx, fg, camPort, nullptr, 0);
 }
 
 PLATFORM_EXPORT int Fg_AcquireEx(Fg_Struct* fg, int camPort, const frameindex_t picCount, int flag, dma_mem* mem) {
-    if (HostBoard* hb = asHost(fg)) return hostAcquire(hb, camPort, picCount, mem);
-    ROUTE_APP(fg, AcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, picCount, flag, mem);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostAcquire(hb, camPort, picCount, mem), AcquireEx, fg, camPort, picCount, flag, mem);
 }
 
 PLATFORM_EXPORT int Fg_stopAcquireEx(Fg_Struct* fg, int camPort, dma_mem* mem, int flag) {
-    if (HostBoard* hb = asHost(fg)) return hostStopAcquire(hb, camPort);
-    ROUTE_APP(fg, stopAcquireEx, FG_ERR_NOT_AVAILABLE, fg, camPort, mem, flag);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostStopAcquire(hb, camPort), stopAcquireEx, fg, camPort, mem, flag);
 }
 
 PLATFORM_EXPORT frameindex_t Fg_getLastPicNumberEx(Fg_Struct* fg, int camPort, dma_mem* mem) {
-    if (HostBoard* hb = asHost(fg)) return hostLastPicNumber(hb, camPort);
-    ROUTE_APP(fg, getLastPicNumberEx, FG_ERR_NOT_AVAILABLE, fg, camPort, mem);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostLastPicNumber(hb, camPort), getLastPicNumberEx, fg, camPort, mem);
 }
 
 PLATFORM_EXPORT frameindex_t Fg_getLastPicNumberBlockingEx(Fg_Struct* fg, const frameindex_t picNr, int camPort,
                                                            int timeout, dma_mem* mem) {
-    if (HostBoard* hb = asHost(fg)) return hostLastPicNumberBlocking(hb, picNr, camPort, timeout);
-    ROUTE_APP(fg, getLastPicNumberBlockingEx, FG_ERR_NOT_AVAILABLE, fg, picNr, camPort, timeout, mem);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostLastPicNumberBlocking(hb, picNr, camPort, timeout), getLastPicNumberBlockingEx, fg, picNr,
+                   camPort, timeout, mem);
 }
 
 PLATFORM_EXPORT frameindex_t Fg_getStatusEx(Fg_Struct* fg, const int param, const frameindex_t data,
                                             const unsigned int dma, dma_mem* mem) {
-    if (HostBoard* hb = asHost(fg)) return hostStatus(hb, param, data, dma);
-    ROUTE_APP(fg, getStatusEx, FG_ERR_NOT_AVAILABLE, fg, param, data, dma, mem);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostStatus(hb, param, data, dma), getStatusEx, fg, param, data, dma, mem);
 }
 
 // ---- frame-buffer rings (application side) ----------------------------------------------
@@ -392,60 +372,39 @@ PLATFORM_EXPORT int Fg_getFrameFormatEx(Fg_Struct* fg, int camPort, FgFrameForma
 // ---- shading (not supported by the host) -------------------------------------------
 
 PLATFORM_EXPORT ShadingMaster* Fg_AllocShading(Fg_Struct* fg, int set, int port) {
-    if (HostBoard* hb = asHost(fg)) {
-        hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-        return nullptr;
-    }
-    ROUTE_APP(fg, AllocShading, nullptr, fg, set, port);
-    return nullptr;
+    HOST_OR_APPLET_ELSE(nullptr, fg, (hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), nullptr), AllocShading, fg, set, port);
 }
 
 PLATFORM_EXPORT int Fg_FreeShading(Fg_Struct* fg, ShadingMaster* sm) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, FreeShading, FG_ERR_NOT_AVAILABLE, fg, sm);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), FreeShading, fg, sm);
 }
 
 PLATFORM_EXPORT int Shad_SetSubValueLine(Fg_Struct* fg, ShadingMaster* sm, int x, int channel, float sub) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, SetSubValueLine, FG_ERR_NOT_AVAILABLE, fg, sm, x, channel, sub);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), SetSubValueLine, fg, sm, x, channel, sub);
 }
 
 PLATFORM_EXPORT int Shad_SetMultValueLine(Fg_Struct* fg, ShadingMaster* sm, int x, int channel, float mult) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, SetMultValueLine, FG_ERR_NOT_AVAILABLE, fg, sm, x, channel, mult);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), SetMultValueLine, fg, sm, x, channel, mult);
 }
 
 PLATFORM_EXPORT int Shad_SetFixedPatternNoiseLine(Fg_Struct* fg, ShadingMaster* sm, int x, int channel, int on) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, SetFixedPatternNoiseLine, FG_ERR_NOT_AVAILABLE, fg, sm, x, channel, on);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), SetFixedPatternNoiseLine, fg, sm, x, channel, on);
 }
 
 PLATFORM_EXPORT int Shad_GetMaxLine(Fg_Struct* fg, ShadingMaster* sm) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, GetMaxLine, FG_ERR_NOT_AVAILABLE, fg, sm);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), GetMaxLine, fg, sm);
 }
 
 PLATFORM_EXPORT int Shad_GetAccess(Fg_Struct* fg, ShadingMaster* sm) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, GetAccess, FG_ERR_NOT_AVAILABLE, fg, sm);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), GetAccess, fg, sm);
 }
 
 PLATFORM_EXPORT int Shad_FreeAccess(Fg_Struct* fg, ShadingMaster* sm) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, FreeAccess, FG_ERR_NOT_AVAILABLE, fg, sm);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), FreeAccess, fg, sm);
 }
 
 PLATFORM_EXPORT int Shad_WriteActLine(Fg_Struct* fg, ShadingMaster* sm, int line) {
-    if (HostBoard* hb = asHost(fg)) return hostUnsupported(hb, FG_ERR_NOT_SUPPORTED);
-    ROUTE_APP(fg, WriteActLine, FG_ERR_NOT_AVAILABLE, fg, sm, line);
-    return FG_ERR_INVALID_BOARD;
+    HOST_OR_APPLET(fg, hostUnsupported(hb, FG_ERR_NOT_SUPPORTED), WriteActLine, fg, sm, line);
 }
 
 // ---- SimBoard control ---------------------------------------------------------------
@@ -538,30 +497,12 @@ PLATFORM_EXPORT uint64_t SimBoard_EventCount(QORdevice* dev, uint64_t mask) { re
 
 PLATFORM_EXPORT int SimBoard_GetRegister(QORdevice* dev, int reg, uint64_t* value) {
     if (deviceOf(dev) == nullptr || value == nullptr) return FG_ERR_INVALID_PARAMETER;
-    int rc = FG_ERR_INVALID_PARAMETER;
-    pthread_mutex_lock(&dev->regLock);
-    for (int i = 0; i < dev->nrOfRegs; ++i)
-        if (dev->regs[i].number == reg) {
-            *value = dev->regs[i].value;
-            rc = FG_OK;
-            break;
-        }
-    pthread_mutex_unlock(&dev->regLock);
-    return rc;
+    return withRegister(dev, reg, [value](uint64_t& r) { *value = r; });
 }
 
 PLATFORM_EXPORT int SimBoard_SetRegister(QORdevice* dev, int reg, uint64_t value) {
     if (deviceOf(dev) == nullptr) return FG_ERR_INVALID_PARAMETER;
-    int rc = FG_ERR_INVALID_PARAMETER;
-    pthread_mutex_lock(&dev->regLock);
-    for (int i = 0; i < dev->nrOfRegs; ++i)
-        if (dev->regs[i].number == reg) {
-            dev->regs[i].value = value;
-            rc = FG_OK;
-            break;
-        }
-    pthread_mutex_unlock(&dev->regLock);
-    return rc;
+    return withRegister(dev, reg, [value](uint64_t& r) { r = value; });
 }
 
 PLATFORM_EXPORT void SimBoard_FailRegisters(QORdevice* dev, int code) {

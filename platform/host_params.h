@@ -97,6 +97,18 @@ int writeDesignConverted(Device* d, Param& p, const void* value, unsigned int dm
 // Reads a design parameter with conversion (value not NULL, fault check done).
 int readDesignConverted(const Param& p, void* value, FgParamTypes type);
 
+// A write that needs no conversion: the `T` at `value` stored in the
+// parameter's and the log entry's field (u or d).
+template <typename T, typename Field>
+inline int writeDesignAsIs(Device* d, Param& p, Field Param::*field, Field SimLogEntry::*logged, const void* value,
+                           unsigned int dma, FgParamTypes type, bool log) {
+    T v;
+    std::memcpy(&v, value, sizeof v);
+    p.*field = v;
+    if (log) appendLog(d, p.id, p.name.c_str(), dma, type).*logged = v;
+    return FG_OK;
+}
+
 // Writes a design parameter (value not NULL, fault and access checks done).
 // The common typed writes, a 32-bit parameter as UINT32_T and a double one as
 // DOUBLE, need no conversion: they are stored and logged here as the general
@@ -105,20 +117,10 @@ int readDesignConverted(const Param& p, void* value, FgParamTypes type);
 inline int writeDesign(Device* d, Param& p, const void* value, unsigned int dma, FgParamTypes type, bool log) {
     d->designVersion++;
     p.writes++;
-    if (p.kind == HAP_KIND_U32 && type == FG_PARAM_TYPE_UINT32_T) {
-        uint32_t v;
-        std::memcpy(&v, value, sizeof v);
-        p.u = v;
-        if (log) appendLog(d, p.id, p.name.c_str(), dma, type).u = v;
-        return FG_OK;
-    }
-    if (p.kind == HAP_KIND_DOUBLE && type == FG_PARAM_TYPE_DOUBLE) {
-        double v;
-        std::memcpy(&v, value, sizeof v);
-        p.d = v;
-        if (log) appendLog(d, p.id, p.name.c_str(), dma, type).d = v;
-        return FG_OK;
-    }
+    if (p.kind == HAP_KIND_U32 && type == FG_PARAM_TYPE_UINT32_T)
+        return writeDesignAsIs<uint32_t>(d, p, &Param::u, &SimLogEntry::u, value, dma, type, log);
+    if (p.kind == HAP_KIND_DOUBLE && type == FG_PARAM_TYPE_DOUBLE)
+        return writeDesignAsIs<double>(d, p, &Param::d, &SimLogEntry::d, value, dma, type, log);
     return writeDesignConverted(d, p, value, dma, type, log);
 }
 

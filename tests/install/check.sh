@@ -36,17 +36,23 @@ pass() { echo "ok: $*"; }
 # The consumer's sources, copied away from the source tree.
 cp -r "$consumer" "$work/src"
 
+# run_built HOW BINARY: the consumer as built with HOW runs.
+run_built() {
+    local how=$1 binary=$2 out
+    if out=$("$binary" 2>&1); then
+        pass "$how build runs: $out"
+    else
+        fail "$how build of $program failed to run: $out"
+    fi
+}
+
 # build_consumer PREFIX: builds and runs the consumer against the installation
 # in PREFIX, once with find_package, once with pkg-config.
 build_consumer() {
-    local prefix=$1 out
+    local prefix=$1
     if cmake -S "$work/src" -B "$work/cmake-build" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log" 2>&1 &&
         cmake --build "$work/cmake-build" >>"$work/cmake.log" 2>&1; then
-        if out=$("$work/cmake-build/$program" 2>&1); then
-            pass "find_package build runs: $out"
-        else
-            fail "find_package build of $program failed to run: $out"
-        fi
+        run_built find_package "$work/cmake-build/$program"
     else
         fail "find_package build of $program against $prefix"; cat "$work/cmake.log" >&2
     fi
@@ -63,11 +69,7 @@ build_consumer() {
         rpath=$(PKG_CONFIG_PATH=$pc pkg-config --variable=libdir orvindel); then
         # shellcheck disable=SC2086
         if $compiler $flags "${sources[@]}" -o "$work/$program-pc" $libs -Wl,-rpath,"$rpath" 2>"$work/cc.log"; then
-            if out=$("$work/$program-pc" 2>&1); then
-                pass "pkg-config build runs: $out"
-            else
-                fail "pkg-config build of $program failed to run: $out"
-            fi
+            run_built pkg-config "$work/$program-pc"
         else
             fail "pkg-config build of $program against $prefix"; cat "$work/cc.log" >&2
         fi
