@@ -8,8 +8,6 @@
 
 #include <cmath>
 #include <limits>
-#include <string>
-#include <vector>
 
 #include "board_fixture.h"
 
@@ -58,6 +56,14 @@ protected:
     uint32_t clocks(int port = 0) {
         return b.designU32(dp(port, "CameraSimulator_PixelFrequency_SequenceLength_ImageWidth").c_str());
     }
+    // Upper bounds of width, line gap, height and frame gap.
+    std::vector<unsigned> maxima(int port) {
+        std::vector<unsigned> out;
+        for (int id : {FG_CAMERASIMULATOR_WIDTH, FG_CAMERASIMULATOR_LINE_GAP, FG_CAMERASIMULATOR_HEIGHT,
+                       FG_CAMERASIMULATOR_FRAME_GAP})
+            out.push_back(uintMax(b, id, port));
+        return out;
+    }
     // Pixel frequency, line rate, frame rate, line gap, frame gap.
     std::vector<int> speedFlags(int port) {
         std::vector<int> out;
@@ -81,6 +87,7 @@ TEST_F(CamSim, SourcePatternOffsetRollAndTriggerModeWriteTheirPortsDesignValues)
         uint32_t v;
         std::vector<std::pair<const char*, uint64_t>> writes;
     };
+    const char *freeRun = "TriggerValve_FreeRun_Select", *valveMode = "TriggerValve_TriggerValve_Mode";
     const Case cases[] = {
         {FG_CAMERASIMULATOR_ENABLE, 1, {{"Enable_SelectSource", 1}}},
         {FG_CAMERASIMULATOR_ENABLE, 0, {{"Enable_SelectSource", 0}}},
@@ -90,15 +97,9 @@ TEST_F(CamSim, SourcePatternOffsetRollAndTriggerModeWriteTheirPortsDesignValues)
         {FG_CAMERASIMULATOR_PATTERN_OFFSET, 255, {{"Offset_Value", 255}}},
         {FG_CAMERASIMULATOR_ROLL, 0, {{"Frame_Divisor", 1}}},
         {FG_CAMERASIMULATOR_ROLL, 1, {{"Frame_Divisor", 256}}},
-        {FG_CAMERASIMULATOR_TRIGGER_MODE,
-         8,
-         {{"TriggerValve_FreeRun_Select", 0}, {"TriggerValve_TriggerValve_Mode", 1}}},
-        {FG_CAMERASIMULATOR_TRIGGER_MODE,
-         9,
-         {{"TriggerValve_FreeRun_Select", 0}, {"TriggerValve_TriggerValve_Mode", 2}}},
-        {FG_CAMERASIMULATOR_TRIGGER_MODE,
-         0,
-         {{"TriggerValve_FreeRun_Select", 1}, {"TriggerValve_TriggerValve_Mode", 2}}},
+        {FG_CAMERASIMULATOR_TRIGGER_MODE, 8, {{freeRun, 0}, {valveMode, 1}}},
+        {FG_CAMERASIMULATOR_TRIGGER_MODE, 9, {{freeRun, 0}, {valveMode, 2}}},
+        {FG_CAMERASIMULATOR_TRIGGER_MODE, 0, {{freeRun, 1}, {valveMode, 2}}},
     };
     for (int port = 0; port < 2; ++port)
         for (const Case& c : cases) {
@@ -162,10 +163,7 @@ TEST_F(CamSim, PixelFrequencyModeProgramsGeometryAndTheCachedFrequency) {
     EXPECT_EQ(pixelMHz(53) * 1e6 / double(1032u * 1024u), b.dbl(FG_CAMERASIMULATOR_FRAMERATE, 1));
 
     // Maxima: the gaps take what the geometry leaves.
-    EXPECT_EQ(65536u - 1032u, uintMax(b, FG_CAMERASIMULATOR_LINE_GAP, 1));
-    EXPECT_EQ(65536u, uintMax(b, FG_CAMERASIMULATOR_WIDTH, 1));
-    EXPECT_EQ(65536u, uintMax(b, FG_CAMERASIMULATOR_HEIGHT, 1));
-    EXPECT_EQ(65536u - 1024u, uintMax(b, FG_CAMERASIMULATOR_FRAME_GAP, 1));
+    EXPECT_EQ((std::vector<unsigned>{65536, 65536 - 1032, 65536, 65536 - 1024}), maxima(1));
 }
 
 TEST_F(CamSim, FrameRateModeAppliesTheFrameRateOfStartUp) {
@@ -181,10 +179,7 @@ TEST_F(CamSim, FrameRateModeAppliesTheFrameRateOfStartUp) {
     EXPECT_EQ(1 / (double(1024u * 12207u) * 8e-9), b.dbl(FG_CAMERASIMULATOR_FRAMERATE, 1));
     EXPECT_EQ(12 / (1032 * 8e-9), b.dbl(FG_CAMERASIMULATOR_LINERATE, 1));
     EXPECT_EQ(1500.0, b.dbl(FG_CAMERASIMULATOR_PIXEL_FREQUENCY, 1));
-    EXPECT_EQ(0u, uintMax(b, FG_CAMERASIMULATOR_LINE_GAP, 1));
-    EXPECT_EQ(0u, uintMax(b, FG_CAMERASIMULATOR_FRAME_GAP, 1));
-    EXPECT_EQ(65536u, uintMax(b, FG_CAMERASIMULATOR_WIDTH, 1));
-    EXPECT_EQ(65536u, uintMax(b, FG_CAMERASIMULATOR_HEIGHT, 1));
+    EXPECT_EQ((std::vector<unsigned>{65536, 0, 65536, 0}), maxima(1));
 }
 
 TEST_F(CamSim, GapsReadZeroWhereTheModeIgnoresThemAndComeBackInPixelFrequencyMode) {

@@ -3,11 +3,6 @@
 // board's design values and write log.
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "board_fixture.h"
 
 using namespace orvtest;
@@ -28,12 +23,6 @@ protected:
         if (board.ok()) SimBoard_ClearFaults(board.dev());
     }
 
-    void setU64(const char* name, uint64_t v) {
-        ASSERT_EQ(0, SimBoard_SetValue(board.dev(), name, FG_PARAM_TYPE_UINT64_T, &v)) << name;
-    }
-    void setDouble(const char* name, double v) {
-        ASSERT_EQ(0, SimBoard_SetValue(board.dev(), name, FG_PARAM_TYPE_DOUBLE, &v)) << name;
-    }
     std::string designText(const char* name) {
         char buf[512];
         std::memset(buf, 0, sizeof buf);
@@ -229,11 +218,14 @@ TEST_F(IoStatus, MonitorValuesAreHandedThroughUnscaled) {
         {FG_SYSTEMMONITOR_POWER_REGULATOR_TEMPERATURE, "Device1_Process0_BoardStatus_PowerRegulatorTemperature",
          70.0625},
     };
-    for (const Monitor& m : monitors) setDouble(m.design, m.value);
+    for (const Monitor& m : monitors)
+        ASSERT_EQ(0, SimBoard_SetValue(board.dev(), m.design, FG_PARAM_TYPE_DOUBLE, &m.value)) << m.design;
     for (int port = 0; port < 2; ++port)
         for (const Monitor& m : monitors) EXPECT_EQ(m.value, board.dbl(m.id, port)) << m.design;
 
-    setU64("Device1_Process0_BoardStatus_FpgaDNA", 0x0123456789ABCDEFull);
+    const uint64_t dnaValue = 0x0123456789ABCDEFull;
+    ASSERT_EQ(
+        0, SimBoard_SetValue(board.dev(), "Device1_Process0_BoardStatus_FpgaDNA", FG_PARAM_TYPE_UINT64_T, &dnaValue));
     for (int port = 0; port < 2; ++port) {
         uint64_t dna = 0;
         EXPECT_EQ(0,
@@ -269,53 +261,29 @@ protected:
     const double values[4] = {0.25, 1.5, 2.75, 12.125};
 };
 
-TEST_P(ChannelFields, ElementReadsAcceptChannelsZeroToThree) {
+// Access records must stay inside the four channels; single elements (the
+// rows of one element) are read through element records as well.
+TEST_P(ChannelFields, ReadsMustStayInsideTheFourChannels) {
     for (unsigned i = 0; i < 4; ++i) ASSERT_EQ(0, SimBoard_SetFieldElement(board.dev(), design(), i, values[i]));
+    typedef std::vector<std::pair<unsigned, unsigned>> Ranges;  // index, count
+    const Ranges inside = {{0, 4}, {2, 2}, {0, 1}, {1, 1}, {2, 1}, {3, 1}};
+    const Ranges outside = {{2, 3}, {0, 5},           {4, 0},           {4, 1},           {5, 1},
+                            {1, 4}, {0x80000000u, 1}, {0xFFFFFFFFu, 1}, {0xFFFFFFFFu, 2}, {1, 0xFFFFFFFFu}};
     for (int port = 0; port < 2; ++port) {
-        for (unsigned i = 0; i < 4; ++i) {
-            double v = 0;
-            EXPECT_EQ(0, readElement(i, &v, port)) << i;
-            EXPECT_EQ(values[i], v);
-        }
-        for (unsigned bad : {4u, 5u, 0x80000000u, 0xFFFFFFFFu}) {
-            double v = 0;
-            EXPECT_EQ(FG_ERR_INVALID_PARAMETER, readElement(bad, &v, port)) << bad;
-            EXPECT_EQ(FG_ERR_INVALID_PARAMETER, board.lastError());
-        }
-    }
-}
-
-TEST_P(ChannelFields, AccessRecordsMustStayInsideTheFourChannels) {
-    for (unsigned i = 0; i < 4; ++i) ASSERT_EQ(0, SimBoard_SetFieldElement(board.dev(), design(), i, values[i]));
-    struct Range {
-        unsigned index, count;
-        bool ok;
-    };
-    const Range ranges[] = {
-        {0, 4, true},
-        {2, 2, true},
-        {3, 1, true},
-        {0, 1, true},
-        {2, 3, false},
-        {0, 5, false},
-        {4, 0, false},
-        {4, 1, false},
-        {1, 4, false},
-        {0xFFFFFFFFu, 2, false},
-        {1, 0xFFFFFFFFu, false},
-    };
-    for (int port = 0; port < 2; ++port) {
-        for (const Range& r : ranges) {
-            double out[8];
-            for (double& d : out) d = -99.0;
-            int result = readAccess(r.index, r.count, out, port);
-            if (r.ok) {
-                EXPECT_EQ(0, result) << r.index << "+" << r.count;
-                for (unsigned k = 0; k < r.count; ++k) EXPECT_EQ(values[r.index + k], out[k]);
-            } else {
-                EXPECT_EQ(FG_ERR_INVALID_PARAMETER, result) << r.index << "+" << r.count;
+        for (const bool ok : {true, false}) {
+            for (const auto& r : ok ? inside : outside) {
+                SCOPED_TRACE(::testing::Message() << r.first << "+" << r.second << " port " << port);
+                double out[8];
+                for (double& d : out) d = -99.0;
+                EXPECT_EQ(ok ? 0 : FG_ERR_INVALID_PARAMETER, readAccess(r.first, r.second, out, port));
+                for (unsigned k = 0; ok && k < r.second; ++k) EXPECT_EQ(values[r.first + k], out[k]);
+                EXPECT_EQ(-99.0, out[ok ? r.second : 0]) << "nothing written beyond the request";
+                if (r.second != 1) continue;
+                double v = 0;
+                EXPECT_EQ(ok ? 0 : FG_ERR_INVALID_PARAMETER, readElement(r.first, &v, port));
+                EXPECT_EQ(ok ? 0 : FG_ERR_INVALID_PARAMETER, board.lastError());
+                EXPECT_TRUE(!ok || values[r.first] == v) << v;
             }
-            EXPECT_EQ(-99.0, out[r.ok ? r.count : 0]) << "nothing written beyond the request";
         }
     }
 }

@@ -6,10 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "board_fixture.h"
 #include "test_files.h"
@@ -64,30 +60,27 @@ protected:
         return Fg_setParameterWithType(b.fg(), FG_LUT_VALUE, &a, port, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS);
     }
 
-    // Sets a processing parameter that must be accepted and checks that it
-    // went to the design as exactly one whole-table write of the new table.
+    // Sets a processing parameter (the invert switch as an integer) that must
+    // be accepted and checks that it went to the design as exactly one
+    // whole-table write of the new table.
     void process(int id, double v, int port) {
         b.clearLog();
-        ASSERT_EQ(0, b.setD(id, v, port)) << id << " = " << v;
+        ASSERT_EQ(0, id == FG_PROCESSING_INVERT ? b.set(id, uint32_t(v), port) : b.setD(id, v, port))
+            << id << " = " << v;
         expectOneWholeTableWrite(port);
     }
-    void invert(uint32_t v, int port) {
-        b.clearLog();
-        ASSERT_EQ(0, b.set(FG_PROCESSING_INVERT, v, port));
-        expectOneWholeTableWrite(port);
-    }
-    void expectOneWholeTableWrite(int port) {
+    void expectOneWholeTableWrite(int port) { expectOneTableWrite(port, 0, table(port)); }
+    // One write of `values` from `index` into the port's table, and nothing else.
+    void expectOneTableWrite(int port, unsigned index, const std::vector<uint32_t>& values) {
         const std::vector<SimLogEntry> log = b.log();
         ASSERT_EQ(1u, log.size());
         const SimLogEntry& e = log[0];
         EXPECT_EQ(lutName(port), e.name);
         EXPECT_EQ(unsigned(port), e.dma);
         EXPECT_EQ(FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, e.type);
-        EXPECT_EQ(0u, e.fieldIndex);
-        ASSERT_EQ(unsigned(kLutEntries), e.fieldCount);
-        const std::vector<uint32_t> cached = table(port);
-        std::vector<uint32_t> sent(e.fieldValues, e.fieldValues + e.fieldCount);
-        EXPECT_EQ(cached, sent) << "the cached table differs from the one written";
+        EXPECT_EQ(index, e.fieldIndex);
+        ASSERT_EQ(values.size(), size_t(e.fieldCount));
+        EXPECT_EQ(values, std::vector<uint32_t>(e.fieldValues, e.fieldValues + e.fieldCount)) << "written values";
     }
     void resetProcessing(int port) {
         ASSERT_EQ(0, b.setD(FG_PROCESSING_OFFSET, 0.0, port));
@@ -141,13 +134,8 @@ TEST_F(Lut, GainGammaAndInvertComputeTheTable) {
             SCOPED_TRACE(std::string(c.what) + " port " + std::to_string(port));
             resetProcessing(port);
             for (const auto& s : c.settings) {
-                if (s.first == FG_PROCESSING_INVERT) {
-                    invert(1, port);
-                    EXPECT_EQ(1u, b.u32(FG_PROCESSING_INVERT, port));
-                } else {
-                    process(s.first, s.second, port);
-                    EXPECT_EQ(s.second, b.dbl(s.first, port));
-                }
+                process(s.first, s.second, port);
+                EXPECT_EQ(s.second, s.first == FG_PROCESSING_INVERT ? b.u32(s.first, port) : b.dbl(s.first, port));
             }
             const std::vector<uint32_t> t = table(port);
             for (int i = 0; i < kLutEntries; ++i) ASSERT_EQ(c.entry(i), t[i]) << "input " << i;
@@ -181,7 +169,7 @@ TEST_F(Lut, InfiniteAndHugePowersSaturate) {
     // gamma -1: 1 / base, infinite at input 0; everything ends at the top.
     process(FG_PROCESSING_GAMMA, -1.0, 0);
     EXPECT_EQ(std::vector<uint32_t>(kLutEntries, 4095), table(0));
-    invert(1, 0);
+    process(FG_PROCESSING_INVERT, 1, 0);
     EXPECT_EQ(std::vector<uint32_t>(kLutEntries, 0), table(0));
 
     // gain 4096 with gamma 0.01: base^100 overflows to infinity, giving the top
@@ -295,7 +283,7 @@ TEST_F(Lut, SavedFileLoadsBackIdenticallyOnTheOtherPort) {
     EXPECT_EQ(saved, readFile("port1.lut"));
 
     // In user-file mode a new name loads at once.
-    invert(1, 0);
+    process(FG_PROCESSING_INVERT, 1, 0);
     ASSERT_EQ(0, b.setText(FG_LUT_SAVE_FILE, "inverted.lut", 0));
     b.clearLog();
     ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, "inverted.lut", 1));
@@ -393,14 +381,7 @@ TEST_F(Lut, RangeWritesSendOnlyTheirRangeAndCacheByElementType) {
             for (unsigned k = 0; k < c.count; ++k) v[k] = 4095 - k;
             b.clearLog();
             ASSERT_EQ(0, writeRange(port, fieldAccess(c.vtype, c.index, c.count, v.data())));
-            const std::vector<SimLogEntry> log = b.log();
-            ASSERT_EQ(1u, log.size());
-            EXPECT_EQ(lutName(port), log[0].name);
-            EXPECT_EQ(unsigned(port), log[0].dma);
-            EXPECT_EQ(FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, log[0].type);
-            EXPECT_EQ(c.index, log[0].fieldIndex);
-            ASSERT_EQ(c.count, log[0].fieldCount);
-            EXPECT_EQ(v, std::vector<uint32_t>(log[0].fieldValues, log[0].fieldValues + c.count));
+            expectOneTableWrite(port, c.index, v);
             std::vector<uint32_t> sent = identity();
             std::copy(v.begin(), v.end(), sent.begin() + c.index);
             EXPECT_EQ(sent, designTable(port));
@@ -462,21 +443,22 @@ TEST_F(Lut, EntryReadsCheckTheirBounds) {
         EXPECT_EQ(FG_ERR_INVALID_PARAMETER, readRange(1, ic[0], ic[1], big.data())) << ic[0] << " " << ic[1];
         EXPECT_EQ(0xAAAAAAAAu, big[0]);
     }
-    // Element records: any other type.
-    FieldParameterInt e = {0, 1000};
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT));
-    EXPECT_EQ(2000u, e.value);
-    e = {0, 4095};
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 1, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(4095u, e.value);
-    e = {123, 4096};
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
-              Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 1, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT));
-    EXPECT_EQ(123u, e.value);
-    // Port 0 is untouched by port 1's gain.
-    e = {0, 1000};
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, 0, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT));
-    EXPECT_EQ(1000u, e.value);
+    // Element records, also under any other type; port 0 is untouched by port 1's gain.
+    struct Element {
+        int port;
+        FgParamTypes type;
+        FieldParameterInt e;
+        int rc;
+        uint32_t value;
+    };
+    for (const Element& c : {Element{1, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, {0, 1000}, 0, 2000},
+                             Element{1, FG_PARAM_TYPE_UINT32_T, {0, 4095}, 0, 4095},
+                             Element{1, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, {123, 4096}, FG_ERR_INVALID_PARAMETER, 123},
+                             Element{0, FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, {0, 1000}, 0, 1000}}) {
+        FieldParameterInt e = c.e;
+        EXPECT_EQ(c.rc, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &e, c.port, c.type)) << c.e.index;
+        EXPECT_EQ(c.value, e.value) << c.e.index;
+    }
 }
 
 }  // namespace

@@ -60,12 +60,8 @@ TEST(PropertiesLookup, LetterCaseFollowsTheFlag) {
 
 TEST(PropertiesNames, AscendingAndOnlyOfTheSection) {
     PropertiesFile store(true, true);
-    store.setProperty("s::beta", "1");
-    store.setProperty("s::alpha", "1");
-    store.setProperty("t::aardvark", "1");
-    store.setProperty("s::Zeta", "1");
-    store.setProperty("st::x", "1");
-    store.setProperty("s::sub::name", "1");
+    for (const char* key : {"s::beta", "s::alpha", "t::aardvark", "s::Zeta", "st::x", "s::sub::name"})
+        store.setProperty(key, "1");
     const std::vector<std::string> expected{"Zeta", "alpha", "beta", "sub::name"};
     EXPECT_EQ(expected, store.propertyNames("s"));
     EXPECT_EQ(std::vector<std::string>{"aardvark"}, store.propertyNames("t"));

@@ -1,11 +1,10 @@
 // Region of interest of both ports: the design writes of each setter in order,
 // the range and alignment limits, the mutual narrowing of width and x-offset
 // in the registry, the frame cutting of the trigger block per image trigger
-// mode.
+// mode. Pixel and output format, trigger packet mode, image timeout and image
+// selector: the design value each accepted value becomes, the values refused,
+// and the phase/period coupling of the image selector.
 #include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "board_fixture.h"
 
@@ -33,6 +32,7 @@ protected:
 
     Board b;
 };
+typedef Roi OutputFormat;
 
 // ---- the writes of each setter --------------------------------------------
 
@@ -60,14 +60,11 @@ TEST_F(Roi, WidthAndXOffsetSizeAndMoveTheBuffersAndMirrorOfTheirPortOnly) {
     EXPECT_EQ(u32w(dp(1, "LineMirrorX_Memory_Mem3_XLength"), 2, 1), w[5]);
     EXPECT_EQ(u32w(dp(1, "LineMirrorX_AddrGen_LineWidthMinus1_Value"), 1, 1), w[6]);
     EXPECT_EQ(2048u, b.u32(FG_WIDTH, 0));
-    // Reverse-x switches the line mirror.
-    expectSingleWrites(b, {{FG_REVERSE_X, 1, "LineMirrorX_Enable_SelectSource", 1},
-                           {FG_REVERSE_X, 0, "LineMirrorX_Enable_SelectSource", 0}});
 }
 
 // ---- limits ---------------------------------------------------------------------
 
-TEST_F(Roi, RangeLimitsComeBeforeAlignment) {
+TEST_F(Roi, RangeLimitsComeBeforeAlignmentAndRefusedValuesChangeNothing) {
     for (int port = 0; port < 2; ++port) {
         put(FG_XOFFSET, 0, port);
         put(FG_WIDTH, 32, port);
@@ -81,7 +78,12 @@ TEST_F(Roi, RangeLimitsComeBeforeAlignment) {
                       {FG_YOFFSET, 16777216, {16777217, 0xFFFFFFFFu}},  // not bounded by the height
                       {FG_IMGTRIGGER_ASYNC_HEIGHT, 8, {7, 0}},
                       {FG_IMGTRIGGER_ASYNC_HEIGHT, 16777216, {16777217}},
-                      {FG_REVERSE_X, 1, {2, 0xFFFFFFFFu}}});
+                      {FG_REVERSE_X, 1, {2, 0xFFFFFFFFu}},
+                      {FG_PIXELFORMAT, 258, {0, 1, 256, 260, 0x0201, 0x0103 | 0x10000, 0xFFFFFFFFu}},
+                      {FG_CXP_TRIGGER_PACKET_MODE, 1, {2, 3, 0xFFFFFFFFu}},
+                      {FG_FORMAT, 21, {0, 2, 8, 20, 23, 0xFFFFFFFFu}},
+                      {FG_BITALIGNMENT, 0, {2, 3, 0xFFFFFFFFu}},
+                      {FG_TIMEOUT, 5000, {0, 1, 2147483647u, 2147483648u, 0xFFFFFFFFu}}});
 }
 
 TEST_F(Roi, WidthAndXOffsetShareTheLineMemory) {
@@ -174,7 +176,7 @@ TEST_F(Roi, AsyncHeightTakesEffectInTheMultiBufferMode) {
     put(FG_HEIGHT, 256, 1);
     put(FG_YOFFSET, 3, 1);
     // Outside the mode the async height is only remembered; choosing the
-    // mode cuts the frame with it (test_image_trigger).
+    // mode cuts the frame with it (the image trigger tests).
     EXPECT_TRUE(writesOf(b, FG_IMGTRIGGER_ASYNC_HEIGHT, 4000, 1).empty());
     put(FG_IMGTRIGGERMODE, 8, 1);
 
@@ -186,6 +188,80 @@ TEST_F(Roi, AsyncHeightTakesEffectInTheMultiBufferMode) {
     };
     EXPECT_EQ(expected, writesOf(b, FG_IMGTRIGGER_ASYNC_HEIGHT, 9000, 1));
     EXPECT_EQ(9000u, b.u32(FG_IMGTRIGGER_ASYNC_HEIGHT, 1));
+}
+
+// ---- output format ---------------------------------------------------------------
+
+TEST_F(OutputFormat, EachAcceptedValueWritesItsDesignValueOnItsPort) {
+    expectSingleWrites(b, {
+                              {FG_PIXELFORMAT, 259, "12BitSelector_PixelFormat_SelectSource", 2},
+                              {FG_PIXELFORMAT, 258, "12BitSelector_PixelFormat_SelectSource", 1},
+                              {FG_PIXELFORMAT, 257, "12BitSelector_PixelFormat_SelectSource", 0},
+                              {FG_CXP_TRIGGER_PACKET_MODE, 1, "Camera_Camera_TxTriggerPacketMode", 1},
+                              {FG_CXP_TRIGGER_PACKET_MODE, 0, "Camera_Camera_TxTriggerPacketMode", 0},
+                              {FG_FORMAT, 1, "OutputFormat_FG_FORMAT_SelectSource", 0},
+                              {FG_FORMAT, 22, "OutputFormat_FG_FORMAT_SelectSource", 3},
+                              {FG_FORMAT, 21, "OutputFormat_FG_FORMAT_SelectSource", 2},
+                              {FG_FORMAT, 3, "OutputFormat_FG_FORMAT_SelectSource", 1},
+                              {FG_BITALIGNMENT, 0, "OutputFormat_FG_BITALIGNMENT_Value", 0},
+                              {FG_BITALIGNMENT, 1, "OutputFormat_FG_BITALIGNMENT_Value", 1},
+                              {FG_IMG_SELECT_PERIOD, 7, "ImageSelector_FG_IMG_SELECT_PERIOD_Divisor", 7},
+                              {FG_IMG_SELECT, 6, "ImageSelector_FG_IMG_SELECT_PHASE_Number", 6},
+                              // Reverse-x switches the line mirror.
+                              {FG_REVERSE_X, 1, "LineMirrorX_Enable_SelectSource", 1},
+                              {FG_REVERSE_X, 0, "LineMirrorX_Enable_SelectSource", 0},
+                          });
+    // The image timeout goes to the host's own timeout of the port.
+    for (int port = 0; port < 2; ++port)
+        for (uint32_t v : {2u, 2147483646u, 5000u})
+            EXPECT_EQ(std::vector<Write>{u32w("FG_TIMEOUT", v, port)}, writesOf(b, FG_TIMEOUT, v, port));
+    // The pixel depth is 12 whatever the pixel format.
+    for (uint32_t format : {257u, 258u, 259u}) {
+        put(FG_PIXELFORMAT, format, 1);
+        EXPECT_EQ(12u, b.u32(FG_PIXELDEPTH, 1));
+    }
+}
+
+TEST_F(OutputFormat, PortsKeepTheirOwnValues) {
+    struct {
+        int id;
+        uint32_t port1, port0;
+    } const values[] = {{FG_PIXELFORMAT, 259, 257}, {FG_FORMAT, 22, 3},
+                        {FG_BITALIGNMENT, 0, 1},    {FG_CXP_TRIGGER_PACKET_MODE, 1, 0},
+                        {FG_TIMEOUT, 77, 1000000},  {FG_IMG_SELECT_PERIOD, 9, 1},
+                        {FG_IMG_SELECT, 8, 0}};
+    for (const auto& v : values) put(v.id, v.port1, 1);
+    // Port 0 still reads what the applet was constructed with ...
+    for (const auto& v : values) EXPECT_EQ(v.port0, b.u32(v.id, 0)) << v.id;
+    // ... and its phase is still bound by its own period.
+    expectRejected(b, FG_IMG_SELECT, 8, 0);
+}
+
+// Port 1 here; PortsKeepTheirOwnValues shows port 0 bound by its own period.
+TEST_F(OutputFormat, ImageSelectorPhaseStaysBelowThePeriod) {
+    // From period 1, phase 0: the phase cannot move first.
+    expectRejected(b, FG_IMG_SELECT, 1, 1);
+    put(FG_IMG_SELECT_PERIOD, 2, 1);
+    put(FG_IMG_SELECT, 1, 1);
+    expectRejected(b, FG_IMG_SELECT_PERIOD, 1, 1);
+    expectRejected(b, FG_IMG_SELECT, 2, 1);
+
+    // Going from period 4, phase 3 to period 2, phase 1 lowers the phase first.
+    put(FG_IMG_SELECT_PERIOD, 4, 1);
+    put(FG_IMG_SELECT, 3, 1);
+    expectRejected(b, FG_IMG_SELECT_PERIOD, 2, 1);
+    expectRejected(b, FG_IMG_SELECT_PERIOD, 3, 1);
+    put(FG_IMG_SELECT, 1, 1);
+    put(FG_IMG_SELECT_PERIOD, 2, 1);
+
+    // Limits of the period and the phase.
+    for (uint32_t v : {0u, 257u, 0xFFFFFFFFu}) expectRejected(b, FG_IMG_SELECT_PERIOD, v, 1);
+    expectRejected(b, FG_IMG_SELECT, 255, 1);
+    put(FG_IMG_SELECT_PERIOD, 256, 1);
+    put(FG_IMG_SELECT, 255, 1);
+    expectRejected(b, FG_IMG_SELECT, 256, 1);
+    expectRejected(b, FG_IMG_SELECT, 0xFFFFFFFFu, 1);
+    expectRejected(b, FG_IMG_SELECT_PERIOD, 255, 1);
 }
 
 }  // namespace
