@@ -62,14 +62,6 @@ mode_t modeOf(const std::string& p) {
     return ::stat(p.c_str(), &st) == 0 ? (st.st_mode & 07777) : 0;
 }
 
-// The single-table form of a lookup-table file, as the format defines it.
-std::string lutText(const std::vector<unsigned>& entries) {
-    std::string s = "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=" + std::to_string(entries.size()) +
-                    ";\nformat=0;\nnumber=0;\n";
-    for (size_t i = 0; i < entries.size(); ++i) s += std::to_string(i) + "," + std::to_string(entries[i]) + ";\n";
-    return s;
-}
-
 }  // namespace
 
 TEST_F(TextFile, SearchSeesThePiecesALineReaderSees) {
@@ -189,7 +181,7 @@ TEST_F(TextFile, SaveKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
         a[i] = i;
         b[i] = 4095 - i;
     }
-    const std::string textA = lutText(a), textB = lutText(b);
+    const std::string textA = orvtest::lutFileText(a), textB = orvtest::lutFileText(b);
     char shm[] = "/dev/shm/orv-killXXXXXX";
     const bool inMemory = mkdtemp(shm) != nullptr;
     const std::string p = inMemory ? std::string(shm) + "/killed.lut" : path("killed.lut");
@@ -234,8 +226,6 @@ TEST_F(TextFile, SaveKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
     // Both outcomes occur, so the kills did land inside the loop.
     EXPECT_GT(sawA, 0);
     EXPECT_GT(sawB, 0);
-    std::printf(
-        "300 saving processes killed within %ld us (a save takes %ld us%s): %d times the first table, "
-        "%d the second\n",
-        window, saveMicros, inMemory ? " in /dev/shm" : "", sawA, sawB);
+    std::printf("300 saves killed within %ld us (a save: %ld us%s): %d times the first table, %d the second\n", window,
+                saveMicros, inMemory ? " in /dev/shm" : "", sawA, sawB);
 }
