@@ -1,10 +1,8 @@
 // appletctl run as a user runs it: the built program is started as a child
 // process without LD_LIBRARY_PATH, with its standard input taken from a file
-// (or a terminal), and its exit status, standard output and standard error
-// are checked.
-#include <fcntl.h>
+// (or typed on a terminal), and its exit status, standard output and standard
+// error are checked.
 #include <gtest/gtest.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,8 +22,6 @@
 #ifdef TEST_HAVE_PNG
 #include <png.h>
 #endif
-
-extern char** environ;
 
 namespace {
 
@@ -67,81 +63,53 @@ const char* tool() {
     return t ? t : "";
 }
 
-// Runs a program (argv[0] a path) with `input` on standard input. On a
-// terminal, standard input and standard error are the terminal, `input` is
-// typed, and `err` is what the terminal showed (echo included).
-Outcome runProgram(const Args& argvIn, const std::string& input, bool terminal = false) {
-    static int serial = 0;
-    const std::string base = "run" + std::to_string(getpid()) + "_" + std::to_string(++serial);
-    const std::string in = base + ".in", out = base + ".out", err = base + ".err";
-    Outcome r;
-    int master = -1;
-    std::string slave = in;
-    if (terminal) {
-        master = posix_openpt(O_RDWR | O_NOCTTY);
-        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) return r.err = "no terminal", r;
-        slave = ptsname(master);
-        fcntl(master, F_SETFL, O_NONBLOCK);
-    } else {
-        writeFile(in, input);
-    }
-    std::vector<char*> argv;
-    for (const std::string& a : argvIn) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    // The user's environment without a library path (the tool finds the
-    // runtime and the applet by itself) and without the switches that change
-    // the applet's parameter set.
+// A word as the shell reads it back unchanged.
+std::string quoted(const std::string& word) {
+    std::string q = "'";
+    for (char c : word) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+// Runs a program (argv[0] a path) with `input` on standard input, in the
+// user's environment without a library path (the tool finds the runtime and
+// the applet by itself) and without the switches that change the applet's
+// parameter set.
+Outcome runProgram(const Args& argv, const std::string& input) {
     for (const char* v : {"LD_LIBRARY_PATH", "TERVIK_APPLET_PATH", "TERVIK_ENABLE_DRA", "TERVIK_ENABLE_DQORA",
                           "__TERVIK_FORCE_EXTERNAL_HAP"})
         unsetenv(v);
-
-    posix_spawn_file_actions_t fa;
-    posix_spawn_file_actions_init(&fa);
-    posix_spawn_file_actions_addopen(&fa, 0, slave.c_str(), O_RDWR, 0);
-    posix_spawn_file_actions_addopen(&fa, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (terminal)
-        posix_spawn_file_actions_adddup2(&fa, 0, 2);
-    else
-        posix_spawn_file_actions_addopen(&fa, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    pid_t pid = 0;
-    const int rc = posix_spawn(&pid, argv[0], &fa, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&fa);
-    int st = 0;
-    if (rc != 0) {
-        r.err = "cannot start " + argvIn[0] + ": " + std::strerror(rc);
-    } else if (terminal) {
-        if (write(master, input.data(), input.size()) != ssize_t(input.size())) r.err = "typing failed\n";
-        // Read what the terminal shows so that nothing blocks, to the end.
-        char buf[256];
-        for (bool ended = false;;) {
-            const ssize_t n = read(master, buf, sizeof buf);
-            if (n > 0)
-                r.err.append(buf, size_t(n));
-            else if (ended)
-                break;
-            else if (!(ended = waitpid(pid, &st, WNOHANG) != 0))
-                usleep(1000);
-        }
-    } else {
-        while (waitpid(pid, &st, 0) < 0) {
-        }
-    }
-    if (master >= 0) close(master);
-    if (rc == 0) {
-        r.exited = WIFEXITED(st);
-        r.status = r.exited ? WEXITSTATUS(st) : -WTERMSIG(st);
-        r.out = readFile(out);
-        if (!terminal) r.err = readFile(err);
-    }
-    for (const std::string& f : {in, out, err}) std::remove(f.c_str());
+    static int serial = 0;
+    const std::string base = "run" + std::to_string(getpid()) + "_" + std::to_string(++serial);
+    std::string command = "exec";
+    for (const std::string& a : argv) command += " " + quoted(a);
+    writeFile(base + ".in", input);
+    const int st = std::system((command + " <" + base + ".in >" + base + ".out 2>" + base + ".err").c_str());
+    Outcome r;
+    r.exited = WIFEXITED(st);
+    r.status = r.exited ? WEXITSTATUS(st) : -WTERMSIG(st);
+    r.out = readFile(base + ".out");
+    r.err = readFile(base + ".err");
+    for (const char* f : {".in", ".out", ".err"}) std::remove((base + f).c_str());
     return r;
 }
 
 // Runs appletctl with the arguments and `input` on standard input.
-Outcome run(const Args& args, const std::string& input = std::string(), bool terminal = false) {
+Outcome run(const Args& args, const std::string& input = std::string()) {
     Args argv = {tool()};
     argv.insert(argv.end(), args.begin(), args.end());
-    return runProgram(argv, input, terminal);
+    return runProgram(argv, input);
+}
+
+// Runs appletctl on a terminal (standard input and standard error; standard
+// output goes to a file) with `typed` typed on it: `err` is what the terminal
+// showed, the typing echoed included.
+Outcome runOnTerminal(const std::string& args, const std::string& typed) {
+    Outcome r =
+        runProgram({"/usr/bin/script", "-qec", "exec \"$APPLETCTL\" " + args + " >tty.out", "/dev/null"}, typed);
+    r.err = r.out;
+    r.out = readFile("tty.out");
+    std::remove("tty.out");
+    return r;
 }
 
 std::vector<std::string> lines(const std::string& text) {
@@ -552,7 +520,7 @@ TEST(ToolFiles, XmlOutputReplacesAFileOnlyWhenComplete) {
 // ---- scripts and the terminal session ---------------------------------------------------
 
 TEST(ToolSession, ATerminalSessionKeepsTheBoardOpenAndGoesOnAfterAMistake) {
-    Outcome r = run("-", "set FG_WIDTH=2048\nbogus\nget FG_WIDTH\n\x04", true);
+    Outcome r = runOnTerminal("-", "set FG_WIDTH=2048\nbogus\nget FG_WIDTH\n\x04");
     EXPECT_RUN(r, 2);  // a mistake in the session shows in the exit status
     EXPECT_EQ("FG_WIDTH@0 = 2048\nFG_WIDTH@0 = 2048\n", r.out);
     EXPECT_TRUE(contains(r.err, "appletctl> ")) << r.err;
@@ -936,7 +904,7 @@ TEST(ToolGrab, ATriggeredPortWithoutTriggerTimesOutAndLeavesTheOldStrip) {
 }
 
 TEST(ToolGrab, ProgressLineOnATerminal) {
-    Outcome r = run("set FG_HEIGHT=8 grab -n 3 -o grab_tty-%d.pgm", "", true);
+    Outcome r = runOnTerminal("set FG_HEIGHT=8 grab -n 3 -o grab_tty-%d.pgm", "");
     EXPECT_RUN(r, 0);
     EXPECT_TRUE(hasParts(r.err, "grab: 3/3 frames| fps | MB/s  0 lost"));
 }
