@@ -372,6 +372,11 @@ const Call kCalls[] = {
      "clean.mcf: no problems (configuration file)\nclean.lut: no problems (lookup-table file)\n"
      "own.lut: no problems (lookup-table file)\n"},
     {"load clean.mcf", 0, "", nullptr},
+    // Files as a whole: line ends, binary content, a short table (the count
+    // it states is right, but the table has 4096 entries).
+    {"-k check crlf.mcf check binary.mcf check short.lut", 1, "", nullptr,
+     "crlf.mcf:1: line ends with a carriage return|binary.mcf: binary file|short.lut:8: nrOfElements=100: the table "
+     "has 4096 entries|short.lut: 3996 of 4096 entries missing (first: 100)"},
     // diff compares files and the board parameter by parameter.
     {"save a.mcf set FG_WIDTH=512@1 set FG_FORMAT=FG_GRAY16 save b.mcf", 0, "", nullptr},
     {"diff a.mcf b.mcf diff b.mcf - diff a.mcf -", 0, "", nullptr,
@@ -394,6 +399,11 @@ TEST(ToolCalls, EachCallEndsWithItsStatusMessagesAndOutput) {
     writeFile("late-error.txt", "set FG_WIDTH=2048\nsave never.mcf\n\nget FG_WIDTH extra\n");
     writeFile("script.txt", "set FG_HEIGHT=77\nget FG_HEIGHT\n");
     writeFile("own.lut", joined(lutLines(4096)));
+    writeFile("short.lut", joined(lutLines(100)));
+    writeFile("binary.mcf", std::string("[Kamerasektion]\n\0\x01\x02", 19));
+    std::string crlf;
+    for (const std::string& l : savedDefaults()) crlf += l + "\r\n";
+    writeFile("crlf.mcf", crlf);
     for (const char* f : {"absent.mcf", "absent.lut", "never.mcf", "frame-0001.pgm", "roundtrip.mcf", "inverted.lut",
                           "clean.mcf", "clean.lut", "a.mcf", "b.mcf"})
         std::remove(f);
@@ -576,15 +586,6 @@ TEST(ToolCheck, EachProblemOfAConfigurationFileIsNamedWithItsLine) {
         EXPECT_TRUE(found) << want << "\nin:\n" << r.out;
         EXPECT_TRUE(contains(r.err, "check broken.mcf: ")) << r.err;
     }
-    // The file as a whole: line ends and binary content.
-    std::string crlf;
-    for (const std::string& l : base) crlf += l + "\r\n";
-    writeFile("crlf.mcf", crlf);
-    writeFile("binary.mcf", std::string("[Kamerasektion]\n\0\x01\x02", 19));
-    Outcome r = run("-k check crlf.mcf check binary.mcf");
-    EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.out, "crlf.mcf:1: line ends with a carriage return")) << r.out;
-    EXPECT_TRUE(contains(r.out, "binary.mcf: binary file")) << r.out;
 }
 
 TEST(ToolCheck, EachProblemOfALookupTableFileIsNamedWithItsLine) {
@@ -616,12 +617,6 @@ TEST(ToolCheck, EachProblemOfALookupTableFileIsNamedWithItsLine) {
         const std::string want = "broken.lut:" + std::to_string(c.line) + ": " + c.message;
         EXPECT_TRUE(contains(r.out, want)) << want << "\nin:\n" << r.out;
     }
-    // A short table: the count it states is right, but the table has 4096 entries.
-    writeFile("short.lut", joined(lutLines(100)));
-    Outcome r = run("check short.lut");
-    EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.out, "short.lut:8: nrOfElements=100: the table has 4096 entries")) << r.out;
-    EXPECT_TRUE(contains(r.out, "short.lut: 3996 of 4096 entries missing (first: 100)")) << r.out;
 }
 
 TEST(ToolLoad, LoadReportsEachValueTheBoardDidNotTake) {
@@ -829,22 +824,20 @@ TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
     };
     for (const GrabCase& g : cases) {
         SCOPED_TRACE(g.name);
-        const std::string base = std::string("grab_") + g.name, at = "@" + std::to_string(g.port);
-        Args args;
-        for (const std::string& s : std::vector<std::string>{
-                 "FG_CAMERASIMULATOR_ENABLE=1", "FG_CAMERASIMULATOR_WIDTH=" + std::to_string(kSimWidth),
-                 "FG_CAMERASIMULATOR_HEIGHT=" + std::to_string(kSimHeight),
-                 "FG_CAMERASIMULATOR_PATTERN=" + std::to_string(g.pattern),
-                 "FG_CAMERASIMULATOR_PATTERN_OFFSET=" + std::to_string(kOffset),
-                 std::string("FG_CAMERASIMULATOR_ROLL=1"), "FG_PIXELFORMAT=" + std::to_string(g.pixelFormat),
-                 "FG_WIDTH=" + std::to_string(kWidth), "FG_HEIGHT=" + std::to_string(kHeight),
-                 "FG_FORMAT=" + std::to_string(g.format), "FG_BITALIGNMENT=" + std::to_string(g.alignment)})
-            args.insert(args.end(), {"set", s + at});
-        args.insert(args.end(), {"grab", "--port", std::to_string(g.port), "-n", std::to_string(g.frames), "-o",
-                                 base + (g.strip ? "" : "-%03d") + g.type});
-        if (g.strip) args.push_back("--strip");
+        const std::string base = std::string("grab_") + g.name;
+        auto set = [&](const char* name, uint32_t v) {
+            return std::string("set ") + name + "=" + std::to_string(v) + "@" + std::to_string(g.port) + " ";
+        };
+        const std::string command =
+            set("FG_CAMERASIMULATOR_ENABLE", 1) + set("FG_CAMERASIMULATOR_WIDTH", kSimWidth) +
+            set("FG_CAMERASIMULATOR_HEIGHT", kSimHeight) + set("FG_CAMERASIMULATOR_PATTERN", g.pattern) +
+            set("FG_CAMERASIMULATOR_PATTERN_OFFSET", kOffset) + set("FG_CAMERASIMULATOR_ROLL", 1) +
+            set("FG_PIXELFORMAT", g.pixelFormat) + set("FG_WIDTH", kWidth) + set("FG_HEIGHT", kHeight) +
+            set("FG_FORMAT", g.format) + set("FG_BITALIGNMENT", g.alignment) + "grab --port " + std::to_string(g.port) +
+            " -n " + std::to_string(g.frames) + " -o " + base + (g.strip ? "" : "-%03d") + g.type +
+            (g.strip ? " --strip" : "");
         const bool png = std::string(g.type) == ".png";
-        Outcome r = run(args);
+        Outcome r = run(command);
 #ifndef TEST_HAVE_PNG
         if (png) {
             EXPECT_RUN(r, 2);
