@@ -10,17 +10,9 @@
 #include <string>
 
 #include "Fg_Log.h"
+#include "test_files.h"
 
 namespace supporttest {
-
-// The whole content of a stream from its start ("<missing>" for none).
-inline std::string readAll(std::FILE* f) {
-    if (f == nullptr) return "<missing>";
-    std::string s;
-    std::rewind(f);
-    for (int c; (c = std::fgetc(f)) != EOF;) s.push_back(static_cast<char>(c));
-    return s;
-}
 
 // Each test works in a fresh directory below the working directory.
 class ScratchDir : public ::testing::Test {
@@ -30,20 +22,10 @@ protected:
     std::string path(const std::string& name) const { return std::string(m_dir) + "/" + name; }
     std::string write(const std::string& name, const std::string& content) const {
         const std::string p = path(name);
-        std::FILE* f = std::fopen(p.c_str(), "wb");
-        EXPECT_NE(nullptr, f) << p;
-        if (f != nullptr) {
-            std::fwrite(content.data(), 1, content.size(), f);
-            std::fclose(f);
-        }
+        EXPECT_TRUE(orvtest::writeFile(p, content)) << p;
         return p;
     }
-    static std::string read(const std::string& p) {
-        std::FILE* f = std::fopen(p.c_str(), "rb");
-        const std::string s = readAll(f);
-        if (f != nullptr) std::fclose(f);
-        return s;
-    }
+    static std::string read(const std::string& p) { return orvtest::readFile(p); }
 
     char m_dir[16] = "scratchXXXXXX";
 };
@@ -54,8 +36,11 @@ class CapturedLog : public Fg_Log {
 public:
     CapturedLog() : m_stream(std::tmpfile()) { attachStream(m_stream); }
     std::string text() {
+        std::string s;
         std::fflush(m_stream);
-        return readAll(m_stream);
+        std::rewind(m_stream);
+        for (int c; (c = std::fgetc(m_stream)) != EOF;) s.push_back(static_cast<char>(c));
+        return s;
     }
 
 private:

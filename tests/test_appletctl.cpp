@@ -1,9 +1,8 @@
 // appletctl run as a user runs it: the built program is started as a child
-// process without LD_LIBRARY_PATH, with its standard input taken from a file,
-// and its exit status, standard output and standard error are checked.
-#include <fcntl.h>
+// process without LD_LIBRARY_PATH, with its standard input taken from a file
+// (or typed on a terminal), and its exit status, standard output and standard
+// error are checked.
 #include <gtest/gtest.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,7 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <initializer_list>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,8 +22,6 @@
 #ifdef TEST_HAVE_PNG
 #include <png.h>
 #endif
-
-extern char** environ;
 
 namespace {
 
@@ -37,84 +34,101 @@ struct Outcome {
     std::string out, err;
 };
 
+// The words of a command line: a text split at its spaces, or the words one by one.
+struct Args : std::vector<std::string> {
+    Args() = default;
+    Args(const char* line) {  // NOLINT(google-explicit-constructor)
+        std::istringstream in(line);
+        for (std::string w; in >> w;) push_back(w);
+    }
+    Args(const std::string& line) : Args(line.c_str()) {}  // NOLINT(google-explicit-constructor)
+    Args(std::initializer_list<std::string> words) : std::vector<std::string>(words) {}
+};
+
 bool fileExists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// Whether `text` contains the parts (separated by '|') one after the other.
+::testing::AssertionResult hasParts(const std::string& text, const std::string& parts) {
+    std::stringstream ss(parts);
+    size_t at = 0;
+    for (std::string part; std::getline(ss, part, '|'); at += part.size())
+        if ((at = text.find(part, at)) == std::string::npos)
+            return ::testing::AssertionFailure() << "no '" << part << "' (in this order) in:\n" << text;
+    return ::testing::AssertionSuccess();
+}
 
 const char* tool() {
     const char* t = std::getenv("APPLETCTL");
     return t ? t : "";
 }
 
-// Runs a program (argv[0] a path) with `input` on standard input.
-Outcome runProgram(const std::vector<std::string>& argvIn, const std::string& input);
+// A word as the shell reads it back unchanged.
+std::string quoted(const std::string& word) {
+    std::string q = "'";
+    for (char c : word) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+// Runs a program (argv[0] a path) with `input` on standard input, in the
+// user's environment without a library path (the tool finds the runtime and
+// the applet by itself) and without the switches that change the applet's
+// parameter set.
+Outcome runProgram(const Args& argv, const std::string& input) {
+    for (const char* v : {"LD_LIBRARY_PATH", "TERVIK_APPLET_PATH", "TERVIK_ENABLE_DRA", "TERVIK_ENABLE_DQORA",
+                          "__TERVIK_FORCE_EXTERNAL_HAP"})
+        unsetenv(v);
+    static int serial = 0;
+    const std::string base = "run" + std::to_string(getpid()) + "_" + std::to_string(++serial);
+    std::string command = "exec";
+    for (const std::string& a : argv) command += " " + quoted(a);
+    writeFile(base + ".in", input);
+    const int st = std::system((command + " <" + base + ".in >" + base + ".out 2>" + base + ".err").c_str());
+    Outcome r;
+    r.exited = WIFEXITED(st);
+    r.status = r.exited ? WEXITSTATUS(st) : -WTERMSIG(st);
+    r.out = readFile(base + ".out");
+    r.err = readFile(base + ".err");
+    for (const char* f : {".in", ".out", ".err"}) std::remove((base + f).c_str());
+    return r;
+}
 
 // Runs appletctl with the arguments and `input` on standard input.
-Outcome run(const std::vector<std::string>& args, const std::string& input = std::string()) {
-    std::vector<std::string> argv = {tool()};
+Outcome run(const Args& args, const std::string& input = std::string()) {
+    Args argv = {tool()};
     argv.insert(argv.end(), args.begin(), args.end());
     return runProgram(argv, input);
 }
 
-Outcome runProgram(const std::vector<std::string>& argvIn, const std::string& input) {
-    static int serial = 0;
-    const std::string base = "run" + std::to_string(getpid()) + "_" + std::to_string(++serial);
-    const std::string in = base + ".in", out = base + ".out", err = base + ".err";
-    writeFile(in, input);
-
-    std::vector<char*> argv;
-    for (const std::string& a : argvIn) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    // The user's environment without a library path (the tool finds the
-    // runtime and the applet by itself) and without the switches that change
-    // the applet's parameter set.
-    static const char* const dropped[] = {"LD_LIBRARY_PATH=", "TERVIK_APPLET_PATH=", "TERVIK_ENABLE_DRA=",
-                                          "TERVIK_ENABLE_DQORA=", "__TERVIK_FORCE_EXTERNAL_HAP="};
-    std::vector<char*> envp;
-    for (char** e = environ; *e; ++e) {
-        bool keep = true;
-        for (const char* d : dropped) keep = keep && std::strncmp(*e, d, std::strlen(d)) != 0;
-        if (keep) envp.push_back(*e);
-    }
-    envp.push_back(nullptr);
-
-    posix_spawn_file_actions_t fa;
-    posix_spawn_file_actions_init(&fa);
-    posix_spawn_file_actions_addopen(&fa, 0, in.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&fa, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&fa, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    Outcome r;
-    pid_t pid = 0;
-    int rc = posix_spawn(&pid, argv[0], &fa, nullptr, argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&fa);
-    if (rc != 0) {
-        r.err = "cannot start " + argvIn[0] + ": " + std::strerror(rc);
-        return r;
-    }
-    int st = 0;
-    while (waitpid(pid, &st, 0) < 0) {
-    }
-    r.exited = WIFEXITED(st);
-    r.status = r.exited ? WEXITSTATUS(st) : -WTERMSIG(st);
-    r.out = readFile(out);
-    r.err = readFile(err);
-    for (const std::string& f : {in, out, err}) std::remove(f.c_str());
+// Runs appletctl on a terminal (standard input and standard error; standard
+// output goes to a file) with `typed` typed on it: `err` is what the terminal
+// showed, the typing echoed included.
+Outcome runOnTerminal(const std::string& args, const std::string& typed) {
+    Outcome r =
+        runProgram({"/usr/bin/script", "-qec", "exec \"$APPLETCTL\" " + args + " >tty.out", "/dev/null"}, typed);
+    r.err = r.out;
+    r.out = readFile("tty.out");
+    std::remove("tty.out");
     return r;
 }
-
-bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> out;
     std::stringstream ss(text);
-    std::string l;
-    while (std::getline(ss, l)) out.push_back(l);
+    for (std::string l; std::getline(ss, l);) out.push_back(l);
     return out;
+}
+
+std::string joined(const std::vector<std::string>& ls) {
+    std::string s;
+    for (const std::string& l : ls) s += l + "\n";
+    return s;
 }
 
 // The line of `list` output for one parameter (empty when missing).
 std::string row(const std::string& listing, const std::string& name) {
-    for (const std::string& l : lines(listing)) {
+    for (const std::string& l : lines(listing))
         if (l.compare(0, name.size() + 1, name + " ") == 0) return l;
-    }
     return std::string();
 }
 
@@ -128,13 +142,36 @@ bool validUtf8(const std::string& s) {
                    : (c >= 0xF0 && c <= 0xF4) ? 3
                                               : 9;
         if (n == 9) return false;
-        for (size_t k = 1; k <= n; ++k) {
+        for (size_t k = 1; k <= n; ++k)
             if (i + k >= s.size() || (static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return false;
-        }
         i += n + 1;
     }
     return true;
 }
+
+// The temporary files ".NAME.*" a replacing write left in the working directory.
+size_t temporaryFilesOf(const std::string& name) {
+    Outcome ls = runProgram({"/bin/sh", "-c", "ls -a | grep -c '^\\." + name + "\\.' || true"}, "");
+    return std::strtoul(ls.out.c_str(), nullptr, 10);
+}
+
+// The 1-based line of KEY= after the section line (of the section line for no key).
+unsigned lineOf(const std::vector<std::string>& ls, const std::string& section, const std::string& key) {
+    size_t i = 0;
+    while (i < ls.size() && ls[i] != section) ++i;
+    if (key.empty()) return static_cast<unsigned>(i + 1);
+    for (++i; i < ls.size(); ++i)
+        if (ls[i].compare(0, key.size() + 1, key + "=") == 0) return static_cast<unsigned>(i + 1);
+    return 0;
+}
+
+// The lines of a lookup-table file of n entries 4095, 4094, ...
+std::vector<std::string> lutLines(unsigned n) {
+    std::vector<unsigned> entries;
+    for (unsigned i = 0; i < n; ++i) entries.push_back(4095 - i);
+    return lines(orvtest::lutFileText(entries));
+}
+const unsigned kFirstEntryLine = 11;  // line of entry 0 in lutLines
 
 #define EXPECT_RUN(r, code)                                                                \
     do {                                                                                   \
@@ -142,191 +179,264 @@ bool validUtf8(const std::string& s) {
         EXPECT_EQ((code), (r).status) << "stdout:\n" << (r).out << "stderr:\n" << (r).err; \
     } while (0)
 
-// ---- help and usage errors --------------------------------------------------
+// The lines of a configuration file the board saved with its default values.
+std::vector<std::string> savedDefaults() {
+    std::remove("base.mcf");
+    EXPECT_EQ(0, run("save base.mcf").status);
+    return lines(readFile("base.mcf"));
+}
+
+// ---- help ---------------------------------------------------------------------
 
 const char* const kCommandWords[] = {"info", "list", "get",  "set", "describe", "reset", "diff", "check",
                                      "xml",  "save", "load", "lut", "grab",     "serve", "help"};
 
-TEST(ToolUsage, HelpOfTheToolNamesEveryCommandAndTheExitStatus) {
+TEST(ToolUsage, HelpOfTheToolAndOfEveryCommand) {
     for (const char* flag : {"--help", "-h"}) {
         Outcome r = run({flag});
         EXPECT_RUN(r, 0);
-        EXPECT_TRUE(contains(r.out, "Usage: appletctl")) << r.out;
+        EXPECT_TRUE(contains(r.out, "Usage: appletctl [OPTIONS]")) << r.out;
         for (const char* w : kCommandWords) EXPECT_TRUE(contains(r.out, std::string("\n  ") + w)) << w;
         EXPECT_TRUE(contains(r.out, "Exit status")) << r.out;
         EXPECT_EQ("", r.err);
+        EXPECT_EQ(r.out, run("help").out);
     }
-    Outcome h = run({"help"});
-    EXPECT_RUN(h, 0);
-    EXPECT_TRUE(contains(h.out, "Usage: appletctl [OPTIONS]"));
-}
-
-TEST(ToolUsage, EveryCommandHasItsOwnHelp) {
     for (const char* w : kCommandWords) {
-        const std::string usage = std::string("Usage: appletctl ") + w;
         Outcome a = run({w, "--help"});
         EXPECT_RUN(a, 0);
-        EXPECT_EQ(0u, a.out.find(usage)) << a.out;
-        Outcome b = run({"help", w});
-        EXPECT_RUN(b, 0);
-        EXPECT_EQ(a.out, b.out) << w;
+        EXPECT_EQ(0u, a.out.find(std::string("Usage: appletctl ") + w)) << a.out;
+        EXPECT_EQ(a.out, run({"help", w}).out) << w;
     }
+}
+
+// ---- single calls: exit status, messages and output ------------------------------
+
+// One call of the tool: its exit status, the parts standard error shows
+// (separated by '|'; with status 0 it is empty), standard output exactly
+// (nullptr: not checked), parts standard output shows in this order, and
+// standard input. The calls run in turn: a file one writes, a later one reads.
+struct Call {
+    Args args;
+    int status;
+    const char* err;
+    const char* out = "";
+    const char* shows = "";
+    std::string input = std::string();
+};
+
+const char *const kW = "FG_WIDTH@0 = 1024\n", *const kGain = "FG_PROCESSING_GAIN@0 = 1\n";
+const std::string kChanges =
+    "set FG_WIDTH=2048 set FG_XOFFSET=512 set FG_FORMAT=FG_GRAY12@1 set FG_LINEPERIODE=100@1 set "
+    "FG_PROCESSING_GAIN=2 set FG_CAMERASIMULATOR_SELECT_MODE=0@1 ";
+const std::string kLong(100000, 'A'), kLongText = "FG_LUT_SAVE_FILE=" + std::string(5000, 'x') + ".lut";
+
+// Exit status 2: a usage error, nothing runs (and every usage error of a
+// script is reported, even with -k). 1: a failure, named with its code and
+// meaning. Messages cut long arguments and show odd bytes as valid UTF-8.
+const Call kCalls[] = {
+    {{}, 2, "no command given"},
+    {"get FG_WIDTH frobnicate", 2, "unknown command 'frobnicate'"},
+    {"--frob info", 2, "unknown option '--frob'"},
+    {"get", 2, "get: missing NAME[@P]"},
+    {"set FG_WIDTH", 2, "set: expected NAME=VALUE"},
+    {"set =", 2, "set: missing parameter name"},
+    {"lut copy x.lut", 2, "lut: expected 'save' or 'load', not 'copy'"},
+    {"list --frob", 2, "list: unknown option '--frob'"},
+    {"diff a.mcf", 2, "diff: missing B"},
+    {"help frob", 2, "unknown command 'frob'"},
+    {"xml -o", 2, "xml: -o needs a value"},
+    {"list --port x", 2, "list: bad port 'x'"},
+    {"--board zero info", 2, "bad board number 'zero'"},
+    {"--script", 2, "--script: missing FILE"},
+    {"get @1", 2, ""},
     // Help after the arguments, too; nothing is run.
-    Outcome c = run({"set", "FG_WIDTH=1000", "--help"});
-    EXPECT_RUN(c, 0);
-    EXPECT_EQ(0u, c.out.find("Usage: appletctl set NAME=VALUE[@P]"));
-    EXPECT_EQ("", c.err);
-}
+    {"set FG_WIDTH=1000 --help", 0, "", nullptr, "Usage: appletctl set NAME=VALUE[@P]"},
+    {"set FG_WIDTH=64 grab -o frame.tif", 2, "grab: 'frame.tif': the name must end in .pgm or .png"},
+    {"set FG_WIDTH=64 grab -o f%d-%d.pgm", 2, "one number directive"},
+    {"set FG_WIDTH=64 grab -o f%s.pgm", 2, "one number directive"},
+    {"set FG_WIDTH=64 grab -n 0", 2, "expected a whole number from 1"},
+    {"set FG_WIDTH=64 grab --timeout -1", 2, "expected a number of seconds above 0"},
+    {"set FG_WIDTH=64 grab --strip yes", 2, "unknown command 'yes'"},
+    {"set FG_WIDTH=64 grab -o", 2, "-o needs a value"},
+    {"set FG_WIDTH=64 grab --port 2", 1, "ports 0 and 1", nullptr},
+    {"info --script late-error.txt get FG_WIDTH", 2, "late-error.txt:4: unexpected 'extra'"},
+    {"-", 2, "<stdin>:2: binary data", "", "", std::string("get FG_WIDTH\n\0\n", 15)},
+    {"-", 2, "<stdin>:2: line longer than 4096 characters", "", "", "get FG_WIDTH\n" + kLongText + "\n"},
+    {"- -", 2, "standard input can be read only once"},
+    {"-", 2, "", "", "", "--script script.txt\n"},
+    {"-k -", 2, "<stdin>:1: unknown command 'bogus'|<stdin>:2: unexpected 'extra'|<stdin>:3: unterminated double quote",
+     "", "", "bogus\nget FG_WIDTH extra\nget \"FG_WIDTH\nget FG_HEIGHT\n"},
+    // Failures stop the run unless it keeps going.
+    {"set FG_WIDTH=1000 get FG_WIDTH", 1, "set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16"},
+    {"--keep-going set FG_WIDTH=1000 get FG_WIDTH", 1, "-7080", kW},
+    {"-", 1, "<stdin>:2: set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16", kW, "",
+     "get FG_WIDTH\nset FG_WIDTH=1000\nget FG_HEIGHT\n"},
+    {"set FG_WIDTH=16", 1,
+     "set FG_WIDTH=16: -6000 value outside its range or not in its enumeration|range 32..16384 step 16"},
+    {"set FG_APPLET_VERSION=4", 1, "-12 host function or host board handle missing; write of a read-only parameter"},
+    {"get FG_NO_SUCH_THING", 1, "-2070 unknown parameter|'FG_NO_SUCH_THING'"},
+    {"list --port 2", 1, "list --port 2: port 2 does not exist (ports 0 and 1)"},
+    {"get FG_WIDTH@7", 1, "get FG_WIDTH@7: port 7 does not exist (ports 0 and 1)"},
+    {"save settings.txt", 1, "save settings.txt: -5001 the configuration file could not be created|.mcf"},
+    {"load absent.mcf", 1, "load absent.mcf: -2076 configuration file missing"},
+    {"load .", 1, "load .: '.' is a directory"},
+    {"load /dev/null", 1, "'/dev/null' is not a regular file"},
+    {"lut load /dev/zero", 1, "'/dev/zero' is not a regular file"},
+    // A missing table file changes nothing: the type and the file name stay.
+    {"-k lut load absent.lut get FG_LUT_TYPE get FG_LUT_CUSTOM_FILE", 1,
+     "lut load absent.lut: -2076 lookup-table file missing",
+     "FG_LUT_TYPE@0 = LUT_TYPE_PROCESSING (3)\nFG_LUT_CUSTOM_FILE@0 = \"\"\n"},
+    {"check .", 1, "cannot read '.': is a directory"},
+    {"load garbage.mcf", 1, "load garbage.mcf: -5000 configuration load failed"},
+    {"xml -o no-such-dir/x.xml", 1, "cannot write 'no-such-dir/x.xml'"},
+    {"--script no-such-script.txt", 1, "cannot read script 'no-such-script.txt'"},
+    {"--script .", 1, "cannot read script '.': it is a directory"},
+    {"--script /dev/zero", 1, "not a regular file"},
+    {"--no-defaults reset", 1, "the default values are not known", nullptr},
+    {"grab -o grab_no_such_dir/frame.pgm", 1, "cannot write 'grab_no_such_dir/frame.pgm': No such file or directory"},
+    // A ring of two buffers at a million lines per second: the board
+    // overwrites frames long before the tool has written them.
+    {"set FG_CAMERASIMULATOR_ENABLE=1 set FG_CAMERASIMULATOR_LINERATE=1000000 set FG_HEIGHT=8 grab -n 200 "
+     "--buffers 2 -o grab_lost-%d.pgm",
+     1, "frames lost", nullptr},
+    // Value text the tool refuses before anything is written.
+    {"-k set FG_WIDTH=12x get FG_WIDTH", 1, "bad value|expected an unsigned 32-bit integer", kW},
+    {"-k set FG_WIDTH=-64 get FG_WIDTH", 1, "bad value|expected an unsigned 32-bit integer", kW},
+    {"-k set FG_WIDTH=0x100000000 get FG_WIDTH", 1, "bad value|expected an unsigned 32-bit integer", kW},
+    {"-k set FG_WIDTH= get FG_WIDTH", 1, "bad value|expected an unsigned 32-bit integer", kW},
+    {"-k set FG_PROCESSING_GAIN=nan get FG_PROCESSING_GAIN", 1, "bad value|expected a finite number", kGain},
+    {"-k set FG_PROCESSING_GAIN=1,5 get FG_PROCESSING_GAIN", 1, "bad value|expected a finite number", kGain},
+    {"-k set FG_FORMAT=FG_PURPLE get FG_FORMAT", 1,
+     "bad value|not an entry of the enumeration (FG_GRAY, FG_GRAY10, FG_GRAY12, FG_GRAY16)",
+     "FG_FORMAT@0 = FG_GRAY (3)\n"},
+    {"-k set FG_LUT_VALUE=1 get FG_WIDTH", 1, "bad value|cannot be set from here", kW},
+    // Odd input.
+    {"get @", 1, "", nullptr},
+    {"set FG_WIDTH=@9", 1, "", nullptr},
+    {"set FG_WIDTH=1024@", 1, "", nullptr},
+    {"set FG_WIDTH==1024", 1, "", nullptr},
+    {"get FG_WIDTH@99999999999", 1, "", nullptr},
+    {{"get", kLong}, 1, "", nullptr},
+    {{"set", "FG_WIDTH=" + kLong}, 1, "", nullptr},
+    {{"set", kLongText}, 1, "", nullptr},
+    {{"save", kLong + ".mcf"}, 1, "", nullptr},
+    {{"set", "FG_WIDTH\x01=\xFF\xFE"}, 1, "", nullptr},
+    {{"set", "FG_LUT_SAVE_FILE=\xB5s.lut"}, 0, "", nullptr},
+    // Values read and written by constant name, display name or number.
+    {"get FG_WIDTH get FG_FORMAT@1 get fg_height@0 get FG_LUT_IN_BITS@1", 0, "",
+     "FG_WIDTH@0 = 1024\nFG_FORMAT@1 = FG_GRAY (3)\nFG_HEIGHT@0 = 1024\nFG_LUT_IN_BITS@1 = 12\n"},
+    {{"set", "FG_FORMAT=FG_GRAY16", "set", "FG_FORMAT=fg_gray12", "set", "FG_FORMAT=Gray 10bit", "set", "FG_FORMAT=3",
+      "set", "FG_IMGTRIGGERINSRC=TRGINSOFTWARE@1", "set", "FG_WIDTH=0x800", "set", "FG_PROCESSING_GAIN=2.5"},
+     0,
+     "",
+     "FG_FORMAT@0 = FG_GRAY16 (1)\nFG_FORMAT@0 = FG_GRAY12 (22)\nFG_FORMAT@0 = FG_GRAY10 (21)\n"
+     "FG_FORMAT@0 = FG_GRAY (3)\nFG_IMGTRIGGERINSRC@1 = TRGINSOFTWARE (-1)\nFG_WIDTH@0 = 2048\n"
+     "FG_PROCESSING_GAIN@0 = 2.5\n"},
+    // A script file runs in its place among the commands.
+    {"get FG_HEIGHT --script script.txt get FG_HEIGHT@1", 0, "",
+     "FG_HEIGHT@0 = 1024\nFG_HEIGHT@0 = 77\nFG_HEIGHT@0 = 77\nFG_HEIGHT@1 = 1024\n"},
+    {"-", 0, "", nullptr,
+     "FG_WIDTH@0 = 2048\nFG_XOFFSET@0 = 0\nFG_LUT_SAVE_FILE@1 = \"with space.lut\"\nFG_FORMAT@0 = FG_GRAY16 (1)\n"
+     "port 1: 99 parameters\n",
+     "# region of interest\nset FG_WIDTH=2048\n\n   get FG_XOFFSET   # trailing comment\n"
+     "set 'FG_LUT_SAVE_FILE=with space.lut'@1\nset \"FG_FORMAT=Gray 16bit\"\nlist --port 1\n"},
+    {"info", 0, "", nullptr,
+     "applet          Orvindel\n|version         3.0.2.4 (3.0.2.4.20170809.082732)\n|category        Maravel:Line\n"
+     "|description     Acquisition Applet with support of Velox technology|board type      0xA57\n|ports           2\n"
+     "|processes       2\n|process 1       camera port 1, DMA 1\n|DMA channels    2\n|DMA 0           GRAY8\n"
+     "|DMA 1           GRAY8\n"},
+    // Without the default values written, the tool does not know them.
+    {"--no-defaults describe FG_WIDTH", 0, "", nullptr,
+     "default       unknown (the board was opened with --no-defaults)"},
+    // A second process starts with the default values and takes the file's.
+    {"set FG_WIDTH=512@1 set FG_HEIGHT=100 set FG_FORMAT=FG_GRAY16 set FG_PROCESSING_GAIN=2.5@1 save roundtrip.mcf", 0,
+     "", nullptr, "configuration saved to roundtrip.mcf\n"},
+    {"get FG_WIDTH@1 load roundtrip.mcf get FG_WIDTH@1 get FG_HEIGHT get FG_FORMAT get FG_PROCESSING_GAIN@1 get "
+     "FG_WIDTH",
+     0, "",
+     "FG_WIDTH@1 = 1024\nconfiguration loaded from roundtrip.mcf\nFG_WIDTH@1 = 512\nFG_HEIGHT@0 = 100\n"
+     "FG_FORMAT@0 = FG_GRAY16 (1)\nFG_PROCESSING_GAIN@1 = 2.5\nFG_WIDTH@0 = 1024\n"},
+    {"set FG_PROCESSING_INVERT=FG_ON@1 lut save inverted.lut --port 1", 0, "", nullptr,
+     "lookup table of port 1 saved to inverted.lut\n"},
+    {"lut load inverted.lut get FG_LUT_TYPE get FG_LUT_CUSTOM_FILE get FG_LUT_VALUE", 0, "",
+     "lookup table of port 0 loaded from inverted.lut (FG_LUT_TYPE = LUT_TYPE_CUSTOM)\nFG_LUT_TYPE@0 = LUT_TYPE_CUSTOM "
+     "(0)\nFG_LUT_CUSTOM_FILE@0 = \"inverted.lut\"\nFG_LUT_VALUE@0 = 4096 values: 4095, 4094, 4093, 4092, ..., 0\n"},
+    // Files the board writes are clean, and load back without a word.
+    {"set FG_CAMERASIMULATOR_SELECT_MODE=FG_PIXEL_FREQUENCY@1 set FG_WIDTH=512@1 set FG_IMGTRIGGERINSRC=TRGINSOFTWARE "
+     "save clean.mcf lut save clean.lut",
+     0, "", nullptr},
+    {"check clean.mcf check clean.lut check own.lut", 0, "",
+     "clean.mcf: no problems (configuration file)\nclean.lut: no problems (lookup-table file)\n"
+     "own.lut: no problems (lookup-table file)\n"},
+    {"load clean.mcf", 0, "", nullptr},
+    // Files as a whole: line ends, binary content, a short table (the count
+    // it states is right, but the table has 4096 entries).
+    {"-k check crlf.mcf check binary.mcf check short.lut", 1, "", nullptr,
+     "crlf.mcf:1: line ends with a carriage return|binary.mcf: binary file|short.lut:8: nrOfElements=100: the table "
+     "has 4096 entries|short.lut: 3996 of 4096 entries missing (first: 100)"},
+    // diff compares files and the board parameter by parameter.
+    {"save a.mcf set FG_WIDTH=512@1 set FG_FORMAT=FG_GRAY16 save b.mcf", 0, "", nullptr},
+    {"diff a.mcf b.mcf diff b.mcf - diff a.mcf -", 0, "", nullptr,
+     "PARAMETER    a.mcf        b.mcf\nFG_FORMAT@0  FG_GRAY (3)  FG_GRAY16 (1)\nFG_WIDTH@1   1024         512\n"
+     "2 parameters differ (|PARAMETER    b.mcf          board\nFG_FORMAT@0  FG_GRAY16 (1)  FG_GRAY (3)\n"
+     "|2 parameters differ|no differences (120 parameters compared)"},
+    // reset writes the default values again, of one port or both.
+    {kChanges + "reset get FG_WIDTH get FG_XOFFSET get FG_FORMAT@1 get FG_LINEPERIODE@1 get FG_PROCESSING_GAIN get "
+                "FG_LUT_VALUE get FG_CAMERASIMULATOR_SELECT_MODE@1",
+     0, "", nullptr,
+     "port 0: default values written|FG_WIDTH@0 = 1024\nFG_XOFFSET@0 = 0\nFG_FORMAT@1 = FG_GRAY (3)\n"
+     "FG_LINEPERIODE@1 = 200\nFG_PROCESSING_GAIN@0 = 1\nFG_LUT_VALUE@0 = 4096 values: 0, 1, 2, 3, ..., 4095\n"
+     "FG_CAMERASIMULATOR_SELECT_MODE@1 = FG_LINERATE (1)\n"},
+    {kChanges + "reset --port 1 get FG_WIDTH get FG_FORMAT@1", 0, "", nullptr,
+     "port 1: default values written|FG_WIDTH@0 = 2048\nFG_FORMAT@1 = FG_GRAY (3)\n"},
+};
 
-TEST(ToolUsage, UsageErrorsExitWithTwoAndRunNothing) {
-    struct Case {
-        std::vector<std::string> args;
-        const char* message;
-    } cases[] = {
-        {{}, "no command given"},
-        {{"get", "FG_WIDTH", "frobnicate"}, "unknown command 'frobnicate'"},
-        {{"--frob", "info"}, "unknown option '--frob'"},
-        {{"get"}, "get: missing NAME[@P]"},
-        {{"set", "FG_WIDTH"}, "set: expected NAME=VALUE"},
-        {{"set", "="}, "set: missing parameter name"},
-        {{"lut", "copy", "x.lut"}, "lut: expected 'save' or 'load', not 'copy'"},
-        {{"list", "--frob"}, "list: unknown option '--frob'"},
-        {{"diff", "a.mcf"}, "diff: missing B"},
-        {{"help", "frob"}, "unknown command 'frob'"},
-        {{"xml", "-o"}, "xml: -o needs a value"},
-        {{"list", "--port", "x"}, "list: bad port 'x'"},
-        {{"--board", "zero", "info"}, "bad board number 'zero'"},
-        {{"--script"}, "--script: missing FILE"},
-    };
-    for (const Case& c : cases) {
-        Outcome r = run(c.args);
-        EXPECT_RUN(r, 2);
-        EXPECT_TRUE(contains(r.err, c.message)) << r.err;
-        EXPECT_EQ("", r.out) << "nothing runs after a usage error";
-    }
-}
-
-// ---- info --------------------------------------------------------------------
-
-TEST(ToolInfo, InfoShowsIdentityAndLayout) {
-    Outcome r = run({"info"});
-    EXPECT_RUN(r, 0);
-    const char* expected[] = {
-        "applet          Orvindel\n",
-        "version         3.0.2.4 (3.0.2.4.20170809.082732)\n",
-        "category        Maravel:Line\n",
-        "description     Acquisition Applet with support of Velox technology",
-        "board type      0xA57\n",
-        "ports           2\n",
-        "processes       2\n",
-        "process 1       camera port 1, DMA 1\n",
-        "DMA channels    2\n",
-        "DMA 0           GRAY8\n",
-        "DMA 1           GRAY8\n",
-    };
-    for (const char* e : expected) EXPECT_TRUE(contains(r.out, e)) << e << "\nin:\n" << r.out;
-    EXPECT_EQ("", r.err);
-}
-
-// ---- get, set, describe --------------------------------------------------------
-
-TEST(ToolParameters, GetPrintsNumbersAndEnumerationsByConstantName) {
-    Outcome r = run({"get", "FG_WIDTH", "get", "FG_FORMAT@1", "get", "fg_height@0", "get", "FG_LUT_IN_BITS@1"});
-    EXPECT_RUN(r, 0);
-    EXPECT_EQ(
-        "FG_WIDTH@0 = 1024\n"
-        "FG_FORMAT@1 = FG_GRAY (3)\n"
-        "FG_HEIGHT@0 = 1024\n"
-        "FG_LUT_IN_BITS@1 = 12\n",
-        r.out);
-}
-
-TEST(ToolParameters, SetAcceptsConstantNamesDisplayNamesAndNumbers) {
-    Outcome r = run({"set", "FG_FORMAT=FG_GRAY16", "set", "FG_FORMAT=fg_gray12", "set", "FG_FORMAT=Gray 10bit", "set",
-                     "FG_FORMAT=3", "set", "FG_IMGTRIGGERINSRC=TRGINSOFTWARE@1", "set", "FG_WIDTH=0x800", "set",
-                     "FG_PROCESSING_GAIN=2.5"});
-    EXPECT_RUN(r, 0);
-    EXPECT_EQ(
-        "FG_FORMAT@0 = FG_GRAY16 (1)\n"
-        "FG_FORMAT@0 = FG_GRAY12 (22)\n"
-        "FG_FORMAT@0 = FG_GRAY10 (21)\n"
-        "FG_FORMAT@0 = FG_GRAY (3)\n"
-        "FG_IMGTRIGGERINSRC@1 = TRGINSOFTWARE (-1)\n"
-        "FG_WIDTH@0 = 2048\n"
-        "FG_PROCESSING_GAIN@0 = 2.5\n",
-        r.out);
-}
-
-TEST(ToolParameters, FailuresPrintTheCodeWithItsMeaning) {
+TEST(ToolCalls, EachCallEndsWithItsStatusMessagesAndOutput) {
     writeFile("garbage.mcf", "this is no configuration\n");
-    std::remove("absent.mcf");
-    struct Case {
-        std::vector<std::string> args;
-        const char* message;
-        const char* also;
-    } cases[] = {
-        {{"set", "FG_WIDTH=1000"}, "set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16", ""},
-        {{"set", "FG_WIDTH=16"}, "set FG_WIDTH=16: -6000 value outside its range or not in its enumeration", ""},
-        {{"set", "FG_APPLET_VERSION=4"},
-         "-12 host function or host board handle missing; write of a read-only parameter",
-         ""},
-        {{"get", "FG_NO_SUCH_THING"}, "-2070 unknown parameter", "'FG_NO_SUCH_THING'"},
-        {{"list", "--port", "2"}, "list --port 2: port 2 does not exist (ports 0 and 1)", ""},
-        {{"get", "FG_WIDTH@7"}, "get FG_WIDTH@7: port 7 does not exist (ports 0 and 1)", ""},
-        {{"set", "FG_WIDTH=16"}, "range 32..16384 step 16", ""},
-        {{"save", "settings.txt"}, "save settings.txt: -5001 the configuration file could not be created", ".mcf"},
-        {{"load", "absent.mcf"}, "load absent.mcf: -2076 configuration file missing", ""},
-        {{"load", "."}, "load .: '.' is a directory", ""},
-        {{"load", "/dev/null"}, "'/dev/null' is not a regular file", ""},
-        {{"lut", "load", "/dev/zero"}, "'/dev/zero' is not a regular file", ""},
-        {{"check", "."}, "cannot read '.': is a directory", ""},
-        {{"load", "garbage.mcf"}, "load garbage.mcf: -5000 configuration load failed", ""},
-        {{"xml", "-o", "no-such-dir/x.xml"}, "cannot write 'no-such-dir/x.xml'", ""},
-        {{"--script", "no-such-script.txt"}, "cannot read script 'no-such-script.txt'", ""},
-    };
-    for (const Case& c : cases) {
-        Outcome r = run(c.args);
-        EXPECT_RUN(r, 1);
-        EXPECT_TRUE(contains(r.err, c.message) && contains(r.err, c.also)) << r.err;
-        EXPECT_EQ("", r.out);
+    writeFile("late-error.txt", "set FG_WIDTH=2048\nsave never.mcf\n\nget FG_WIDTH extra\n");
+    writeFile("script.txt", "set FG_HEIGHT=77\nget FG_HEIGHT\n");
+    writeFile("own.lut", joined(lutLines(4096)));
+    writeFile("short.lut", joined(lutLines(100)));
+    writeFile("binary.mcf", std::string("[Kamerasektion]\n\0\x01\x02", 19));
+    std::string crlf;
+    for (const std::string& l : savedDefaults()) crlf += l + "\r\n";
+    writeFile("crlf.mcf", crlf);
+    for (const char* f : {"absent.mcf", "absent.lut", "never.mcf", "frame-0001.pgm", "roundtrip.mcf", "inverted.lut",
+                          "clean.mcf", "clean.lut", "a.mcf", "b.mcf"})
+        std::remove(f);
+    for (const Call& c : kCalls) {
+        std::string words;
+        for (const std::string& a : c.args) words += " " + a.substr(0, 60);
+        SCOPED_TRACE("appletctl" + words);
+        Outcome r = run(c.args, c.input);
+        EXPECT_RUN(r, c.status);
+        EXPECT_TRUE(hasParts(r.err, c.err));
+        if (c.status == 0) {
+            EXPECT_EQ("", r.err);
+        }
+        if (c.out != nullptr) {
+            EXPECT_EQ(c.out, r.out);
+        }
+        EXPECT_TRUE(hasParts(r.out, c.shows));
+        EXPECT_LT(r.err.size(), 2000u) << "messages cut long arguments";
+        EXPECT_TRUE(validUtf8(r.out) && validUtf8(r.err)) << r.err;
     }
+    EXPECT_FALSE(fileExists("never.mcf")) << "a usage error anywhere in a script means nothing runs";
+    EXPECT_FALSE(fileExists("frame-0001.pgm"));
+    std::remove("\xB5s.lut");
+
+    // Random bytes as a script.
+    std::string noise;
+    for (unsigned i = 0, x = 12345; i < 20000; ++i) noise += static_cast<char>(((x = x * 1103515245u + 12345u) >> 16));
+    Outcome r = run("-k -", noise);
+    ASSERT_TRUE(r.exited);
+    EXPECT_TRUE(r.status == 1 || r.status == 2) << r.status;
 }
 
-TEST(ToolParameters, BadValueTextIsRefusedBeforeAnythingIsWritten) {
-    struct Case {
-        const char* arg;
-        const char* why;
-    } cases[] = {
-        {"FG_WIDTH=12x", "expected an unsigned 32-bit integer"},
-        {"FG_WIDTH=-64", "expected an unsigned 32-bit integer"},
-        {"FG_WIDTH=0x100000000", "expected an unsigned 32-bit integer"},
-        {"FG_WIDTH=", "expected an unsigned 32-bit integer"},
-        {"FG_PROCESSING_GAIN=nan", "expected a finite number"},
-        {"FG_PROCESSING_GAIN=1,5", "expected a finite number"},
-        {"FG_FORMAT=FG_PURPLE", "not an entry of the enumeration (FG_GRAY, FG_GRAY10, FG_GRAY12, FG_GRAY16)"},
-        {"FG_LUT_VALUE=1", "cannot be set from here"},
-    };
-    for (const Case& c : cases) {
-        Outcome r = run({"-k", "set", c.arg, "get", "FG_WIDTH", "get", "FG_PROCESSING_GAIN", "get", "FG_FORMAT"});
-        EXPECT_RUN(r, 1);
-        EXPECT_TRUE(contains(r.err, "bad value")) << r.err;
-        EXPECT_TRUE(contains(r.err, c.why)) << r.err;
-        EXPECT_EQ("FG_WIDTH@0 = 1024\nFG_PROCESSING_GAIN@0 = 1\nFG_FORMAT@0 = FG_GRAY (3)\n", r.out) << c.arg;
-    }
-}
-
-TEST(ToolParameters, StopsAtTheFirstFailureUnlessKeepGoing) {
-    Outcome stop = run({"set", "FG_WIDTH=1000", "get", "FG_WIDTH"});
-    EXPECT_RUN(stop, 1);
-    EXPECT_EQ("", stop.out);
-    Outcome go = run({"--keep-going", "set", "FG_WIDTH=1000", "get", "FG_WIDTH"});
-    EXPECT_RUN(go, 1);
-    EXPECT_EQ("FG_WIDTH@0 = 1024\n", go.out);
-}
+// ---- info, describe, list ---------------------------------------------------------
 
 TEST(ToolParameters, DescribeShowsEverythingAUserAsksBeforeWriting) {
-    Outcome r = run({"set", "FG_FORMAT=FG_GRAY16@1", "describe", "FG_FORMAT@1", "describe", "fg_width", "describe",
-                     "FG_NR_OF_DMAS"});
+    Outcome r = run("set FG_FORMAT=FG_GRAY16@1 describe FG_FORMAT@1 describe fg_width describe FG_NR_OF_DMAS");
     EXPECT_RUN(r, 0);
     EXPECT_EQ(
         "FG_FORMAT@1 = FG_GRAY16 (1)\n"
@@ -343,245 +453,91 @@ TEST(ToolParameters, DescribeShowsEverythingAUserAsksBeforeWriting) {
         "  value         FG_GRAY16 (1)\n"
         "  description   Pixel format of the output image.\n",
         r.out.substr(0, r.out.find("FG_WIDTH@0")));
-    const std::string width = r.out.substr(r.out.find("FG_WIDTH@0"));
-    for (const char* part :
-         {"kind          unsigned 32-bit integer\n", "range         32..16384 step 16\n", "unit          pixel\n",
-          "default       1024\n", "value         1024\n", "description   Image width of the acquisition ROI.\n",
-          "FG_NR_OF_DMAS@0\n", "(no description)"}) {
-        EXPECT_TRUE(contains(width, part)) << part << " in\n" << width;
-    }
-    // Without the default values written, the tool does not know them.
-    Outcome n = run({"--no-defaults", "describe", "FG_WIDTH"});
-    EXPECT_RUN(n, 0);
-    EXPECT_TRUE(contains(n.out, "default       unknown (the board was opened with --no-defaults)")) << n.out;
+    EXPECT_TRUE(hasParts(r.out.substr(r.out.find("FG_WIDTH@0")),
+                         "kind          unsigned 32-bit integer\n|range         32..16384 step 16\n|unit          "
+                         "pixel\n|default       1024\n|value         1024\n|description   Image width of the "
+                         "acquisition ROI.\n|FG_NR_OF_DMAS@0\n|(no description)"));
 }
 
-// ---- list ------------------------------------------------------------------
-
-TEST(ToolList, ListShowsEveryParameterOfPortZero) {
-    Outcome r = run({"list"});
+TEST(ToolList, ListShowsEveryParameterWithEachPortsOwnValuesAndRanges) {
+    Outcome r = run("set FG_WIDTH=512@1 list --port 1 list");
     EXPECT_RUN(r, 0);
     ASSERT_TRUE(validUtf8(r.out));
-    std::vector<std::string> ls = lines(r.out);
-    ASSERT_GE(ls.size(), 2u);
-    EXPECT_EQ("port 0: 99 parameters", ls[0]);
-    EXPECT_EQ(0u, ls[1].find("NAME")) << ls[1];
-    EXPECT_EQ(101u, ls.size());
-
-    std::string width = row(r.out, "FG_WIDTH");
-    for (const char* part : {" 100 ", " rw ", " 1024 ", " pixel ", "32..16384 step 16"}) {
-        EXPECT_TRUE(contains(width, part)) << part << " in " << width;
-    }
-    std::string format = row(r.out, "FG_FORMAT");
-    EXPECT_TRUE(contains(format, " FG_GRAY ")) << format;
-    EXPECT_TRUE(contains(format, "FG_GRAY=3 FG_GRAY10=21 FG_GRAY12=22 FG_GRAY16=1")) << format;
-    // The Latin-1 unit µs (bytes B5 73) comes out as UTF-8 (C2 B5 73).
-    std::string period = row(r.out, "FG_LINEPERIODE");
-    EXPECT_TRUE(contains(period, " \xC2\xB5s ")) << period;
-    EXPECT_TRUE(contains(period, "0.512..2097.144 step 0.008")) << period;
-    EXPECT_TRUE(contains(row(r.out, "FG_APPLET_VERSION"), " r ")) << "read-only";
-    EXPECT_TRUE(contains(row(r.out, "FG_LUT_VALUE"), "4096 values: 0, 1, 2, 3, ..., 4095"));
-    EXPECT_TRUE(contains(row(r.out, "FG_LUT_SAVE_FILE"), "file *.lut"));
-    EXPECT_TRUE(contains(row(r.out, "FG_IMGTRIGGERINSRC"), "TRGINSOFTWARE=-1"));
-    EXPECT_FALSE(row(r.out, "FG_NR_OF_DMAS").empty()) << "host-level parameters are listed too";
-}
-
-TEST(ToolList, ListShowsEachPortsOwnValuesAndRanges) {
-    Outcome r = run({"set", "FG_WIDTH=512@1", "list", "--port", "1", "list", "--port=0"});
-    EXPECT_RUN(r, 0);
-    size_t split = r.out.find("port 0: 99 parameters");
+    const size_t split = r.out.find("port 0: 99 parameters\n");
     ASSERT_NE(std::string::npos, split);
     const std::string port1 = r.out.substr(0, split), port0 = r.out.substr(split);
+    const std::vector<std::string> ls = lines(port0);
+    ASSERT_EQ(101u, ls.size());
+    EXPECT_EQ(0u, ls[1].find("NAME")) << ls[1];
     EXPECT_TRUE(contains(port1, "port 1: 99 parameters"));
-    EXPECT_TRUE(contains(row(port1, "FG_WIDTH"), " 512 ")) << row(port1, "FG_WIDTH");
-    EXPECT_TRUE(contains(row(port1, "FG_XOFFSET"), "0..15872 step 16")) << row(port1, "FG_XOFFSET");
-    EXPECT_TRUE(contains(row(port1, "FG_LINEEXPOSURE"), " \xC2\xB5s "));
-    EXPECT_TRUE(contains(row(port0, "FG_WIDTH"), " 1024 ")) << row(port0, "FG_WIDTH");
-    EXPECT_TRUE(contains(row(port0, "FG_XOFFSET"), "0..15360 step 16")) << row(port0, "FG_XOFFSET");
+    const struct {
+        const std::string& listing;
+        const char* name;
+        const char* parts;
+    } rows[] = {
+        {port0, "FG_WIDTH", " 100 | rw | 1024 | pixel |32..16384 step 16"},
+        {port0, "FG_FORMAT", " FG_GRAY |FG_GRAY=3 FG_GRAY10=21 FG_GRAY12=22 FG_GRAY16=1"},
+        // The Latin-1 unit µs (bytes B5 73) comes out as UTF-8 (C2 B5 73).
+        {port0, "FG_LINEPERIODE", " \xC2\xB5s |0.512..2097.144 step 0.008"},
+        {port0, "FG_APPLET_VERSION", " r "},
+        {port0, "FG_LUT_VALUE", "4096 values: 0, 1, 2, 3, ..., 4095"},
+        {port0, "FG_LUT_SAVE_FILE", "file *.lut"},
+        {port0, "FG_IMGTRIGGERINSRC", "TRGINSOFTWARE=-1"},
+        {port0, "FG_NR_OF_DMAS", "FG_NR_OF_DMAS "},  // host-level parameters are listed too
+        {port0, "FG_XOFFSET", "0..15360 step 16"},
+        {port1, "FG_WIDTH", " 512 "},
+        {port1, "FG_XOFFSET", "0..15872 step 16"},
+        {port1, "FG_LINEEXPOSURE", " \xC2\xB5s "},
+    };
+    for (const auto& p : rows) EXPECT_TRUE(hasParts(row(p.listing, p.name), p.parts)) << p.name;
 }
 
-// ---- configuration files ---------------------------------------------------------
-
-TEST(ToolFiles, ConfigurationRoundTripThroughTwoInvocations) {
-    std::remove("roundtrip.mcf");
-    Outcome save = run({"set", "FG_WIDTH=512@1", "set", "FG_HEIGHT=100", "set", "FG_FORMAT=FG_GRAY16", "set",
-                        "FG_PROCESSING_GAIN=2.5@1", "save", "roundtrip.mcf"});
-    EXPECT_RUN(save, 0);
-    EXPECT_TRUE(contains(save.out, "configuration saved to roundtrip.mcf\n"));
-    ASSERT_TRUE(fileExists("roundtrip.mcf"));
-
-    // A second process starts with the default values and takes the file's.
-    Outcome load = run({"get", "FG_WIDTH@1", "load", "roundtrip.mcf", "get", "FG_WIDTH@1", "get", "FG_HEIGHT", "get",
-                        "FG_FORMAT", "get", "FG_PROCESSING_GAIN@1", "get", "FG_WIDTH"});
-    EXPECT_RUN(load, 0);
-    EXPECT_EQ(
-        "FG_WIDTH@1 = 1024\n"
-        "configuration loaded from roundtrip.mcf\n"
-        "FG_WIDTH@1 = 512\n"
-        "FG_HEIGHT@0 = 100\n"
-        "FG_FORMAT@0 = FG_GRAY16 (1)\n"
-        "FG_PROCESSING_GAIN@1 = 2.5\n"
-        "FG_WIDTH@0 = 1024\n",
-        load.out);
-}
-
-// ---- GenApi document and lookup-table files --------------------------------------
+// ---- configuration, GenApi and lookup-table files ------------------------------------
 
 TEST(ToolFiles, XmlGoesToStandardOutputOrAFile) {
     std::remove("port0.xml");
     std::remove("port1.xml");
-    Outcome r = run({"xml", "-o", "port0.xml", "xml", "--port", "1", "--output=port1.xml"});
+    Outcome r = run("xml -o port0.xml xml --port 1 --output=port1.xml");
     EXPECT_RUN(r, 0);
     EXPECT_TRUE(contains(r.out, "GenApi description of port 0 written to port0.xml (")) << r.out;
     const std::string p0 = readFile("port0.xml"), p1 = readFile("port1.xml");
     EXPECT_EQ(0u, p0.find("<?xml version=\"1.0\" encoding=\"utf-8\"?>")) << p0.substr(0, 80);
-    EXPECT_TRUE(contains(p0, "<RegisterDescription"));
-    EXPECT_TRUE(contains(p0, "FG_WIDTH"));
+    EXPECT_TRUE(contains(p0, "<RegisterDescription") && contains(p0, "FG_WIDTH"));
     EXPECT_FALSE(p1.empty());
-
-    Outcome s = run({"xml"});
-    EXPECT_RUN(s, 0);
-    EXPECT_EQ(p0, s.out.substr(0, p0.size()));
+    EXPECT_EQ(p0, run("xml").out.substr(0, p0.size()));
 }
 
-TEST(ToolFiles, LookupTableSavedAndLoadedBack) {
-    std::remove("inverted.lut");
-    Outcome save = run({"set", "FG_PROCESSING_INVERT=FG_ON@1", "lut", "save", "inverted.lut", "--port", "1"});
-    EXPECT_RUN(save, 0);
-    EXPECT_TRUE(contains(save.out, "lookup table of port 1 saved to inverted.lut\n")) << save.out;
-    const std::string file = readFile("inverted.lut");
-    EXPECT_EQ(0u, file.find("# Lut data file v1.1\n")) << file.substr(0, 60);
-    EXPECT_TRUE(contains(file, "\n0,4095;\n"));
-    EXPECT_TRUE(contains(file, "\n4095,0;\n"));
-
-    Outcome load =
-        run({"lut", "load", "inverted.lut", "get", "FG_LUT_TYPE", "get", "FG_LUT_CUSTOM_FILE", "get", "FG_LUT_VALUE"});
-    EXPECT_RUN(load, 0);
-    EXPECT_EQ(
-        "lookup table of port 0 loaded from inverted.lut (FG_LUT_TYPE = LUT_TYPE_CUSTOM)\n"
-        "FG_LUT_TYPE@0 = LUT_TYPE_CUSTOM (0)\n"
-        "FG_LUT_CUSTOM_FILE@0 = \"inverted.lut\"\n"
-        "FG_LUT_VALUE@0 = 4096 values: 4095, 4094, 4093, 4092, ..., 0\n",
-        load.out);
-
-    // A missing file changes nothing: the type and the file name stay.
-    std::remove("absent.lut");
-    Outcome missing = run({"-k", "lut", "load", "absent.lut", "get", "FG_LUT_TYPE", "get", "FG_LUT_CUSTOM_FILE"});
-    EXPECT_RUN(missing, 1);
-    EXPECT_TRUE(contains(missing.err, "lut load absent.lut: -2076 lookup-table file missing")) << missing.err;
-    EXPECT_EQ("FG_LUT_TYPE@0 = LUT_TYPE_PROCESSING (3)\nFG_LUT_CUSTOM_FILE@0 = \"\"\n", missing.out);
-}
-
-// ---- scripts -----------------------------------------------------------------------
-
-TEST(ToolScript, ScriptFromStandardInput) {
-    const std::string script =
-        "# region of interest\n"
-        "set FG_WIDTH=2048\n"
-        "\n"
-        "   get FG_XOFFSET   # trailing comment\n"
-        "set 'FG_LUT_SAVE_FILE=with space.lut'@1\n"
-        "set \"FG_FORMAT=Gray 16bit\"\n"
-        "list --port 1\n";
-    Outcome r = run({"-"}, script);
-    EXPECT_RUN(r, 0);
-    std::vector<std::string> ls = lines(r.out);
-    ASSERT_GE(ls.size(), 5u);
-    EXPECT_EQ("FG_WIDTH@0 = 2048", ls[0]);
-    EXPECT_EQ("FG_XOFFSET@0 = 0", ls[1]);
-    EXPECT_EQ("FG_LUT_SAVE_FILE@1 = \"with space.lut\"", ls[2]);
-    EXPECT_EQ("FG_FORMAT@0 = FG_GRAY16 (1)", ls[3]);
-    EXPECT_EQ("port 1: 99 parameters", ls[4]);
-    EXPECT_TRUE(fileExists("with space.lut"));
-    EXPECT_EQ("", r.err);
-}
-
-TEST(ToolScript, ScriptFailuresNameTheLine) {
-    Outcome r = run({"-"}, "get FG_WIDTH\nset FG_WIDTH=1000\nget FG_HEIGHT\n");
+TEST(ToolFiles, XmlOutputReplacesAFileOnlyWhenComplete) {
+    writeFile("kept.xml", "the old document\n");
+    ASSERT_EQ(0, chmod("kept.xml", 0640));
+    // A file size limit makes the write fail part-way; the old file stays.
+    Outcome r = runProgram({"/bin/sh", "-c", "ulimit -f 8; exec \"$0\" \"$@\"", tool(), "xml", "-o", "kept.xml"}, "");
     EXPECT_RUN(r, 1);
-    EXPECT_EQ("FG_WIDTH@0 = 1024\n", r.out);
-    EXPECT_TRUE(contains(r.err, "<stdin>:2: set FG_WIDTH=1000: -7080 width or x-offset not a multiple of 16")) << r.err;
-
-    // Every usage error of a script is reported, and nothing runs, even with -k.
-    Outcome usage = run({"-k", "-"}, "bogus\nget FG_WIDTH extra\nget \"FG_WIDTH\nget FG_HEIGHT\n");
-    EXPECT_RUN(usage, 2);
-    EXPECT_TRUE(contains(usage.err, "<stdin>:1: unknown command 'bogus'")) << usage.err;
-    EXPECT_TRUE(contains(usage.err, "<stdin>:2: unexpected 'extra'")) << usage.err;
-    EXPECT_TRUE(contains(usage.err, "<stdin>:3: unterminated double quote")) << usage.err;
-    EXPECT_EQ("", usage.out);
+    EXPECT_TRUE(contains(r.err, "xml -o kept.xml: cannot write 'kept.xml': File too large")) << r.err;
+    EXPECT_EQ("the old document\n", readFile("kept.xml"));
+    EXPECT_EQ(0u, temporaryFilesOf("kept\\.xml")) << "no temporary file is left behind";
+    // A complete write replaces it and keeps its permission bits.
+    EXPECT_RUN(run("xml -o kept.xml"), 0);
+    EXPECT_TRUE(contains(readFile("kept.xml"), "<RegisterDescription"));
+    struct stat st;
+    ASSERT_EQ(0, stat("kept.xml", &st));
+    EXPECT_EQ(0640u, st.st_mode & 07777u);
 }
 
-TEST(ToolScript, ScriptFilesRunInTheirPlaceAmongTheCommands) {
-    writeFile("script.txt", "set FG_HEIGHT=77\nget FG_HEIGHT\n");
-    Outcome r = run({"get", "FG_HEIGHT", "--script", "script.txt", "get", "FG_HEIGHT@1"});
-    EXPECT_RUN(r, 0);
-    EXPECT_EQ("FG_HEIGHT@0 = 1024\nFG_HEIGHT@0 = 77\nFG_HEIGHT@0 = 77\nFG_HEIGHT@1 = 1024\n", r.out);
+// ---- scripts and the terminal session ---------------------------------------------------
 
-    Outcome nested = run({"-"}, "--script script.txt\n");
-    EXPECT_RUN(nested, 2);
+TEST(ToolSession, ATerminalSessionKeepsTheBoardOpenAndGoesOnAfterAMistake) {
+    Outcome r = runOnTerminal("-", "set FG_WIDTH=2048\nbogus\nget FG_WIDTH\n\x04");
+    EXPECT_RUN(r, 2);  // a mistake in the session shows in the exit status
+    EXPECT_EQ("FG_WIDTH@0 = 2048\nFG_WIDTH@0 = 2048\n", r.out);
+    EXPECT_TRUE(contains(r.err, "appletctl> ")) << r.err;
+    EXPECT_TRUE(contains(r.err, "<stdin>:2: unknown command 'bogus'")) << r.err;
 }
 
 // ---- check, load reports, diff, reset -------------------------------------------------
 
-// The lines of a file and the 1-based line of KEY= after the section line.
-unsigned lineOf(const std::vector<std::string>& ls, const std::string& section, const std::string& key) {
-    size_t i = 0;
-    while (i < ls.size() && ls[i] != section) ++i;
-    if (key.empty()) return static_cast<unsigned>(i + 1);
-    for (++i; i < ls.size(); ++i) {
-        if (ls[i].compare(0, key.size() + 1, key + "=") == 0) return static_cast<unsigned>(i + 1);
-    }
-    return 0;
-}
-
-std::string joined(const std::vector<std::string>& ls) {
-    std::string s;
-    for (const std::string& l : ls) s += l + "\n";
-    return s;
-}
-
-// A lookup-table file as the format describes it: heading, three empty lines,
-// the section, an empty line, four keys, then "i,value;" lines.
-std::vector<std::string> lutLines(unsigned n) {
-    std::vector<std::string> ls = {"# Lut data file v1.1",
-                                   "",
-                                   "",
-                                   "",
-                                   "[gray]",
-                                   "",
-                                   "id=3;",
-                                   "nrOfElements=" + std::to_string(n) + ";",
-                                   "format=0;",
-                                   "number=0;"};
-    for (unsigned i = 0; i < n; ++i) ls.push_back(std::to_string(i) + "," + std::to_string(4095 - i) + ";");
-    return ls;
-}
-const unsigned kFirstEntryLine = 11;  // line of entry 0 in lutLines
-
-TEST(ToolCheck, FilesTheBoardWritesAreClean) {
-    std::remove("clean.mcf");
-    std::remove("clean.lut");
-    Outcome w = run({"set", "FG_CAMERASIMULATOR_SELECT_MODE=FG_PIXEL_FREQUENCY@1", "set", "FG_WIDTH=512@1", "set",
-                     "FG_IMGTRIGGERINSRC=TRGINSOFTWARE", "save", "clean.mcf", "lut", "save", "clean.lut"});
-    EXPECT_RUN(w, 0);
-    writeFile("own.lut", joined(lutLines(4096)));
-    Outcome r = run({"check", "clean.mcf", "check", "clean.lut", "check", "own.lut"});
-    EXPECT_RUN(r, 0);
-    EXPECT_EQ(
-        "clean.mcf: no problems (configuration file)\nclean.lut: no problems (lookup-table file)\n"
-        "own.lut: no problems (lookup-table file)\n",
-        r.out);
-    EXPECT_EQ("", r.err);
-    // A file the board wrote loads back without a word.
-    Outcome l = run({"load", "clean.mcf"});
-    EXPECT_RUN(l, 0);
-    EXPECT_EQ("", l.err);
-}
-
 TEST(ToolCheck, EachProblemOfAConfigurationFileIsNamedWithItsLine) {
-    std::remove("base.mcf");
-    EXPECT_RUN(run({"save", "base.mcf"}), 0);
-    const std::vector<std::string> base = lines(readFile("base.mcf"));
+    const std::vector<std::string> base = savedDefaults();
     ASSERT_GT(base.size(), 100u);
     struct Case {
         const char* section;
@@ -610,95 +566,73 @@ TEST(ToolCheck, EachProblemOfAConfigurationFileIsNamedWithItsLine) {
         {"[Port B]", "", "[Port C]", "unknown section [Port C]"},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.message);
         std::vector<std::string> ls = base;
         const unsigned at = lineOf(ls, c.section, c.key);
-        ASSERT_GT(at, 0u) << c.section << " " << c.key;
-        unsigned expected = at;
-        if (c.replace) {
+        ASSERT_GT(at, 0u);
+        if (c.replace)
             ls[at - 1] = c.replace;
-        } else {
+        else
             ls.erase(ls.begin() + (at - 1));
-            expected = lineOf(ls, c.section, "");
-        }
         writeFile("broken.mcf", joined(ls));
-        Outcome r = run({"check", "broken.mcf"});
+        Outcome r = run("check broken.mcf");
         EXPECT_RUN(r, 1);
-        const std::string want = "broken.mcf:" + std::to_string(expected) + ": ";
+        const std::string want = "broken.mcf:" + std::to_string(c.replace ? at : lineOf(ls, c.section, "")) + ": ";
         bool found = false;
         for (const std::string& l : lines(r.out)) found = found || (l.find(want) == 0 && contains(l, c.message));
-        EXPECT_TRUE(found) << want << c.message << "\nin:\n" << r.out;
+        EXPECT_TRUE(found) << want << "\nin:\n" << r.out;
         EXPECT_TRUE(contains(r.err, "check broken.mcf: ")) << r.err;
     }
-    // The file as a whole: line ends and binary content.
-    std::string crlf;
-    for (const std::string& l : base) crlf += l + "\r\n";
-    writeFile("crlf.mcf", crlf);
-    writeFile("binary.mcf", std::string("[Kamerasektion]\n\0\x01\x02", 19));
-    Outcome r = run({"-k", "check", "crlf.mcf", "check", "binary.mcf"});
-    EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.out, "crlf.mcf:1: line ends with a carriage return")) << r.out;
-    EXPECT_TRUE(contains(r.out, "binary.mcf: binary file")) << r.out;
 }
 
 TEST(ToolCheck, EachProblemOfALookupTableFileIsNamedWithItsLine) {
+    const unsigned e0 = kFirstEntryLine - 1;  // index of entry 0's line
     struct Case {
         void (*edit)(std::vector<std::string>&);
         unsigned line;
         const char* message;
     } cases[] = {
-        {[](std::vector<std::string>& ls) { ls[kFirstEntryLine + 99] = "100,5000;"; }, kFirstEntryLine + 100,
+        {[](std::vector<std::string>& ls) { ls[e0 + 100] = "100,5000;"; }, e0 + 101,
          "entry 100 = 5000 outside the range 0..4095"},
-        {[](std::vector<std::string>& ls) { ls.erase(ls.begin() + kFirstEntryLine - 1 + 7); }, kFirstEntryLine + 7,
+        {[](std::vector<std::string>& ls) { ls.erase(ls.begin() + e0 + 7); }, e0 + 8,
          "entry 8 where entry 7 is expected"},
-        {[](std::vector<std::string>& ls) { std::swap(ls[kFirstEntryLine - 1 + 20], ls[kFirstEntryLine - 1 + 21]); },
-         kFirstEntryLine + 20, "entry 21 where entry 20 is expected"},
+        {[](std::vector<std::string>& ls) { std::swap(ls[e0 + 20], ls[e0 + 21]); }, e0 + 21,
+         "entry 21 where entry 20 is expected"},
         {[](std::vector<std::string>& ls) { ls[7] = "nrOfElements=100;"; }, 8,
          "nrOfElements=100 but the file has 4096 entries"},
         {[](std::vector<std::string>& ls) { ls[4] = "[red]"; }, 5, "unknown section [red]"},
-        {[](std::vector<std::string>& ls) { ls[kFirstEntryLine + 9] = "10;10;"; }, kFirstEntryLine + 10,
-         "not an entry line"},
+        {[](std::vector<std::string>& ls) { ls[e0 + 10] = "10;10;"; }, e0 + 11, "not an entry line"},
         {[](std::vector<std::string>& ls) { ls[0] = "# something else"; }, 1, "the file does not begin with"},
-        {[](std::vector<std::string>& ls) { ls.erase(ls.begin() + 6); }, 0, ""},  // id missing: on the section line
+        {[](std::vector<std::string>& ls) { ls.erase(ls.begin() + 6); }, 5, "key id missing"},  // on the section line
     };
     for (const Case& c : cases) {
         std::vector<std::string> ls = lutLines(4096);
         c.edit(ls);
         writeFile("broken.lut", joined(ls));
-        Outcome r = run({"check", "broken.lut"});
+        Outcome r = run("check broken.lut");
         EXPECT_RUN(r, 1);
-        const std::string want = c.line ? "broken.lut:" + std::to_string(c.line) + ": " + c.message
-                                        : std::string("broken.lut:5: key id missing");
+        const std::string want = "broken.lut:" + std::to_string(c.line) + ": " + c.message;
         EXPECT_TRUE(contains(r.out, want)) << want << "\nin:\n" << r.out;
     }
-    // A short table: the count it states is right, but the table has 4096 entries.
-    writeFile("short.lut", joined(lutLines(100)));
-    Outcome r = run({"check", "short.lut"});
-    EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.out, "short.lut:8: nrOfElements=100: the table has 4096 entries")) << r.out;
-    EXPECT_TRUE(contains(r.out, "short.lut: 3996 of 4096 entries missing (first: 100)")) << r.out;
 }
 
 TEST(ToolLoad, LoadReportsEachValueTheBoardDidNotTake) {
-    std::remove("base.mcf");
-    EXPECT_RUN(run({"save", "base.mcf"}), 0);
-    std::vector<std::string> ls = lines(readFile("base.mcf"));
+    std::vector<std::string> ls = savedDefaults();
     const unsigned width = lineOf(ls, "[Port A]", "FG_WIDTH"), format = lineOf(ls, "[Port B]", "FG_FORMAT");
-    const unsigned height = lineOf(ls, "[Port B]", "FG_HEIGHT");
     ls[width - 1] = "FG_WIDTH=99999;";
     ls[format - 1] = "FG_FORMAT=4;";
-    ls[height - 1] = "FG_HEIGHT=512;";
+    ls[lineOf(ls, "[Port B]", "FG_HEIGHT") - 1] = "FG_HEIGHT=512;";
     writeFile("refused.mcf", joined(ls));
-    Outcome r = run({"-k", "load", "refused.mcf", "get", "FG_HEIGHT@1"});
+    Outcome r = run("-k load refused.mcf get FG_HEIGHT@1");
     EXPECT_RUN(r, 1);
     const std::string ws = std::to_string(width), fs = std::to_string(format);
-    EXPECT_TRUE(contains(r.err, "warning: refused.mcf:" + ws + ": FG_WIDTH=99999 in [Port A]: outside the range"))
-        << r.err;
-    EXPECT_TRUE(contains(r.err, "load refused.mcf: FG_WIDTH=99999 in [Port A], line " + ws +
-                                    ": refused (-6000 value outside its range or not in its enumeration, range "
-                                    "32..16384 step 16); the board keeps 1024"))
-        << r.err;
-    EXPECT_TRUE(contains(r.err, "FG_FORMAT=4 in [Port B], line " + fs + ": refused (-6000")) << r.err;
-    EXPECT_TRUE(contains(r.err, "the board keeps FG_GRAY (3)")) << r.err;
+    for (const std::string& part :
+         {"warning: refused.mcf:" + ws + ": FG_WIDTH=99999 in [Port A]: outside the range",
+          "load refused.mcf: FG_WIDTH=99999 in [Port A], line " + ws +
+              ": refused (-6000 value outside its range or not in its enumeration, range 32..16384 step 16); the "
+              "board keeps 1024",
+          "FG_FORMAT=4 in [Port B], line " + fs + ": refused (-6000", std::string("the board keeps FG_GRAY (3)")})
+        EXPECT_TRUE(contains(r.err, part)) << part << "\nin:\n" << r.err;
     EXPECT_FALSE(contains(r.err, "FG_HEIGHT")) << "a value the board took is not reported";
     EXPECT_EQ("configuration loaded from refused.mcf (2 values not taken)\nFG_HEIGHT@1 = 512\n", r.out);
 }
@@ -709,166 +643,20 @@ TEST(ToolLoad, LutLoadReportsEntriesTheBoardReadDifferently) {
     std::vector<std::string> ls = lutLines(4096);
     ls.insert(ls.begin() + kFirstEntryLine, "11,7;");
     writeFile("shifted.lut", joined(ls));
-    Outcome r = run({"-k", "lut", "load", "shifted.lut", "--port", "1"});
+    Outcome r = run("-k lut load shifted.lut --port 1");
     EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(
-        r.err, "warning: shifted.lut:" + std::to_string(kFirstEntryLine + 1) + ": entry 11 where entry 1 is expected"))
-        << r.err;
-    EXPECT_TRUE(contains(r.err, "entry 1 = 4094 (line " + std::to_string(kFirstEntryLine + 2) + "): the board holds 7"))
-        << r.err;
+    const std::string at = std::to_string(kFirstEntryLine + 1), next = std::to_string(kFirstEntryLine + 2);
+    EXPECT_TRUE(contains(r.err, "warning: shifted.lut:" + at + ": entry 11 where entry 1 is expected")) << r.err;
+    EXPECT_TRUE(contains(r.err, "entry 1 = 4094 (line " + next + "): the board holds 7")) << r.err;
     // The file says twice what entry 11 is; the first line is taken as the file's word.
-    EXPECT_TRUE(
-        contains(r.err, "entry 11 = 7 (line " + std::to_string(kFirstEntryLine + 1) + "): the board holds 4084"))
-        << r.err;
+    EXPECT_TRUE(contains(r.err, "entry 11 = 7 (line " + at + "): the board holds 4084")) << r.err;
     EXPECT_TRUE(contains(r.out, "(2 entries not as in the file)")) << r.out;
 }
 
-TEST(ToolDiffReset, DiffComparesFilesAndTheBoardParameterByParameter) {
-    std::remove("a.mcf");
-    std::remove("b.mcf");
-    EXPECT_RUN(run({"save", "a.mcf", "set", "FG_WIDTH=512@1", "set", "FG_FORMAT=FG_GRAY16", "save", "b.mcf"}), 0);
-    Outcome r = run({"diff", "a.mcf", "b.mcf", "diff", "b.mcf", "-", "diff", "a.mcf", "-"});
-    EXPECT_RUN(r, 0);
-    const std::vector<std::string> ls = lines(r.out);
-    ASSERT_EQ(9u, ls.size()) << r.out;
-    EXPECT_EQ("PARAMETER    a.mcf        b.mcf", ls[0]);
-    EXPECT_EQ("FG_FORMAT@0  FG_GRAY (3)  FG_GRAY16 (1)", ls[1]);
-    EXPECT_EQ("FG_WIDTH@1   1024         512", ls[2]);
-    EXPECT_EQ(0u, ls[3].find("2 parameters differ (")) << ls[3];
-    EXPECT_EQ("PARAMETER    b.mcf          board", ls[4]);
-    EXPECT_EQ("FG_FORMAT@0  FG_GRAY16 (1)  FG_GRAY (3)", ls[5]);
-    EXPECT_EQ(0u, ls[7].find("2 parameters differ")) << ls[7];
-    EXPECT_EQ(0u, ls[8].find("no differences (120 parameters compared)")) << ls[8];
-}
-
-TEST(ToolDiffReset, ResetWritesTheDefaultValuesAgain) {
-    const std::vector<std::string> changes = {
-        "set", "FG_WIDTH=2048",        "set", "FG_XOFFSET=512",       "set", "FG_FORMAT=FG_GRAY12@1",
-        "set", "FG_LINEPERIODE=100@1", "set", "FG_PROCESSING_GAIN=2", "set", "FG_CAMERASIMULATOR_SELECT_MODE=0@1"};
-    const std::vector<std::string> reads = {"get", "FG_WIDTH",
-                                            "get", "FG_XOFFSET",
-                                            "get", "FG_FORMAT@1",
-                                            "get", "FG_LINEPERIODE@1",
-                                            "get", "FG_PROCESSING_GAIN",
-                                            "get", "FG_LUT_VALUE",
-                                            "get", "FG_CAMERASIMULATOR_SELECT_MODE@1"};
-    const std::string defaults =
-        "FG_WIDTH@0 = 1024\nFG_XOFFSET@0 = 0\nFG_FORMAT@1 = FG_GRAY (3)\n"
-        "FG_LINEPERIODE@1 = 200\nFG_PROCESSING_GAIN@0 = 1\n"
-        "FG_LUT_VALUE@0 = 4096 values: 0, 1, 2, 3, ..., 4095\n"
-        "FG_CAMERASIMULATOR_SELECT_MODE@1 = FG_LINERATE (1)\n";
-    std::vector<std::string> args = changes;
-    args.push_back("reset");
-    args.insert(args.end(), reads.begin(), reads.end());
-    Outcome r = run(args);
-    EXPECT_RUN(r, 0);
-    EXPECT_EQ("", r.err);
-    EXPECT_TRUE(contains(r.out, "port 0: default values written")) << r.out;
-    EXPECT_EQ(defaults, r.out.substr(r.out.find("FG_WIDTH@0 = 1024")));
-    // One port only: the other keeps its values.
-    args = changes;
-    args.insert(args.end(), {"reset", "--port", "1", "get", "FG_WIDTH", "get", "FG_FORMAT@1"});
-    Outcome one = run(args);
-    EXPECT_RUN(one, 0);
-    EXPECT_TRUE(contains(one.out, "port 1: default values written")) << one.out;
-    EXPECT_FALSE(contains(one.out, "port 0: default values written")) << one.out;
-    EXPECT_TRUE(contains(one.out, "FG_WIDTH@0 = 2048\nFG_FORMAT@1 = FG_GRAY (3)\n")) << one.out;
-    // Without the default values written at the start, they are not known.
-    Outcome none = run({"--no-defaults", "reset"});
-    EXPECT_RUN(none, 1);
-    EXPECT_TRUE(contains(none.err, "the default values are not known")) << none.err;
-}
-
-// ---- scripts and files the tool writes ---------------------------------------------------
-
-TEST(ToolScript, AUsageErrorAnywhereMeansNothingRuns) {
-    std::remove("never.mcf");
-    writeFile("late-error.txt", "set FG_WIDTH=2048\nsave never.mcf\n\nget FG_WIDTH extra\n");
-    Outcome r = run({"info", "--script", "late-error.txt", "get", "FG_WIDTH"});
-    EXPECT_RUN(r, 2);
-    EXPECT_EQ("", r.out);
-    EXPECT_TRUE(contains(r.err, "late-error.txt:4: unexpected 'extra'")) << r.err;
-    EXPECT_FALSE(fileExists("never.mcf"));
-
-    struct Case {
-        std::vector<std::string> args;
-        std::string input;
-        int status;
-        const char* message;
-    } cases[] = {
-        {{"--script", "."}, "", 1, "cannot read script '.': it is a directory"},
-        {{"--script", "/dev/zero"}, "", 1, "not a regular file"},
-        {{"-"}, std::string("get FG_WIDTH\n\0\n", 15), 2, "<stdin>:2: binary data"},
-        {{"-"},
-         "get FG_WIDTH\nset FG_LUT_SAVE_FILE=" + std::string(5000, 'x') + "\n",
-         2,
-         "<stdin>:2: line longer than 4096 characters"},
-        {{"-", "-"}, "", 2, "standard input can be read only once"},
-    };
-    for (const Case& c : cases) {
-        Outcome o = run(c.args, c.input);
-        EXPECT_RUN(o, c.status);
-        EXPECT_TRUE(contains(o.err, c.message)) << o.err;
-        EXPECT_EQ("", o.out);
-    }
-}
-
-TEST(ToolFiles, XmlOutputReplacesAFileOnlyWhenComplete) {
-    writeFile("kept.xml", "the old document\n");
-    ASSERT_EQ(0, chmod("kept.xml", 0640));
-    // A file size limit makes the write fail part-way; the old file stays.
-    Outcome r = runProgram({"/bin/sh", "-c", "ulimit -f 8; exec \"$0\" \"$@\"", tool(), "xml", "-o", "kept.xml"}, "");
-    EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.err, "xml -o kept.xml: cannot write 'kept.xml': File too large")) << r.err;
-    EXPECT_EQ("the old document\n", readFile("kept.xml"));
-    Outcome ls = runProgram({"/bin/sh", "-c", "ls -a | grep -c '^\\.kept\\.xml\\.' || true"}, "");
-    EXPECT_EQ("0\n", ls.out) << "no temporary file is left behind";
-    // A complete write replaces it and keeps its permission bits.
-    Outcome ok = run({"xml", "-o", "kept.xml"});
-    EXPECT_RUN(ok, 0);
-    EXPECT_TRUE(contains(readFile("kept.xml"), "<RegisterDescription"));
-    struct stat st;
-    ASSERT_EQ(0, stat("kept.xml", &st));
-    EXPECT_EQ(0640u, st.st_mode & 07777u);
-}
-
-// ---- interactive session, version, completion and manual page --------------------------
-
-TEST(ToolSession, ATerminalSessionKeepsTheBoardOpenAndGoesOnAfterAMistake) {
-    int master = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_GE(master, 0);
-    ASSERT_EQ(0, grantpt(master));
-    ASSERT_EQ(0, unlockpt(master));
-    const std::string slave = ptsname(master);
-    const std::string out = "session.out", errFile = "session.err";
-    posix_spawn_file_actions_t fa;
-    posix_spawn_file_actions_init(&fa);
-    posix_spawn_file_actions_addopen(&fa, 0, slave.c_str(), O_RDWR, 0);
-    posix_spawn_file_actions_addopen(&fa, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&fa, 2, errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    std::vector<char*> argv = {const_cast<char*>(tool()), const_cast<char*>("-"), nullptr};
-    pid_t pid = 0;
-    ASSERT_EQ(0, posix_spawn(&pid, argv[0], &fa, nullptr, argv.data(), environ));
-    posix_spawn_file_actions_destroy(&fa);
-    const std::string typed = "set FG_WIDTH=2048\nbogus\nget FG_WIDTH\n\x04";
-    ASSERT_EQ(static_cast<ssize_t>(typed.size()), write(master, typed.data(), typed.size()));
-    int st = 0;
-    // The terminal echoes what was typed; read it so that nothing blocks.
-    char buf[256];
-    while (waitpid(pid, &st, WNOHANG) == 0) {
-        if (read(master, buf, sizeof buf) <= 0) usleep(1000);
-    }
-    close(master);
-    ASSERT_TRUE(WIFEXITED(st));
-    EXPECT_EQ(2, WEXITSTATUS(st)) << "a mistake in the session shows in the exit status";
-    EXPECT_EQ("FG_WIDTH@0 = 2048\nFG_WIDTH@0 = 2048\n", readFile(out));
-    const std::string e = readFile(errFile);
-    EXPECT_TRUE(contains(e, "appletctl> ")) << e;
-    EXPECT_TRUE(contains(e, "<stdin>:2: unknown command 'bogus'")) << e;
-}
+// ---- version, completion and manual page --------------------------------------------
 
 TEST(ToolDocuments, VersionCompletionAndManualPage) {
-    Outcome v = run({"--version"});
+    Outcome v = run("--version");
     EXPECT_RUN(v, 0);
     EXPECT_EQ(0u, v.out.find("appletctl ")) << v.out;
     EXPECT_GT(v.out.size(), std::string("appletctl \n").size());
@@ -876,19 +664,15 @@ TEST(ToolDocuments, VersionCompletionAndManualPage) {
     const char* completion = std::getenv("APPLETCTL_COMPLETION");
     const char* manpage = std::getenv("APPLETCTL_MANPAGE");
     ASSERT_TRUE(completion && manpage);
-    EXPECT_EQ(readFile(completion), run({"--completion", "bash"}).out) << "the build tree holds the current script";
+    EXPECT_EQ(readFile(completion), run("--completion bash").out) << "the build tree holds the current script";
     struct Case {
-        std::vector<std::string> words;  // after the tool; the last one is completed
+        Args words;  // after the tool; the last one is completed
         const char* expected;
     } cases[] = {
-        {{"desc"}, "describe\n"},
-        {{"get", "FG_WID"}, "FG_WIDTH\n"},
-        {{"set", "FG_XOFF"}, "FG_XOFFSET=\n"},
-        {{"lut", "lo"}, "load\n"},
-        {{"list", "--po"}, "--port\n"},
-        {{"help", "chec"}, "check\n"},
-        {{"get", "FG_WIDTH", "res"}, "reset\n"},
-        {{"xml", "--port", ""}, "0\n1\n"},
+        {"desc", "describe\n"},           {"get FG_WID", "FG_WIDTH\n"},
+        {"set FG_XOFF", "FG_XOFFSET=\n"}, {"lut lo", "load\n"},
+        {"list --po", "--port\n"},        {"help chec", "check\n"},
+        {"get FG_WIDTH res", "reset\n"},  {{"xml", "--port", ""}, "0\n1\n"},
     };
     for (const Case& c : cases) {
         std::string words = "'" + std::string(tool()) + "'";
@@ -904,62 +688,13 @@ TEST(ToolDocuments, VersionCompletionAndManualPage) {
     // The manual page renders without warnings and lists every command.
     Outcome m = runProgram({"/bin/sh", "-c", "MANWIDTH=200 man -l -P cat \"$0\" 2>&1", manpage}, "");
     EXPECT_RUN(m, 0);
-    for (const char* part : {"appletctl - drive a frame-grabber board", "describe NAME[@P]", "lut load FILE [--port P]",
-                             "--keep-going", "EXIT STATUS"}) {
-        EXPECT_TRUE(contains(m.out, part)) << part;
-    }
-    Outcome g = runProgram({"/bin/sh", "-c", "groff -man -ww -z \"$0\" 2>&1", manpage}, "");
-    EXPECT_EQ("", g.out);
+    EXPECT_TRUE(hasParts(
+        m.out,
+        "appletctl - drive a frame-grabber board|describe NAME[@P]|lut load FILE [--port P]|--keep-going|EXIT STATUS"));
+    EXPECT_EQ("", runProgram({"/bin/sh", "-c", "groff -man -ww -z \"$0\" 2>&1", manpage}, "").out);
 }
-
-// ---- odd input -----------------------------------------------------------------------
-
-TEST(ToolRobustness, OddInputNeverCrashes) {
-    const std::string longName(100000, 'A');
-    const std::string longText = "FG_LUT_SAVE_FILE=" + std::string(5000, 'x') + ".lut";
-    struct Case {
-        std::vector<std::string> args;
-        int status;
-    } cases[] = {
-        {{"set", "="}, 2},
-        {{"get", "@"}, 1},
-        {{"get", "@1"}, 2},
-        {{"set", "FG_WIDTH=@9"}, 1},
-        {{"set", "FG_WIDTH=1024@"}, 1},
-        {{"set", "FG_WIDTH==1024"}, 1},
-        {{"get", "FG_WIDTH@99999999999"}, 1},
-        {{"get", longName}, 1},
-        {{"set", "FG_WIDTH=" + longName}, 1},
-        {{"set", longText}, 1},
-        {{"save", longName + ".mcf"}, 1},
-        {{"set", std::string("FG_WIDTH\x01=\xFF\xFE")}, 1},
-        {{"set", "FG_LUT_SAVE_FILE=\xB5s.lut"}, 0},
-    };
-    for (const Case& c : cases) {
-        Outcome r = run(c.args);
-        EXPECT_RUN(r, c.status);
-        EXPECT_LT(r.err.size(), 2000u) << "messages cut long arguments";
-        EXPECT_TRUE(validUtf8(r.out) && validUtf8(r.err)) << r.err;
-    }
-    std::remove("\xB5s.lut");
-
-    // Random bytes as a script.
-    std::string noise;
-    unsigned x = 12345;
-    for (int i = 0; i < 20000; ++i) {
-        x = x * 1103515245u + 12345u;
-        noise += static_cast<char>((x >> 16) & 0xFF);
-    }
-    Outcome r = run({"-k", "-"}, noise);
-    ASSERT_TRUE(r.exited);
-    EXPECT_TRUE(r.status == 1 || r.status == 2) << r.status;
-}
-
-}  // namespace
 
 // ---- grab ------------------------------------------------------------------------------
-
-namespace {
 
 // A decoded image file: its size, its bit depth (PGM: from maxval; PNG: the
 // sample depth) and every sample.
@@ -973,23 +708,14 @@ struct Decoded {
 Decoded readPgm(const std::string& path) {
     Decoded d;
     const std::string f = readFile(path);
-    size_t pos = 0;
-    auto number = [&](uint32_t* v) {
-        while (pos < f.size() && std::isspace(static_cast<unsigned char>(f[pos]))) ++pos;
-        if (pos >= f.size() || !std::isdigit(static_cast<unsigned char>(f[pos]))) return false;
-        *v = 0;
-        while (pos < f.size() && std::isdigit(static_cast<unsigned char>(f[pos]))) *v = *v * 10 + (f[pos++] - '0');
-        return true;
-    };
-    if (f.compare(0, 2, "P5") != 0) return d.why = path + ": no binary PGM", d;
-    pos = 2;
-    if (!number(&d.width) || !number(&d.height) || !number(&d.maxval) || d.maxval == 0 || d.maxval > 65535)
-        return d.why = path + ": bad header", d;
-    ++pos;  // the one whitespace before the samples
-    const size_t bytes = d.maxval > 255 ? 2 : 1, n = size_t(d.width) * d.height;
-    if (f.size() - pos != n * bytes) return d.why = path + ": " + std::to_string(f.size() - pos) + " sample bytes", d;
+    int pos = 0;  // the header, then the one whitespace before the samples
+    if (std::sscanf(f.c_str(), "P5 %u %u %u%n", &d.width, &d.height, &d.maxval, &pos) != 3 || d.maxval == 0 ||
+        d.maxval > 65535 || std::isspace(static_cast<unsigned char>(f[size_t(pos)])) == 0)
+        return d.why = path + ": no binary PGM header", d;
+    const size_t bytes = d.maxval > 255 ? 2 : 1, n = size_t(d.width) * d.height, at = size_t(pos) + 1;
+    if (f.size() - at != n * bytes) return d.why = path + ": " + std::to_string(f.size() - at) + " sample bytes", d;
     for (size_t i = 0; i < n; ++i) {
-        const unsigned char* p = reinterpret_cast<const unsigned char*>(f.data() + pos + i * bytes);
+        const unsigned char* p = reinterpret_cast<const unsigned char*>(f.data() + at + i * bytes);
         d.samples.push_back(bytes == 1 ? p[0] : uint32_t(p[0]) << 8 | p[1]);
     }
     while ((1u << d.depth) - 1 < d.maxval) ++d.depth;
@@ -998,30 +724,17 @@ Decoded readPgm(const std::string& path) {
 }
 
 #ifdef TEST_HAVE_PNG
-struct PngInput {
-    std::string bytes;
-    size_t pos = 0;
-};
-
 void pngFailed(png_structp png, png_const_charp) { png_longjmp(png, 1); }
-void pngRead(png_structp png, png_bytep to, size_t n) {
-    PngInput* in = static_cast<PngInput*>(png_get_io_ptr(png));
-    if (n > in->bytes.size() - in->pos) png_error(png, "truncated");
-    std::memcpy(to, in->bytes.data() + in->pos, n);
-    in->pos += n;
-}
 
-Decoded readPng(const std::string& path) {
+Decoded readPng(std::FILE* f, const std::string& path) {
     Decoded d;
-    PngInput in;
-    in.bytes = readFile(path);
     png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, pngFailed, nullptr);
     png_infop info = png_create_info_struct(png);
     std::vector<png_byte> row;
     if (setjmp(png_jmpbuf(png))) {
         d.why = path + ": not a PNG libpng reads";
     } else {
-        png_set_read_fn(png, &in, pngRead);
+        png_init_io(png, f);
         png_read_info(png, info);
         d.width = png_get_image_width(png, info);
         d.height = png_get_image_height(png, info);
@@ -1044,7 +757,14 @@ Decoded readPng(const std::string& path) {
 
 Decoded readImage(const std::string& path) {
 #ifdef TEST_HAVE_PNG
-    if (path.size() > 4 && path.compare(path.size() - 4, 4, ".png") == 0) return readPng(path);
+    if (path.size() > 4 && path.compare(path.size() - 4, 4, ".png") == 0) {
+        std::FILE* f = std::fopen(path.c_str(), "rb");
+        Decoded d;
+        if (f == nullptr) return d.why = path + ": missing", d;
+        d = readPng(f, path);
+        std::fclose(f);
+        return d;
+    }
 #endif
     return readPgm(path);
 }
@@ -1086,23 +806,6 @@ uint32_t fileValue(const GrabCase& g, uint32_t v, bool png) {
     return png && bits > 8 ? value << (16 - bits) : value;
 }
 
-std::vector<std::string> programArgs(const GrabCase& g) {
-    const std::string at = "@" + std::to_string(g.port);
-    std::vector<std::string> a;
-    for (const std::string& s : std::vector<std::string>{
-             "FG_CAMERASIMULATOR_ENABLE=1", "FG_CAMERASIMULATOR_WIDTH=" + std::to_string(kSimWidth),
-             "FG_CAMERASIMULATOR_HEIGHT=" + std::to_string(kSimHeight),
-             "FG_CAMERASIMULATOR_PATTERN=" + std::to_string(g.pattern),
-             "FG_CAMERASIMULATOR_PATTERN_OFFSET=" + std::to_string(kOffset), "FG_CAMERASIMULATOR_ROLL=1",
-             "FG_PIXELFORMAT=" + std::to_string(g.pixelFormat), "FG_WIDTH=" + std::to_string(kWidth),
-             "FG_HEIGHT=" + std::to_string(kHeight), "FG_FORMAT=" + std::to_string(g.format),
-             "FG_BITALIGNMENT=" + std::to_string(g.alignment)}) {
-        a.push_back("set");
-        a.push_back(s + at);
-    }
-    return a;
-}
-
 TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
     const GrabCase cases[] = {
         {"gray8", 0, 257, 3, 1, 3, ".pgm", false, 3},        {"gray10-right", 0, 258, 21, 0, 3, ".pgm", false, 2},
@@ -1113,23 +816,26 @@ TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
     for (const GrabCase& g : cases) {
         SCOPED_TRACE(g.name);
         const std::string base = std::string("grab_") + g.name;
-        const std::string pattern = base + (g.strip ? "" : "-%03d") + g.type;
-        std::vector<std::string> args = programArgs(g);
-        for (const char* a : {"grab", "--port", "", "-n", "", "-o", ""}) args.push_back(a);
-        args[args.size() - 5] = std::to_string(g.port);
-        args[args.size() - 3] = std::to_string(g.frames);
-        args.back() = pattern;
-        if (g.strip) args.push_back("--strip");
+        auto set = [&](const char* name, uint32_t v) {
+            return std::string("set ") + name + "=" + std::to_string(v) + "@" + std::to_string(g.port) + " ";
+        };
+        const std::string command =
+            set("FG_CAMERASIMULATOR_ENABLE", 1) + set("FG_CAMERASIMULATOR_WIDTH", kSimWidth) +
+            set("FG_CAMERASIMULATOR_HEIGHT", kSimHeight) + set("FG_CAMERASIMULATOR_PATTERN", g.pattern) +
+            set("FG_CAMERASIMULATOR_PATTERN_OFFSET", kOffset) + set("FG_CAMERASIMULATOR_ROLL", 1) +
+            set("FG_PIXELFORMAT", g.pixelFormat) + set("FG_WIDTH", kWidth) + set("FG_HEIGHT", kHeight) +
+            set("FG_FORMAT", g.format) + set("FG_BITALIGNMENT", g.alignment) + "grab --port " + std::to_string(g.port) +
+            " -n " + std::to_string(g.frames) + " -o " + base + (g.strip ? "" : "-%03d") + g.type +
+            (g.strip ? " --strip" : "");
         const bool png = std::string(g.type) == ".png";
+        Outcome r = run(command);
 #ifndef TEST_HAVE_PNG
         if (png) {
-            Outcome r = run(args);
             EXPECT_RUN(r, 2);
             EXPECT_TRUE(contains(r.err, "writes no PNG")) << r.err;
             continue;
         }
 #endif
-        Outcome r = run(args);
         EXPECT_RUN(r, 0);
         EXPECT_TRUE(contains(r.out, "port " + std::to_string(g.port) + ": " + std::to_string(g.frames) + " frames"))
             << r.out;
@@ -1149,8 +855,8 @@ TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
             size_t wrong = 0;
             for (uint32_t y = 0; y < rows; ++y)
                 for (uint32_t x = 0; x < kWidth; ++x) {
-                    const uint32_t pic = g.strip ? 1 + y / kHeight : k;
-                    const uint32_t want = fileValue(g, pathValue(g, pic, y % kHeight, x), png);
+                    const uint32_t want =
+                        fileValue(g, pathValue(g, g.strip ? 1 + y / kHeight : k, y % kHeight, x), png);
                     if (d.samples[size_t(y) * kWidth + x] != want && wrong++ < 3)
                         ADD_FAILURE() << path << " pixel (" << x << ", " << y
                                       << "): " << d.samples[size_t(y) * kWidth + x] << ", expected " << want;
@@ -1160,18 +866,10 @@ TEST(ToolGrab, FramesDecodeToTheImagesTheSdkValuesDescribe) {
     }
 }
 
-size_t temporaryFilesOf(const std::string& name) {
-    Outcome ls = runProgram({"/bin/sh", "-c", "ls -a | grep -c '^\\." + name + "\\.' || true"}, "");
-    return std::strtoul(ls.out.c_str(), nullptr, 10);
-}
-
 TEST(ToolGrab, ATriggeredPortWithoutTriggerTimesOutAndLeavesTheOldStrip) {
     writeFile("grab_kept.pgm", "the old strip\n");
-    const std::vector<std::string> triggered = {"set", "FG_HEIGHT=8",          "set", "FG_IMGTRIGGERMODE=ASYNC_TRIGGER",
-                                                "set", "FG_IMGTRIGGERINSRC=-1"};
-    std::vector<std::string> args = triggered;
-    for (const char* a : {"grab", "-n", "2", "--timeout", "1", "--strip", "-o", "grab_kept.pgm"}) args.push_back(a);
-    Outcome r = run(args);
+    const std::string triggered = "set FG_HEIGHT=8 set FG_IMGTRIGGERMODE=ASYNC_TRIGGER set FG_IMGTRIGGERINSRC=-1 ";
+    Outcome r = run((triggered + "grab -n 2 --timeout 1 --strip -o grab_kept.pgm").c_str());
     EXPECT_RUN(r, 1);
     EXPECT_TRUE(contains(r.err, "time-out: picture 1 did not come within 1 s (0 of 2 frames written)")) << r.err;
     EXPECT_TRUE(contains(r.err, "grab_kept.pgm not written")) << r.err;
@@ -1179,10 +877,7 @@ TEST(ToolGrab, ATriggeredPortWithoutTriggerTimesOutAndLeavesTheOldStrip) {
     EXPECT_EQ(0u, temporaryFilesOf("grab_kept\\.pgm"));
 
     // One software trigger per frame brings the frames.
-    args = triggered;
-    for (const char* a : {"grab", "-n", "3", "-t", "2", "--software-trigger", "-o", "grab_trig.pgm"}) args.push_back(a);
-    r = run(args);
-    EXPECT_RUN(r, 0);
+    EXPECT_RUN(run((triggered + "grab -n 3 -t 2 --software-trigger -o grab_trig.pgm").c_str()), 0);
     for (const char* f : {"grab_trig-0001.pgm", "grab_trig-0002.pgm", "grab_trig-0003.pgm"}) {
         const Decoded d = readPgm(f);
         ASSERT_TRUE(d.ok) << d.why;
@@ -1192,83 +887,10 @@ TEST(ToolGrab, ATriggeredPortWithoutTriggerTimesOutAndLeavesTheOldStrip) {
     }
 }
 
-TEST(ToolGrab, LostFramesAndFailedWritesFailTheCommand) {
-    // A ring of two buffers at a million lines per second: the board
-    // overwrites frames long before the tool has written them.
-    Outcome r = run({"set", "FG_CAMERASIMULATOR_ENABLE=1", "set", "FG_CAMERASIMULATOR_LINERATE=1000000", "set",
-                     "FG_HEIGHT=8", "grab", "-n", "200", "--buffers", "2", "-o", "grab_lost-%d.pgm"});
-    EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.err, "frames lost")) << r.err;
-
-    r = run({"grab", "-o", "grab_no_such_dir/frame.pgm"});
-    EXPECT_RUN(r, 1);
-    EXPECT_TRUE(contains(r.err, "cannot write 'grab_no_such_dir/frame.pgm': No such file or directory")) << r.err;
-}
-
 TEST(ToolGrab, ProgressLineOnATerminal) {
-    int master = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_GE(master, 0);
-    ASSERT_EQ(0, grantpt(master));
-    ASSERT_EQ(0, unlockpt(master));
-    const std::string slave = ptsname(master);
-    posix_spawn_file_actions_t fa;
-    posix_spawn_file_actions_init(&fa);
-    posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&fa, 2, slave.c_str(), O_RDWR, 0);
-    std::vector<std::string> args = {tool(), "set", "FG_HEIGHT=8", "grab", "-n", "3", "-o", "grab_tty-%d.pgm"};
-    std::vector<char*> argv;
-    for (std::string& a : args) argv.push_back(&a[0]);
-    argv.push_back(nullptr);
-    pid_t pid = 0;
-    ASSERT_EQ(0, posix_spawn(&pid, argv[0], &fa, nullptr, argv.data(), environ));
-    posix_spawn_file_actions_destroy(&fa);
-    std::string shown;
-    char buf[256];
-    int st = 0;
-    fcntl(master, F_SETFL, O_NONBLOCK);
-    for (;;) {
-        const ssize_t n = read(master, buf, sizeof buf);
-        if (n > 0)
-            shown.append(buf, static_cast<size_t>(n));
-        else if (waitpid(pid, &st, WNOHANG) != 0)
-            break;
-        else
-            usleep(1000);
-    }
-    close(master);
-    ASSERT_TRUE(WIFEXITED(st));
-    EXPECT_EQ(0, WEXITSTATUS(st));
-    EXPECT_TRUE(contains(shown, "grab: 3/3 frames")) << shown;
-    EXPECT_TRUE(contains(shown, " fps ")) << shown;
-    EXPECT_TRUE(contains(shown, " MB/s  0 lost")) << shown;
-}
-
-TEST(ToolGrab, OptionErrorsRunNothing) {
-    struct Case {
-        std::vector<std::string> args;
-        int status;
-        const char* message;
-    } cases[] = {
-        {{"grab", "-o", "frame.tif"}, 2, "grab: 'frame.tif': the name must end in .pgm or .png"},
-        {{"grab", "-o", "f%d-%d.pgm"}, 2, "one number directive"},
-        {{"grab", "-o", "f%s.pgm"}, 2, "one number directive"},
-        {{"grab", "-n", "0"}, 2, "expected a whole number from 1"},
-        {{"grab", "--timeout", "-1"}, 2, "expected a number of seconds above 0"},
-        {{"grab", "--strip", "yes"}, 2, "unknown command 'yes'"},
-        {{"grab", "-o"}, 2, "-o needs a value"},
-        {{"grab", "--port", "2"}, 1, "ports 0 and 1"},
-    };
-    for (const Case& c : cases) {
-        std::vector<std::string> args = {"set", "FG_WIDTH=64"};
-        args.insert(args.end(), c.args.begin(), c.args.end());
-        Outcome r = run(args);
-        EXPECT_RUN(r, c.status);
-        EXPECT_TRUE(contains(r.err, c.message)) << r.err;
-        if (c.status == 2) {
-            EXPECT_EQ("", r.out) << "nothing runs";
-        }
-    }
-    EXPECT_FALSE(fileExists("frame-0001.pgm"));
+    Outcome r = runOnTerminal("set FG_HEIGHT=8 grab -n 3 -o grab_tty-%d.pgm", "");
+    EXPECT_RUN(r, 0);
+    EXPECT_TRUE(hasParts(r.err, "grab: 3/3 frames| fps | MB/s  0 lost"));
 }
 
 }  // namespace

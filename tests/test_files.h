@@ -1,4 +1,5 @@
-// Whole files as strings, for the tests that compare what a save wrote.
+// Whole files as strings, for the tests that compare what a save wrote or
+// hand a reader a file.
 #ifndef ORV_TESTS_TEST_FILES_H
 #define ORV_TESTS_TEST_FILES_H
 
@@ -6,6 +7,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace orvtest {
 
@@ -25,6 +27,14 @@ inline bool writeFile(const std::string& path, const std::string& text) {
     if (f == nullptr) return false;
     const bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
     return std::fclose(f) == 0 && ok;
+}
+
+// A lookup-table file in the single-table form the format defines.
+inline std::string lutFileText(const std::vector<unsigned>& entries) {
+    std::string s = "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=" + std::to_string(entries.size()) +
+                    ";\nformat=0;\nnumber=0;\n";
+    for (size_t i = 0; i < entries.size(); ++i) s += std::to_string(i) + "," + std::to_string(entries[i]) + ";\n";
+    return s;
 }
 
 // The number of names in a directory, hidden ones included (not "." and "..").

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "Fg_LutFileParser.h"
@@ -14,8 +15,9 @@
 namespace {
 
 using Entries = std::vector<unsigned int>;
+using Doubles = std::vector<double>;
 
-// A table record that owns entries given by the test (not by the reader).
+// Table records that own entries given by the test (not by the reader).
 struct Table {
     explicit Table(Entries v, unsigned int id = 3, unsigned int format = 0, unsigned char number = 0)
         : entries(std::move(v)), t{entries.data(), id, static_cast<unsigned int>(entries.size()), format, number} {}
@@ -24,34 +26,36 @@ struct Table {
 };
 
 struct Knee {
-    explicit Knee(std::vector<double> v) : entries(std::move(v)) {
+    explicit Knee(Doubles v) : entries(std::move(v)) {
         std::memset(&t, 0, sizeof t);
         t.value = entries.data();
         t.nrOfElements = static_cast<unsigned int>(entries.size());
     }
-    std::vector<double> entries;
+    Doubles entries;
     KneeLookupTable t;
 };
 
-// A table record filled by the reader; releases what the reader allocated.
-struct ReadTable {
-    ReadTable() { std::memset(&t, 0, sizeof t); }
-    ~ReadTable() { Fg_LutFileParser::releaseLut(&t); }
-    Entries entries() const { return t.lut != nullptr ? Entries(t.lut, t.lut + t.nrOfElements) : Entries(); }
-    LookupTable t;
-};
+const unsigned int* valuesOf(const LookupTable& t) { return t.lut; }
+const double* valuesOf(const KneeLookupTable& t) { return t.value; }
 
-struct ReadKnee {
-    explicit ReadKnee(unsigned int n) {
+// A table record filled by the reader (`n`: the count a knee reader is given);
+// releases what the reader allocated.
+template <typename Record>
+struct Read {
+    explicit Read(unsigned int n = 0) {
         std::memset(&t, 0, sizeof t);
         t.nrOfElements = n;
     }
-    ~ReadKnee() { Fg_LutFileParser::releaseLut(&t); }
-    std::vector<double> entries() const {
-        return t.value != nullptr ? std::vector<double>(t.value, t.value + t.nrOfElements) : std::vector<double>();
+    ~Read() { Fg_LutFileParser::releaseLut(&t); }
+    auto entries() const {
+        using Value = std::remove_const_t<std::remove_pointer_t<decltype(valuesOf(t))>>;
+        const Value* v = valuesOf(t);
+        return v != nullptr ? std::vector<Value>(v, v + t.nrOfElements) : std::vector<Value>();
     }
-    KneeLookupTable t;
+    Record t;
 };
+using ReadTable = Read<LookupTable>;
+using ReadKnee = Read<KneeLookupTable>;
 
 class LutFile : public supporttest::ScratchDir {
 protected:
@@ -68,38 +72,27 @@ protected:
 
 // --------------------------------------------------------- written forms --
 
-TEST_F(LutFile, SingleTableForm) {
-    Table table({0, 7, 4095});
-    ASSERT_EQ(0, parser.saveLutToFile(path("single.lut").c_str(), &table.t));
-    EXPECT_EQ(
-        "# Lut data file v1.1\n\n\n\n[gray]\n\nid=3;\nnrOfElements=3;\nformat=0;\nnumber=0;\n0,0;\n1,7;\n2,4095;\n",
-        read(path("single.lut")));
-    // keys are printed as integers
-    Table keys({1}, 4000000000u, 2, 255);
-    ASSERT_EQ(0, parser.saveLutToFile(path("keys.lut").c_str(), &keys.t));
-    EXPECT_EQ("# Lut data file v1.1\n\n\n\n[gray]\n\nid=-294967296;\nnrOfElements=1;\nformat=2;\nnumber=255;\n0,1;\n",
-              read(path("keys.lut")));
-}
-
-TEST_F(LutFile, ThreeChannelForm) {
+TEST_F(LutFile, WrittenFormsByteForByte) {
+    Table keys({1}, 4000000000u, 2, 255);  // keys are printed as integers
     Table red({1, 2}, 3), green({3}, 4), blue({}, 5, 1, 9);
+    Knee knee({0.0, 0.5, 1.0 / 3.0, -2.25}), r({1.0}), g({2.0}), b({0.125});
+    ASSERT_EQ(0, parser.saveLutToFile(path("keys.lut").c_str(), &keys.t));
     ASSERT_EQ(0, parser.saveLutToFile(path("rgb.lut").c_str(), &red.t, &green.t, &blue.t));
+    ASSERT_EQ(0, parser.saveLutToFile(path("knee.lut").c_str(), &knee.t, "[gray]"));
+    ASSERT_EQ(0, parser.saveLutToFile(path("knee3.lut").c_str(), &r.t, &g.t, &b.t));
+    EXPECT_EQ(
+        std::string(
+            "# Lut data file v1.1\n\n\n\n[gray]\n\nid=-294967296;\nnrOfElements=1;\nformat=2;\nnumber=255;\n0,1;\n"),
+        read(path("keys.lut")));
     EXPECT_EQ(
         "# Lut data file v1.1\n\n[red]\n\nid=3;\nnrOfElements=2;\nformat=0;\nnumber=0;\n0,1;\n1,2;\n"
         "\n\n[green]\n\nid=4;\nnrOfElements=1;\nformat=0;\nnumber=0;\n0,3;\n"
         "\n\n[blue]\n\nid=5;\nnrOfElements=0;\nformat=1;\nnumber=9;\n",
         read(path("rgb.lut")));
-}
-
-TEST_F(LutFile, KneeForms) {
-    Knee knee({0.0, 0.5, 1.0 / 3.0, -2.25});
-    ASSERT_EQ(0, parser.saveLutToFile(path("knee.lut").c_str(), &knee.t, "[gray]"));
     EXPECT_EQ(
         "# KneeLut data file v1.0\n\n[gray]\n\n0,0.000000000000;\n1,0.500000000000;\n2,0.333333333333;\n"
         "3,-2.250000000000;\n",
         read(path("knee.lut")));
-    Knee r({1.0}), g({2.0}), b({0.125});
-    ASSERT_EQ(0, parser.saveLutToFile(path("knee3.lut").c_str(), &r.t, &g.t, &b.t));
     EXPECT_EQ(
         "# KneeLut data file v1.1\n\n[red]\n\n0,1.000000000000;\n\n\n[green]\n\n0,2.000000000000;\n"
         "\n\n[blue]\n\n0,0.125000000000;\n",
@@ -144,20 +137,28 @@ TEST_F(LutFile, CreationFailures) {
 
 // ------------------------------------------------------------- read back --
 
-TEST_F(LutFile, SingleTableReadsBack) {
+TEST_F(LutFile, TablesReadBack) {
     Table table({0, 1, 4095, 17, 2048}, 7, 2, 200);
     const std::string p = path("back.lut");
     ASSERT_EQ(0, Fg_LutFileParser().saveLutToFile(p.c_str(), &table.t));
     ReadTable back;
-    ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &back.t, "[gray]"));
-    EXPECT_EQ(7u, back.t.id);
-    EXPECT_EQ(5u, back.t.nrOfElements);
-    EXPECT_EQ(2u, back.t.format);
-    EXPECT_EQ(200, back.t.number);
-    EXPECT_EQ(table.entries, back.entries());
-    // Reading again into the same record replaces (and frees) the entries.
-    ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &back.t, "[gray]"));
-    EXPECT_EQ(table.entries, back.entries());
+    for (int pass = 0; pass < 2; ++pass) {  // reading again into the same record replaces (and frees) the entries
+        ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &back.t, "[gray]"));
+        EXPECT_EQ(7u, back.t.id);
+        EXPECT_EQ(2u, back.t.format);
+        EXPECT_EQ(200, back.t.number);
+        EXPECT_EQ(table.entries, back.entries());
+    }
+    // Knee tables take the caller's count.
+    Knee knee({0.25, -1.5, 1.0 / 3.0}), r({1.0}), g({2.0}), b({3.0});
+    ASSERT_EQ(0, parser.saveLutToFile(p.c_str(), &knee.t, "[gray]"));
+    ReadKnee kneeBack(4), rb(1), gb(1), bb(1);
+    ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &kneeBack.t, "[gray]"));
+    EXPECT_EQ((Doubles{0.25, -1.5, 0.333333333333, 0.0}), kneeBack.entries());
+    ASSERT_EQ(0, parser.saveLutToFile(p.c_str(), &r.t, &g.t, &b.t));
+    ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &rb.t, &gb.t, &bb.t));
+    EXPECT_EQ((std::vector<Doubles>{{1.0}, {2.0}, {3.0}}),
+              (std::vector<Doubles>{rb.entries(), gb.entries(), bb.entries()}));
 }
 
 TEST_F(LutFile, ThreeChannelReadsBackPerSectionWithTheKeysOfTheFirstSection) {
@@ -180,27 +181,9 @@ TEST_F(LutFile, ThreeChannelReadsBackPerSectionWithTheKeysOfTheFirstSection) {
     EXPECT_EQ((Entries{8, 0}), b.entries());
 }
 
-TEST_F(LutFile, KneeTablesReadBackWithTheCallersCount) {
-    Knee knee({0.25, -1.5, 1.0 / 3.0});
-    const std::string p = path("knee.lut");
-    ASSERT_EQ(0, parser.saveLutToFile(p.c_str(), &knee.t, "[gray]"));
-    ReadKnee back(4);
-    ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &back.t, "[gray]"));
-    EXPECT_EQ((std::vector<double>{0.25, -1.5, 0.333333333333, 0.0}), back.entries());
-
-    Knee r({1.0}), g({2.0}), b({3.0});
-    const std::string q = path("knee3.lut");
-    ASSERT_EQ(0, parser.saveLutToFile(q.c_str(), &r.t, &g.t, &b.t));
-    ReadKnee rb(1), gb(1), bb(1);
-    ASSERT_EQ(0, parser.getLutFromFile(q.c_str(), &rb.t, &gb.t, &bb.t));
-    EXPECT_EQ(std::vector<double>{1.0}, rb.entries());
-    EXPECT_EQ(std::vector<double>{2.0}, gb.entries());
-    EXPECT_EQ(std::vector<double>{3.0}, bb.entries());
-}
-
 TEST_F(LutFile, MissingFileFailsAndReleasesTheOldEntries) {
     const std::string missing = path("missing.lut");
-    ReadTable table;
+    ReadTable table, r, g, b;
     table.t.lut = new unsigned int[4]();
     table.t.nrOfElements = 4;
     EXPECT_EQ(-1, parser.getLutFromFile(missing.c_str(), &table.t, "[gray]"));
@@ -209,7 +192,6 @@ TEST_F(LutFile, MissingFileFailsAndReleasesTheOldEntries) {
     EXPECT_TRUE(parser.checkFileType("anything.txt"));
     EXPECT_EQ(-1, parser.getLutFromFile(nullptr, &table.t, "[gray]"));
     EXPECT_EQ(-1, parser.getLutFromFile(path("x").c_str(), static_cast<LookupTable*>(nullptr), "[gray]"));
-    ReadTable r, g, b;
     EXPECT_EQ(-1, parser.getLutFromFile(missing.c_str(), &r.t, &g.t, &b.t));
     ReadKnee knee(3);
     EXPECT_EQ(-1, parser.getLutFromFile(missing.c_str(), &knee.t, "[gray]"));
@@ -229,6 +211,10 @@ TEST_F(LutFile, EntryLinesAreFoundBySubstringAfterTheSection) {
     for (int i = 0; i < 20; ++i)
         if (i != 7) gap += std::to_string(i) + "," + std::to_string(i) + ";\n";
     EXPECT_EQ((Entries{0, 1, 2, 3, 4, 5, 6, 17, 18, 19, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), gray(gap));
+    // long lines are read in pieces: "1,42;" is the second piece of its line
+    EXPECT_EQ((Entries{2147483647u /* saturated */, 42, 2}),
+              gray("nrOfElements=3;\n[gray]\n0,1" + std::string(600, '0') + ";\n" + std::string(300, '#') + "\n" +
+                   std::string(255, ' ') + "1,42;\n2,2;\n"));
 }
 
 TEST_F(LutFile, KeysComeFromTheFirstLineNamingThemAnywhereInTheFile) {
@@ -241,11 +227,9 @@ TEST_F(LutFile, KeysComeFromTheFirstLineNamingThemAnywhereInTheFile) {
 
     // text before the section serves the keys but not the entries; the value of
     // "notes: id=12; nrOfElements=2;" is the text after the line's first separator
-    ASSERT_EQ(0, parser.getLutFromFile(write("preamble.lut",
-                                             "0,99;\nnotes: id=12; nrOfElements=2;\n1,98;\n[gray]\n"
-                                             "0,1;\n1,2;\nid=5;\n")
-                                           .c_str(),
-                                       &table.t, "[gray]"));
+    const std::string p =
+        write("preamble.lut", "0,99;\nnotes: id=12; nrOfElements=2;\n1,98;\n[gray]\n0,1;\n1,2;\nid=5;\n");
+    ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &table.t, "[gray]"));
     EXPECT_EQ(12u, table.t.id);
     EXPECT_EQ((Entries{1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), table.entries());
 }
@@ -284,13 +268,6 @@ TEST_F(LutFile, TruncatedFileKeepsWhatItHas) {
     EXPECT_EQ((Entries{9, 8, 7, 0, 0, 0}), back.entries());
     // cut inside the key lines: no count, no table
     EXPECT_TRUE(gray(text.substr(0, text.find("nrOf") + 6)).empty());
-}
-
-TEST_F(LutFile, LongLinesAreReadInPieces) {
-    EXPECT_EQ((Entries{2147483647u /* saturated */, 42, 2}),
-              gray("nrOfElements=3;\n[gray]\n0,1" + std::string(600, '0') + ";\n" + std::string(300, '#') + "\n" +
-                   std::string(255, ' ') + "1,42;\n" +  // "1,42;" is the second piece
-                   "2,2;\n"));
 }
 
 TEST_F(LutFile, HostileFilesAreHarmless) {
