@@ -16,8 +16,11 @@
 #include <vector>
 
 #include "board_fixture.h"
+#include "check_table.h"
 
 using namespace orvtest;
+using checktable::expectAll;
+using checktable::expectNull;
 
 namespace {
 
@@ -111,12 +114,17 @@ std::vector<uint8_t> expectedPicture(const Sdk& s, uint32_t pic) {
     return out;
 }
 
-void writeLutFile(const char* path, const std::vector<uint32_t>& t) {
-    FILE* f = std::fopen(path, "w");
+void writeFile(const std::string& path, const std::string& data) {
+    FILE* f = std::fopen(path.c_str(), "wb");
     ASSERT_NE(nullptr, f);
-    std::fputs("# Lut data file v1.1\n[gray]\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n", f);
-    for (size_t i = 0; i < t.size(); ++i) std::fprintf(f, "%zu,%u;\n", i, t[i]);
+    EXPECT_EQ(data.size(), std::fwrite(data.data(), 1, data.size(), f));
     std::fclose(f);
+}
+
+void writeLutFile(const char* path, const std::vector<uint32_t>& t) {
+    std::string text = "# Lut data file v1.1\n[gray]\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n";
+    for (size_t i = 0; i < t.size(); ++i) text += std::to_string(i) + "," + std::to_string(t[i]) + ";\n";
+    writeFile(path, text);
 }
 
 // Programs the state through the applet's SDK parameters.
@@ -335,11 +343,9 @@ TEST(Frames, BothPortsAtOnceWithTheirOwnSettings) {
 // ---- status, waits, stops -------------------------------------------------------
 
 struct Running {
-    Running(Board& b, int port, frameindex_t count, int buffers, frameindex_t picCount = 0)
-        : b_(b), port_(port), ring(b, 64 * 8, buffers) {
+    Running(Board& b, int port, int buffers, frameindex_t picCount = 0) : b_(b), port_(port), ring(b, 64 * 8, buffers) {
         program(b, Sdk{}, port);
         EXPECT_EQ(0, Fg_AcquireEx(b.fg(), port, picCount, 0, ring.mem));
-        (void)count;
     }
     ~Running() { Fg_stopAcquireEx(b_.fg(), port_, ring.mem, 0); }
     Board& b_;
@@ -351,7 +357,7 @@ TEST(Acquisition, ARingTheApplicationFallsBehindOnOverwritesAndCountsTheLoss) {
     Board b;
     ASSERT_TRUE(b.ok());
     ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
-    Running run(b, 1, 0, 4, 40);
+    Running run(b, 1, 4, 40);
     const uint64_t overflowEvent = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1");
     // Nothing is taken: waiting for the end by polling, which takes nothing.
     for (int i = 0; i < 5000 && Fg_getLastPicNumberEx(b.fg(), 1, run.ring.mem) < 40; ++i)
@@ -430,36 +436,29 @@ TEST(Acquisition, BadHandlesIndicesAndSizesGetCodes) {
     }
     Ring small(b, 16, 2);
     ASSERT_NE(nullptr, small.mem);
-    Ring theirs(other, 1 << 20, 1);
-    EXPECT_EQ(nullptr, Fg_getBufferPtrEx(b.fg(), 2, small.mem));
-    EXPECT_EQ(nullptr, Fg_getBufferPtrEx(b.fg(), -1, small.mem));
-    EXPECT_EQ(nullptr, Fg_getBufferPtrEx(b.fg(), 0, bogus));
-    EXPECT_EQ(nullptr, Fg_getBufferPtrEx(b.fg(), 0, theirs.mem)) << "another board's ring";
+    Ring theirs(other, 1 << 20, 1);  // another board's ring
+    expectNull({Fg_getBufferPtrEx(b.fg(), 2, small.mem), Fg_getBufferPtrEx(b.fg(), -1, small.mem),
+                Fg_getBufferPtrEx(b.fg(), 0, bogus), Fg_getBufferPtrEx(b.fg(), 0, theirs.mem)});
     EXPECT_NE(nullptr, Fg_getBufferPtrEx(b.fg(), 1, small.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_FreeRingEx(b.fg(), bogus));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, Fg_FreeRingEx(nullptr, small.mem));
     // starting: a ring too small for the frame, someone else's, a bad port
     EXPECT_EQ(FG_ERR_BUFFER_TOO_SMALL, Fg_AcquireEx(b.fg(), 0, 1, 0, small.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_AcquireEx(b.fg(), 0, 1, 0, bogus));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_AcquireEx(b.fg(), 0, 1, 0, theirs.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_AcquireEx(b.fg(), 2, 1, 0, theirs.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getStatusEx(b.fg(), 99, 0, 0, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getFrameFormatEx(b.fg(), 2, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, Fg_getFrameFormatEx(host, 0, nullptr));
+    expectAll(FG_ERR_INVALID_PARAMETER,
+              {Fg_FreeRingEx(b.fg(), bogus), Fg_AcquireEx(b.fg(), 0, 1, 0, bogus),
+               Fg_AcquireEx(b.fg(), 0, 1, 0, theirs.mem), Fg_AcquireEx(b.fg(), 2, 1, 0, theirs.mem),
+               Fg_getStatusEx(b.fg(), 99, 0, 0, nullptr), Fg_getFrameFormatEx(b.fg(), 2, nullptr)});
+    expectAll(FG_ERR_INVALID_BOARD, {Fg_FreeRingEx(nullptr, small.mem), Fg_getFrameFormatEx(host, 0, nullptr)});
     // a running acquisition: busy for a second start and for freeing its ring
     ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
-    Running run(b, 0, 0, 2);
-    EXPECT_EQ(SIM_ERR_BUSY, Fg_AcquireEx(b.fg(), 0, 0, 0, run.ring.mem));
-    EXPECT_EQ(SIM_ERR_BUSY, Fg_AcquireEx(b.fg(), 1, 0, 0, run.ring.mem));
-    EXPECT_EQ(SIM_ERR_BUSY, Fg_FreeRingEx(b.fg(), run.ring.mem));
+    Running run(b, 0, 2);
+    expectAll(SIM_ERR_BUSY, {Fg_AcquireEx(b.fg(), 0, 0, 0, run.ring.mem), Fg_AcquireEx(b.fg(), 1, 0, 0, run.ring.mem),
+                             Fg_FreeRingEx(b.fg(), run.ring.mem)});
     ASSERT_GT(Fg_getLastPicNumberBlockingEx(b.fg(), 1, 0, 5, run.ring.mem), 0);
     std::vector<uint8_t> copy(64 * 8);
     EXPECT_EQ(FG_ERR_BUFFER_TOO_SMALL, Fg_copyPictureEx(b.fg(), 0, 0, copy.data(), 10, run.ring.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_copyPictureEx(b.fg(), 0, 0, nullptr, copy.size(), run.ring.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_copyPictureEx(b.fg(), 0, 1, copy.data(), copy.size(), run.ring.mem));
+    expectAll(FG_ERR_INVALID_PARAMETER, {Fg_copyPictureEx(b.fg(), 0, 0, nullptr, copy.size(), run.ring.mem),
+                                         Fg_copyPictureEx(b.fg(), 0, 1, copy.data(), copy.size(), run.ring.mem)});
     EXPECT_GT(Fg_copyPictureEx(b.fg(), 0, 0, copy.data(), copy.size(), run.ring.mem), 0);
-    EXPECT_EQ(nullptr, Fg_getPicturePtrEx(b.fg(), 0, 0, run.ring.mem));
-    EXPECT_EQ(nullptr, Fg_getPicturePtrEx(b.fg(), 1 << 30, 0, run.ring.mem));
+    expectNull({Fg_getPicturePtrEx(b.fg(), 0, 0, run.ring.mem), Fg_getPicturePtrEx(b.fg(), 1 << 30, 0, run.ring.mem)});
 }
 
 TEST(Acquisition, HostFaultsReachTheCallerAndStartNothing) {
@@ -498,31 +497,16 @@ TEST(Acquisition, CameraPlaysImageFilesLineByLine) {
     ASSERT_TRUE(b.ok());
     ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
     // an 8-bit file of 3 lines and a 16-bit file of 2 lines, 70 pixels wide
-    std::vector<std::vector<uint32_t>> rows;
-    FILE* f8 = std::fopen("a.pgm", "wb");
-    FILE* f16 = std::fopen("b.pgm", "wb");
-    ASSERT_TRUE(f8 && f16);
-    std::fprintf(f8, "P5\n# scene\n70 3\n255\n");
-    std::fprintf(f16, "P5 70 2 65535\n");
-    for (uint32_t y = 0; y < 5; ++y) {
-        rows.emplace_back();
-        for (uint32_t x = 0; x < 70; ++x) {
-            const uint32_t v = y < 3 ? (x * 3 + y * 50) % 256 : (x * 900 + y * 7000) % 65536;
-            rows.back().push_back(v);
-            if (y < 3)
-                std::fputc(static_cast<int>(v), f8);
-            else
-                std::fputc(static_cast<int>(v >> 8), f16), std::fputc(static_cast<int>(v & 0xFF), f16);
-        }
-    }
-    std::fclose(f8);
-    std::fclose(f16);
+    std::string f8 = "P5\n# scene\n70 3\n255\n", f16 = "P5 70 2 65535\n";
+    auto value = [](uint32_t y, uint32_t x) { return y < 3 ? (x * 3 + y * 50) % 256 : (x * 900 + y * 7000) % 65536; };
+    for (uint32_t y = 0; y < 5; ++y)
+        for (uint32_t x = 0; x < 70; ++x)
+            (y < 3 ? f8 : f16.append(1, char(value(y, x) >> 8))).append(1, char(value(y, x) & 0xFF));
+    writeFile("a.pgm", f8);
+    writeFile("b.pgm", f16);
+    writeFile("not-a-picture.txt", "P2 1 1 255 0\n");
     EXPECT_EQ(FG_ERR_FILE_NOT_FOUND, SimBoard_AddCameraImage(b.dev(), 0, "missing.pgm"));
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_AddCameraImage(b.dev(), 2, "a.pgm"));
-    FILE* text = std::fopen("not-a-picture.txt", "w");
-    ASSERT_NE(nullptr, text);
-    std::fputs("P2 1 1 255 0\n", text);
-    std::fclose(text);
     EXPECT_EQ(FG_ERR_FILE_ACCESS, SimBoard_AddCameraImage(b.dev(), 0, "not-a-picture.txt"));
     ASSERT_EQ(0, SimBoard_AddCameraImage(b.dev(), 0, "a.pgm"));
     ASSERT_EQ(0, SimBoard_AddCameraImage(b.dev(), 0, "b.pgm"));
@@ -537,7 +521,7 @@ TEST(Acquisition, CameraPlaysImageFilesLineByLine) {
         ASSERT_NE(nullptr, px);
         for (uint32_t r = 0; r < s.height; ++r)
             for (uint32_t x = 0; x < s.width; ++x) {
-                const uint32_t line = (uint32_t(p - 1) * s.height + r) % 5, v = rows[line][x];
+                const uint32_t line = (uint32_t(p - 1) * s.height + r) % 5, v = value(line, x);
                 ASSERT_EQ(line < 3 ? v << 4 : v >> 4, px[r * s.width + x])
                     << "picture " << p << " row " << r << " x " << x;
             }
