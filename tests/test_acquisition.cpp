@@ -131,13 +131,25 @@ void writeLutFile(const char* path, const std::vector<uint32_t>& t) {
 void program(Board& b, const Sdk& s, int port) {
     auto u = [&](int id, uint32_t v) { ASSERT_EQ(0, b.set(id, v, port)) << "parameter " << id << " = " << v; };
     auto d = [&](int id, double v) { ASSERT_EQ(0, b.setD(id, v, port)) << "parameter " << id << " = " << v; };
-    u(FG_CAMERASIMULATOR_ENABLE, s.simEnable);
-    u(FG_CAMERASIMULATOR_WIDTH, s.simWidth);
-    u(FG_CAMERASIMULATOR_HEIGHT, s.simHeight);
-    u(FG_CAMERASIMULATOR_PATTERN, s.pattern);
-    u(FG_CAMERASIMULATOR_PATTERN_OFFSET, s.offset);
-    u(FG_CAMERASIMULATOR_ROLL, s.roll);
-    u(FG_PIXELFORMAT, s.pixelFormat);
+    using Field = uint32_t Sdk::*;
+    const std::pair<int, Field> source[] = {{FG_CAMERASIMULATOR_ENABLE, &Sdk::simEnable},
+                                            {FG_CAMERASIMULATOR_WIDTH, &Sdk::simWidth},
+                                            {FG_CAMERASIMULATOR_HEIGHT, &Sdk::simHeight},
+                                            {FG_CAMERASIMULATOR_PATTERN, &Sdk::pattern},
+                                            {FG_CAMERASIMULATOR_PATTERN_OFFSET, &Sdk::offset},
+                                            {FG_CAMERASIMULATOR_ROLL, &Sdk::roll},
+                                            {FG_PIXELFORMAT, &Sdk::pixelFormat}};
+    const std::pair<int, Field> region[] = {{FG_WIDTH, &Sdk::width},
+                                            {FG_XOFFSET, &Sdk::xOffset},
+                                            {FG_HEIGHT, &Sdk::height},
+                                            {FG_YOFFSET, &Sdk::yOffset},
+                                            {FG_REVERSE_X, &Sdk::reverseX},
+                                            {FG_FORMAT, &Sdk::format},
+                                            {FG_BITALIGNMENT, &Sdk::alignment},
+                                            {FG_IMG_SELECT_PERIOD, &Sdk::selectPeriod},
+                                            {FG_IMG_SELECT, &Sdk::selectPhase},
+                                            {FG_LINETRIGGERMODE, &Sdk::lineTriggerMode}};
+    for (const auto& f : source) u(f.first, s.*f.second);
     if (s.custom.empty()) {
         d(FG_PROCESSING_GAIN, s.gain);
         d(FG_PROCESSING_GAMMA, s.gamma);
@@ -149,16 +161,7 @@ void program(Board& b, const Sdk& s, int port) {
         u(FG_LUT_TYPE, 0);
         ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, file.c_str(), port));
     }
-    u(FG_WIDTH, s.width);
-    u(FG_XOFFSET, s.xOffset);
-    u(FG_HEIGHT, s.height);
-    u(FG_YOFFSET, s.yOffset);
-    u(FG_REVERSE_X, s.reverseX);
-    u(FG_FORMAT, s.format);
-    u(FG_BITALIGNMENT, s.alignment);
-    u(FG_IMG_SELECT_PERIOD, s.selectPeriod);
-    u(FG_IMG_SELECT, s.selectPhase);
-    u(FG_LINETRIGGERMODE, s.lineTriggerMode);
+    for (const auto& f : region) u(f.first, s.*f.second);
     if (s.lineTriggerMode == 2) {
         u(FG_LINETRIGGERINSRC, s.lineInput);
         u(FG_LINE_DOWNSCALE, s.downscale);
@@ -297,14 +300,21 @@ void runCase(Board& b, const Case& c, int port) {
     }
 }
 
-class Frames : public ::testing::TestWithParam<size_t> {};
+// A board whose producers run unpaced.
+class Acquisition : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(b.ok());
+        ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+    }
+    Board b;
+};
+
+class Frames : public Acquisition, public ::testing::WithParamInterface<size_t> {};
 
 TEST_P(Frames, MatchTheImageOfTheProgrammedState) {
     const Case& c = cases()[GetParam()];
     SCOPED_TRACE(c.name);
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
     runCase(b, c, static_cast<int>(GetParam() % 2));
 }
 
@@ -316,10 +326,7 @@ INSTANTIATE_TEST_SUITE_P(States, Frames, ::testing::Range<size_t>(0, cases().siz
                              return n;
                          });
 
-TEST(Frames, BothPortsAtOnceWithTheirOwnSettings) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, FramesOfBothPortsAtOnceWithTheirOwnSettings) {
     std::vector<Sdk> s(2);
     s[0].pattern = 1, s[0].format = 22, s[0].pixelFormat = 259, s[0].width = 48;
     s[1].reverseX = 1, s[1].invert = 1, s[1].height = 12, s[1].offset = 9;
@@ -353,10 +360,7 @@ struct Running {
     Ring ring;
 };
 
-TEST(Acquisition, ARingTheApplicationFallsBehindOnOverwritesAndCountsTheLoss) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, ARingTheApplicationFallsBehindOnOverwritesAndCountsTheLoss) {
     Running run(b, 1, 4, 40);
     const uint64_t overflowEvent = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1");
     // Nothing is taken: waiting for the end by polling, which takes nothing.
@@ -375,7 +379,7 @@ TEST(Acquisition, ARingTheApplicationFallsBehindOnOverwritesAndCountsTheLoss) {
     EXPECT_NE(nullptr, Fg_getPicturePtrEx(b.fg(), 37, 1, run.ring.mem));
 }
 
-TEST(Acquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
+TEST(PacedAcquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
     Board b;
     ASSERT_TRUE(b.ok());
     Sdk s;
@@ -400,7 +404,7 @@ TEST(Acquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
     stopper.join();
 }
 
-TEST(Acquisition, PacedFramesComeAtTheProgrammedRate) {
+TEST(PacedAcquisition, FramesComeAtTheProgrammedRate) {
     Board b;
     ASSERT_TRUE(b.ok());
     Sdk s;
@@ -418,9 +422,7 @@ TEST(Acquisition, PacedFramesComeAtTheProgrammedRate) {
     EXPECT_LT(seconds, programmed + 1.0);
 }
 
-TEST(Acquisition, BadHandlesIndicesAndSizesGetCodes) {
-    Board b;
-    ASSERT_TRUE(b.ok());
+TEST_F(Acquisition, BadHandlesIndicesAndSizesGetCodes) {
     Board other;
     ASSERT_TRUE(other.ok());
     Fg_Struct* host = SimBoard_HostHandleOf(b.dev());
@@ -448,7 +450,6 @@ TEST(Acquisition, BadHandlesIndicesAndSizesGetCodes) {
                Fg_getStatusEx(b.fg(), 99, 0, 0, nullptr), Fg_getFrameFormatEx(b.fg(), 2, nullptr)});
     expectAll(FG_ERR_INVALID_BOARD, {Fg_FreeRingEx(nullptr, small.mem), Fg_getFrameFormatEx(host, 0, nullptr)});
     // a running acquisition: busy for a second start and for freeing its ring
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
     Running run(b, 0, 2);
     expectAll(SIM_ERR_BUSY, {Fg_AcquireEx(b.fg(), 0, 0, 0, run.ring.mem), Fg_AcquireEx(b.fg(), 1, 0, 0, run.ring.mem),
                              Fg_FreeRingEx(b.fg(), run.ring.mem)});
@@ -461,10 +462,7 @@ TEST(Acquisition, BadHandlesIndicesAndSizesGetCodes) {
     expectNull({Fg_getPicturePtrEx(b.fg(), 0, 0, run.ring.mem), Fg_getPicturePtrEx(b.fg(), 1 << 30, 0, run.ring.mem)});
 }
 
-TEST(Acquisition, HostFaultsReachTheCallerAndStartNothing) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, HostFaultsReachTheCallerAndStartNothing) {
     program(b, Sdk{}, 0);
     Ring ring(b, 64 * 8, 2);
     const int fault = -4242;
@@ -492,10 +490,7 @@ TEST(Acquisition, HostFaultsReachTheCallerAndStartNothing) {
     EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), 0, ring.mem, 0));
 }
 
-TEST(Acquisition, CameraPlaysImageFilesLineByLine) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, CameraPlaysImageFilesLineByLine) {
     // an 8-bit file of 3 lines and a 16-bit file of 2 lines, 70 pixels wide
     std::string f8 = "P5\n# scene\n70 3\n255\n", f16 = "P5 70 2 65535\n";
     auto value = [](uint32_t y, uint32_t x) { return y < 3 ? (x * 3 + y * 50) % 256 : (x * 900 + y * 7000) % 65536; };
@@ -528,10 +523,7 @@ TEST(Acquisition, CameraPlaysImageFilesLineByLine) {
     }
 }
 
-TEST(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
     Sdk s;
     s.simEnable = 0, s.lineTriggerMode = 2, s.lineInput = 5;
     program(b, s, 1);
@@ -557,10 +549,7 @@ TEST(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
 
 // ---- threads (also under ThreadSanitizer) ----------------------------------------
 
-TEST(AcquisitionThreads, BothPortsWhileParametersChangeAndPicturesAreAwaited) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, ThreadsOnBothPortsWhileParametersChangeAndPicturesAreAwaited) {
     std::vector<std::unique_ptr<Ring>> rings;
     for (int port = 0; port < 2; ++port) {
         program(b, Sdk{}, port);
@@ -597,7 +586,7 @@ TEST(AcquisitionThreads, BothPortsWhileParametersChangeAndPicturesAreAwaited) {
     for (int port = 0; port < 2; ++port) EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), port, rings[port]->mem, 0));
 }
 
-TEST(AcquisitionThreads, ClosingTheBoardStopsItsProducers) {
+TEST(PacedAcquisition, ClosingTheBoardStopsItsProducers) {
     for (int i = 0; i < 3; ++i) {
         Board b;
         ASSERT_TRUE(b.ok());

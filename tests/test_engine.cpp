@@ -46,6 +46,17 @@ private:
     QORdevice* dev_ = nullptr;
 };
 
+// A board opened directly on the applet's own design.
+class OpenBoard : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(b.ok()); }
+    Board b{1};
+};
+using Names = OpenBoard;
+using Events = OpenBoard;
+using Dispatch = OpenBoard;
+using Catalogue = OpenBoard;
+
 const char kRegisters[] =
     "register 1 A 8 2\n"
     "register 2 B 16 0\n"
@@ -55,9 +66,7 @@ const char kRegisters[] =
 
 // ---- names and identities ----
 
-TEST(Names, NinetyNineParametersInTableOrderFoundByTheirExactName) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Names, NinetyNineParametersInTableOrderFoundByTheirExactName) {
     EXPECT_EQ(99, Fg_getNrOfParameter(b.fg()));
     EXPECT_STREQ("FG_PIXELFORMAT", Fg_getParameterName(b.fg(), 0));
     EXPECT_STREQ("FG_DIGIO_INPUT", Fg_getParameterName(b.fg(), 98));
@@ -80,7 +89,7 @@ TEST(Names, NinetyNineParametersInTableOrderFoundByTheirExactName) {
                Fg_getParameterIdByName(b.fg(), ""), Fg_getParameterIdByName(b.fg(), "FG_LINEPERIODE "), b.lastError()});
 }
 
-TEST(Names, DirectRegisterAccessAddsRegisterNamesAfterTheSdkNamesOnlyWhenSwitchedOn) {
+TEST(RegisterNames, DirectRegisterAccessAddsThemAfterTheSdkNamesOnlyWhenSwitchedOn) {
     {
         CustomDesignBoard b(kRegisters, true);
         ASSERT_NE(nullptr, b.fg());
@@ -100,9 +109,7 @@ TEST(Names, DirectRegisterAccessAddsRegisterNamesAfterTheSdkNamesOnlyWhenSwitche
 
 // ---- events ----
 
-TEST(Events, OverflowAliasesLeadToTheDesignEventsMasks) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Events, OverflowAliasesLeadToTheDesignEventsMasks) {
     uint64_t cam0 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0");
     uint64_t cam1 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1");
     EXPECT_NE(0u, cam0);
@@ -123,7 +130,7 @@ TEST(Events, OverflowAliasesLeadToTheDesignEventsMasks) {
     EXPECT_EQ(-2070, b.lastError());
 }
 
-TEST(Events, MaskIsFixedByTheEventsIndexInTheDesignAndEventsAfterAGapAreNotCounted) {
+TEST(DesignEvents, MaskIsFixedByTheEventsIndexAndEventsAfterAGapAreNotCounted) {
     const struct {
         const char* design;
         std::vector<std::pair<const char*, uint64_t>> masks;  // events of other kinds are not mapped
@@ -146,9 +153,7 @@ TEST(Events, MaskIsFixedByTheEventsIndexInTheDesignAndEventsAfterAGapAreNotCount
 
 // ---- the typed dispatch ----
 
-TEST(Dispatch, UnknownPortIdentityAndNullValue) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Dispatch, UnknownPortIdentityAndNullValue) {
     uint32_t v = 1024;
     EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), FG_WIDTH, &v, 2, FG_PARAM_TYPE_UINT32_T));
     EXPECT_EQ(-2070, b.lastError());
@@ -160,9 +165,7 @@ TEST(Dispatch, UnknownPortIdentityAndNullValue) {
          Fg_getParameterWithType(b.fg(), FG_WIDTH, nullptr, 0, u), b.lastError()});
 }
 
-TEST(Dispatch, HostLevelRowsAreReadFromTheHostInTheCallersType) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Dispatch, HostLevelRowsAreReadFromTheHostInTheCallersType) {
     EXPECT_EQ((std::vector<uint32_t>{2, 2, 2, 1, 0}),
               (std::vector<uint32_t>{b.u32(FG_NR_OF_DMAS, 0), b.u32(FG_NR_OF_CAMS, 1), b.u32(FG_NR_OF_PROCESSES, 0),
                                      b.u32(FG_DMA_PORT, 1), b.u32(FG_CAM_PORT, 0)}));
@@ -183,9 +186,7 @@ TEST(Dispatch, HostLevelRowsAreReadFromTheHostInTheCallersType) {
     EXPECT_EQ(0, b.lastError());
 }
 
-TEST(Dispatch, DescriptionQueryOnBothPorts) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Dispatch, DescriptionQueryOnBothPorts) {
     for (int port = 0; port < 2; ++port) {
         char buf[1024] = "FG_WIDTH";
         EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 24114, buf, port, FG_PARAM_TYPE_CHAR_PTR));
@@ -199,9 +200,7 @@ TEST(Dispatch, DescriptionQueryOnBothPorts) {
     }
 }
 
-TEST(Dispatch, DirectQorAccessForwardsToTheHostsOwnIdentities) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Dispatch, DirectQorAccessForwardsToTheHostsOwnIdentities) {
     const std::string name = dp(1, "Trigger_Trigger_ImgTrgDelay");
     int hostId = SimBoard_ParameterId(b.dev(), name.c_str());
     ASSERT_GT(hostId, 0);
@@ -279,9 +278,7 @@ TEST(DirectRegisters, RecordsUnderTheirOwnGroupOnEachPort) {
 
 // ---- the catalogue ----
 
-TEST(Catalogue, EveryPortHoldsTheSameNinetyTwoRecordsInThirteenGroups) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Catalogue, EveryPortHoldsTheSameNinetyTwoRecordsInThirteenGroups) {
     std::set<std::string> names[2];
     for (int port = 0; port < 2; ++port) {
         std::function<void(RegisterInfo*)> walk = [&](RegisterInfo* r) {
@@ -313,9 +310,7 @@ TEST(Catalogue, EveryPortHoldsTheSameNinetyTwoRecordsInThirteenGroups) {
     EXPECT_NE(b.record(0, FG_WIDTH), b.record(1, FG_WIDTH));
 }
 
-TEST(Catalogue, LineTriggerGroupShape) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Catalogue, LineTriggerGroupShape) {
     RegisterInfo* g = Fg_getParameterInfo(b.fg(), 1);
     while (g && std::strcmp(g->name, "Line Trigger / ExSync") != 0) g = g->next;
     ASSERT_NE(nullptr, g);
@@ -335,9 +330,7 @@ TEST(Catalogue, LineTriggerGroupShape) {
     EXPECT_EQ(2, downscale->u.gReg.nrOfElements);
 }
 
-TEST(Catalogue, SampleRecordsFieldByField) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Catalogue, SampleRecordsFieldByField) {
     for (int port = 0; port < 2; ++port) {
         RegisterInfo* r = b.record(port, FG_LINETRIGGERDEBOUNCING);
         ASSERT_NE(nullptr, r);
