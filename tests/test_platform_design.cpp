@@ -1,9 +1,12 @@
 // The design runtime of the simulated platform: the generated design image,
-// hand-written designs, and malformed, truncated or binary input.
+// hand-written designs, and malformed, truncated or binary input; and the
+// generated applet icon: a valid 32 x 32 RGBA PNG of exactly 3087 bytes, every
+// chunk with its checksum, written alike by every run of the generator.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -31,6 +34,50 @@ const HapParameterInfo* findParam(fpga_design* d, const std::string& name) {
         if (p && name == p->name) return p;
     }
     return nullptr;
+}
+
+uint32_t be32(const unsigned char* p) {
+    return (uint32_t{p[0]} << 24) | (uint32_t{p[1]} << 16) | (uint32_t{p[2]} << 8) | p[3];
+}
+
+uint32_t crc32(const unsigned char* p, size_t n) {
+    uint32_t c = 0xFFFFFFFFu;
+    for (size_t i = 0; i < n; ++i) {
+        c ^= p[i];
+        for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+    }
+    return ~c;
+}
+
+struct Chunk {
+    std::string type;
+    std::vector<unsigned char> data;
+    bool crcOk;
+};
+
+std::vector<Chunk> chunks(const std::vector<unsigned char>& png) {
+    std::vector<Chunk> out;
+    size_t p = 8;
+    while (p + 12 <= png.size()) {
+        uint32_t n = be32(&png[p]);
+        if (p + 12 + n > png.size()) break;
+        Chunk c;
+        c.type.assign(reinterpret_cast<const char*>(&png[p + 4]), 4);
+        c.data.assign(png.begin() + static_cast<long>(p + 8), png.begin() + static_cast<long>(p + 8 + n));
+        c.crcOk = crc32(&png[p + 4], n + 4) == be32(&png[p + 8 + n]);
+        out.push_back(c);
+        p += 12 + n;
+    }
+    return out;
+}
+
+// The generator named by the environment variable `tool` writes `bytes` again.
+void expectRegenerated(const char* tool, const char* file, const std::vector<unsigned char>& bytes) {
+    const std::string path = env(tool);
+    ASSERT_FALSE(path.empty()) << tool;
+    ASSERT_EQ(0, std::system((path + " " + file).c_str()));
+    EXPECT_TRUE(readFile(file) == bytes) << tool;
+    std::remove(file);
 }
 
 class GeneratedImage : public ::testing::Test {
@@ -62,12 +109,7 @@ TEST_F(GeneratedImage, FileLoadAgreesAndTheGeneratorWritesTheSameBytesAgain) {
     for (int i = 0; i < HapGetNrOfParameter(fromFile.get()); ++i)
         EXPECT_STREQ(HapGetParameter(design_.get(), i)->name, HapGetParameter(fromFile.get(), i)->name);
     EXPECT_EQ(HapGetNrOfRegister(design_.get()), HapGetNrOfRegister(fromFile.get()));
-
-    const std::string mkhap = env("ORV_MKHAP");
-    ASSERT_FALSE(mkhap.empty());
-    ASSERT_EQ(0, std::system((mkhap + " regenerated.hap").c_str()));
-    EXPECT_TRUE(readFile("regenerated.hap") == bytes_);
-    std::remove("regenerated.hap");
+    expectRegenerated("ORV_MKHAP", "regenerated.hap", bytes_);
 }
 
 TEST_F(GeneratedImage, ManifestCutBeforeItsEndIsRejected) {
@@ -217,4 +259,31 @@ TEST(RejectedDesign, MalformedManifests) {
     EXPECT_EQ(nullptr, loadText("TERVIK-HAP 1\nparam T TEXT 1 RW " + std::string(256, 't') + "\nend\n"));
     Design longest(loadText("TERVIK-HAP 1\nparam T TEXT 1 RW " + std::string(255, 't') + "\nend\n"));
     EXPECT_NE(nullptr, longest);
+}
+
+// ---- the generated icon ---------------------------------------------------------
+
+TEST(GeneratedIcon, SizeSignatureChunksAndHeaderAndTheGeneratorWritesTheSameBytesAgain) {
+    const std::vector<unsigned char> png_ = readFile(iconPath());
+    EXPECT_EQ(3087u, png_.size());
+    const unsigned char sig[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    ASSERT_TRUE(std::equal(sig, sig + 8, png_.begin()));
+    std::vector<Chunk> c = chunks(png_);
+    ASSERT_GE(c.size(), 3u);
+    EXPECT_EQ("IHDR", c.front().type);
+    EXPECT_EQ("IEND", c.back().type);
+    EXPECT_TRUE(c.back().data.empty());
+    size_t total = 8;
+    for (const Chunk& k : c) {
+        EXPECT_TRUE(k.crcOk) << k.type;
+        total += 12 + k.data.size();
+    }
+    EXPECT_EQ(png_.size(), total) << "no bytes outside the chunks";
+    // 32 x 32, bit depth 8, RGBA, deflate, adaptive filtering, no interlace
+    const std::vector<unsigned char>& h = c.front().data;
+    ASSERT_EQ(13u, h.size());
+    EXPECT_EQ(32u, be32(&h[0]));
+    EXPECT_EQ(32u, be32(&h[4]));
+    EXPECT_EQ((std::vector<unsigned char>{8, 6, 0, 0, 0}), std::vector<unsigned char>(h.begin() + 8, h.end()));
+    expectRegenerated("ORV_MKICON", "again.png", png_);
 }

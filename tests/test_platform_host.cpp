@@ -1,5 +1,6 @@
 // The host face of the simulated host runtime: what an applet sees on the host
-// board handle it gets from Fg_InitHandleSlaveAware.
+// board handle it gets from Fg_InitHandleSlaveAware; and the register I/O
+// runtime on the same simulated device.
 
 #include <gtest/gtest.h>
 
@@ -74,6 +75,13 @@ protected:
     uint32_t hostU32(int hostId, unsigned dma = 0) {
         uint32_t v = 0xDEADBEEF;
         EXPECT_EQ(0, getValue(fg_, hostId, v, dma)) << hostId;
+        return v;
+    }
+
+    // Register 3 is 8 bits wide, 10 is 40 bits wide, 11 is read-only.
+    uint64_t reg(int number) {
+        uint64_t v = 0xDEAD;
+        EXPECT_EQ(0, TervikRegisterRead(dev_, number, &v)) << number;
         return v;
     }
 
@@ -640,4 +648,63 @@ TEST_F(HostFace, ConcurrentCallsOnOneBoardAreSerialised) {
     EXPECT_EQ(4000, SimBoard_LogCount(dev_));
     EXPECT_EQ(1999u, u32(kWidth0));
     EXPECT_EQ(1999u, u32(kWidth1, 1));
+}
+
+// ---- register I/O ----------------------------------------------------------------------
+
+TEST_F(HostFace, RegisterValuesAreStoredAsWrittenWithoutMaskingAlsoInReadOnlyRegisters) {
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 3, 0x1FFF));
+    EXPECT_EQ(0x1FFFu, reg(3));
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 10, 0xFFFFFFFFFFFFFFFFull));
+    EXPECT_EQ(0xFFFFFFFFFFFFFFFFull, reg(10));
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 11, 5));
+    EXPECT_EQ(5u, reg(11));
+    uint64_t v = 0;
+    EXPECT_EQ(0, SimBoard_GetRegister(dev_, 3, &v));
+    EXPECT_EQ(0x1FFFu, v);
+    EXPECT_EQ(0, SimBoard_SetRegister(dev_, 10, 7));  // a board-side change
+    EXPECT_EQ(7u, reg(10));
+}
+
+TEST_F(HostFace, UnknownRegistersAndRegistersOfMissingBoardsFail) {
+    uint64_t v = 42;
+    for (int number : {0, 1, 2, 4, -3, 1000000}) {
+        EXPECT_LT(TervikRegisterWrite(dev_, number, 1), 0) << number;
+        EXPECT_LT(TervikRegisterRead(dev_, number, &v), 0) << number;
+    }
+    EXPECT_EQ(42u, v);
+    expectAll(FG_ERR_INVALID_PARAMETER, {SimBoard_SetRegister(dev_, 4, 1), SimBoard_GetRegister(dev_, 4, &v)});
+    QORdevice* bare = SimBoard_CreateDevice(3);  // a device without a board has no registers
+    for (int rc :
+         {TervikRegisterWrite(nullptr, 3, 1), TervikRegisterRead(nullptr, 3, &v), TervikRegisterRead(dev_, 3, nullptr),
+          TervikRegisterWrite(bare, 1, 1), TervikRegisterRead(bare, 1, &v)})
+        EXPECT_LT(rc, 0);
+    SimBoard_DestroyDevice(bare);
+}
+
+TEST_F(HostFace, InjectedRegisterFailuresAffectReadsAndWritesUntilCleared) {
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 3, 1));
+    SimBoard_FailRegisters(dev_, -901);
+    EXPECT_EQ(-901, TervikRegisterWrite(dev_, 3, 2));
+    uint64_t v = 99;
+    EXPECT_EQ(-901, TervikRegisterRead(dev_, 3, &v));
+    EXPECT_EQ(99u, v);
+    SimBoard_FailRegisters(dev_, 0);
+    EXPECT_EQ(1u, reg(3)) << "the failed write changed nothing";
+    SimBoard_FailRegisters(dev_, -902);
+    SimBoard_ClearFaults(dev_);
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 3, 2));
+}
+
+TEST(HostRegisters, EveryRegisterOfTheGeneratedDesignIsReachableByItsNumber) {
+    Board b(loadImage());
+    ASSERT_NE(nullptr, b.fg);
+    for (int pos = 1; pos <= HapGetNrOfRegister(b.design); ++pos) {
+        const int number = HapGetRegisterByName(b.design, HapGetRegisterName(b.design, pos));
+        const uint64_t value = 0x100u + static_cast<unsigned>(pos);
+        EXPECT_EQ(0, TervikRegisterWrite(b.dev, number, value)) << number;
+        uint64_t v = 0;
+        EXPECT_EQ(0, TervikRegisterRead(b.dev, number, &v));
+        EXPECT_EQ(value, v);
+    }
 }
