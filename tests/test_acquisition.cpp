@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cctype>
 #include <chrono>
@@ -17,6 +18,7 @@
 
 #include "board_fixture.h"
 #include "check_table.h"
+#include "test_files.h"
 
 using namespace orvtest;
 using checktable::expectAll;
@@ -98,33 +100,32 @@ std::vector<uint8_t> expectedPicture(const Sdk& s, uint32_t pic) {
             const uint32_t v = lut[sourcePixel(s, streamLine(s, pic, r), x)];
             const size_t i = size_t(r) * s.width + c;
             const bool left = s.alignment == 1;
-            switch (s.format) {
-            case 3: out[i] = static_cast<uint8_t>(v >> 4); continue;
-            case 21: {
-                const uint32_t w = (v >> 2) << (left ? 6 : 0);
-                out[2 * i] = w & 0xFF, out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
-                continue;
-            }
-            default: {
-                const uint32_t w = v << (left ? 4 : 0);
-                out[2 * i] = w & 0xFF, out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
-            }
-            }
+            // gray 8: the top 8 bits; gray 10: the top 10; gray 12 and 16: all 12; the 16-bit
+            // words little-endian, a left-aligned value at the top of its word
+            const uint32_t w = s.format == 3    ? v >> 4
+                               : s.format == 21 ? (v >> 2) << (left ? 6 : 0)
+                                                : v << (left ? 4 : 0);
+            out[bytesPerPixel(s) * i] = static_cast<uint8_t>(w & 0xFF);
+            if (bytesPerPixel(s) == 2) out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
         }
     return out;
 }
 
-void writeFile(const std::string& path, const std::string& data) {
-    FILE* f = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(nullptr, f);
-    EXPECT_EQ(data.size(), std::fwrite(data.data(), 1, data.size(), f));
-    std::fclose(f);
+// Picture `p` of a ring against the one computed for the state.
+void expectPicture(Board& b, const Sdk& s, int port, dma_mem* mem, frameindex_t p) {
+    const uint8_t* got = static_cast<const uint8_t*>(Fg_getPicturePtrEx(b.fg(), p, port, mem));
+    ASSERT_NE(nullptr, got) << "picture " << p;
+    const std::vector<uint8_t> want = expectedPicture(s, static_cast<uint32_t>(p));
+    const size_t bad = static_cast<size_t>(std::mismatch(want.begin(), want.end(), got).first - want.begin());
+    EXPECT_EQ(want.size(), bad) << "picture " << p << " differs first at byte " << bad << ": "
+                                << int(bad < want.size() ? got[bad] : 0) << " instead of "
+                                << int(bad < want.size() ? want[bad] : 0);
 }
 
 void writeLutFile(const char* path, const std::vector<uint32_t>& t) {
     std::string text = "# Lut data file v1.1\n[gray]\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n";
     for (size_t i = 0; i < t.size(); ++i) text += std::to_string(i) + "," + std::to_string(t[i]) + ";\n";
-    writeFile(path, text);
+    ASSERT_TRUE(writeFile(path, text));
 }
 
 // Programs the state through the applet's SDK parameters.
@@ -250,13 +251,12 @@ void runCase(Board& b, const Case& c, int port) {
     program(b, s, port);
     FgFrameFormat f;
     ASSERT_EQ(0, Fg_getFrameFormatEx(b.fg(), port, &f));
-    EXPECT_EQ(s.width, f.width);
-    EXPECT_EQ(s.height, f.height);
-    EXPECT_EQ(frameBytes(s), f.frameBytes);
-    Ring ring(b, frameBytes(s), static_cast<int>(c.pictures));
-    ASSERT_NE(nullptr, ring.mem);
-    ASSERT_EQ(0, Fg_AcquireEx(b.fg(), port, static_cast<frameindex_t>(c.pictures), 0, ring.mem));
+    EXPECT_EQ((std::vector<uint64_t>{s.width, s.height, frameBytes(s)}),
+              (std::vector<uint64_t>{f.width, f.height, f.frameBytes}));
     const frameindex_t n = static_cast<frameindex_t>(c.pictures);
+    Ring ring(b, frameBytes(s), static_cast<int>(n));
+    ASSERT_NE(nullptr, ring.mem);
+    ASSERT_EQ(0, Fg_AcquireEx(b.fg(), port, n, 0, ring.mem));
     switch (c.drive) {
     case Drive::FreeRun: break;
     case Drive::SoftwareTriggers:
@@ -284,16 +284,7 @@ void runCase(Board& b, const Case& c, int port) {
         break;
     }
     ASSERT_EQ(n, Fg_getLastPicNumberBlockingEx(b.fg(), n, port, 5, ring.mem));
-    for (frameindex_t p = 1; p <= n; ++p) {
-        const uint8_t* got = static_cast<const uint8_t*>(Fg_getPicturePtrEx(b.fg(), p, port, ring.mem));
-        ASSERT_NE(nullptr, got) << "picture " << p;
-        const std::vector<uint8_t> want = expectedPicture(s, static_cast<uint32_t>(p));
-        size_t bad = 0;
-        while (bad < want.size() && got[bad] == want[bad]) ++bad;
-        EXPECT_EQ(want.size(), bad) << "picture " << p << " differs first at byte " << bad << ": "
-                                    << int(bad < want.size() ? got[bad] : 0) << " instead of "
-                                    << int(bad < want.size() ? want[bad] : 0);
-    }
+    for (frameindex_t p = 1; p <= n; ++p) expectPicture(b, s, port, ring.mem, p);
     EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), port, ring.mem, 0));
     if (s.imgTriggerMode != 0) {
         EXPECT_EQ(0, b.set(FG_SETSOFTWARETRIGGER, 0, port));
@@ -497,9 +488,7 @@ TEST_F(Acquisition, CameraPlaysImageFilesLineByLine) {
     for (uint32_t y = 0; y < 5; ++y)
         for (uint32_t x = 0; x < 70; ++x)
             (y < 3 ? f8 : f16.append(1, char(value(y, x) >> 8))).append(1, char(value(y, x) & 0xFF));
-    writeFile("a.pgm", f8);
-    writeFile("b.pgm", f16);
-    writeFile("not-a-picture.txt", "P2 1 1 255 0\n");
+    ASSERT_TRUE(writeFile("a.pgm", f8) && writeFile("b.pgm", f16) && writeFile("not-a-picture.txt", "P2 1 1 255 0\n"));
     EXPECT_EQ(FG_ERR_FILE_NOT_FOUND, SimBoard_AddCameraImage(b.dev(), 0, "missing.pgm"));
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_AddCameraImage(b.dev(), 2, "a.pgm"));
     EXPECT_EQ(FG_ERR_FILE_ACCESS, SimBoard_AddCameraImage(b.dev(), 0, "not-a-picture.txt"));
@@ -535,11 +524,7 @@ TEST_F(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
     // rollback is compensated); 4 forward: lines 8..15.
     for (int steps : {4, -3, 3, 4}) ASSERT_EQ(0, SimBoard_MoveEncoder(b.dev(), 5, steps));
     ASSERT_EQ(2, Fg_getLastPicNumberBlockingEx(b.fg(), 2, 1, 5, ring.mem));
-    for (uint32_t p = 1; p <= 2; ++p) {
-        const uint8_t* got = static_cast<const uint8_t*>(Fg_getPicturePtrEx(b.fg(), p, 1, ring.mem));
-        ASSERT_NE(nullptr, got);
-        EXPECT_EQ(expectedPicture(s, p), std::vector<uint8_t>(got, got + frameBytes(s))) << "picture " << p;
-    }
+    for (frameindex_t p = 1; p <= 2; ++p) expectPicture(b, s, 1, ring.mem, p);
     ASSERT_EQ(0, SimBoard_MoveEncoder(b.dev(), 5, 3));  // 6 lines: no third picture
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(2, Fg_getLastPicNumberEx(b.fg(), 1, ring.mem));

@@ -11,6 +11,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "check_table.h"
@@ -416,10 +417,9 @@ TEST_F(HostFace, TheNthHostCallFailsAndOnlyThatOne) {
     const int before = SimBoard_HostCallCount(dev_);
     const int wid = id(kWidth0);  // one call
     SimBoard_FailNthHostCall(dev_, 3, -777);
-    EXPECT_EQ(0, setValue(fg_, wid, 100u));
-    EXPECT_EQ(0, setValue(fg_, wid, 200u));
-    EXPECT_EQ(-777, setValue(fg_, wid, 300u));
-    EXPECT_EQ(-777, Fg_getLastErrorNumber(fg_));
+    EXPECT_EQ((std::vector<int>{0, 0, -777, -777}),
+              (std::vector<int>{setValue(fg_, wid, 100u), setValue(fg_, wid, 200u), setValue(fg_, wid, 300u),
+                                Fg_getLastErrorNumber(fg_)}));
     EXPECT_EQ(200u, hostU32(wid)) << "the failed call changed nothing";
     EXPECT_EQ(2, SimBoard_LogCount(dev_));
     EXPECT_EQ(before + 6, SimBoard_HostCallCount(dev_));
@@ -430,8 +430,7 @@ TEST_F(HostFace, TheNthHostCallFailsAndOnlyThatOne) {
     EXPECT_EQ(-779, id(kWidth0));
     SimBoard_FailNthHostCall(dev_, 2, -781);
     SimBoard_ClearFaults(dev_);
-    EXPECT_EQ(0, getValue(fg_, wid, back));
-    EXPECT_EQ(0, getValue(fg_, wid, back));
+    expectAll(0, {getValue(fg_, wid, back), getValue(fg_, wid, back)});
 }
 
 TEST_F(HostFace, ANamedParameterFailsItsWritesOrReads) {
@@ -521,18 +520,18 @@ TEST_F(HostFace, DescriptionTreeOfAPort) {
     for (const char* n : {kWidth0, kEnable, kBig, kPeriod, kLevel, kName, kOut, "Loose"})
         ASSERT_TRUE(leaves.count(n)) << n;
     EXPECT_FALSE(leaves.count(kWidth1));
-    EXPECT_EQ(REG_FORMAT_UINT, leaves[kWidth0]->format);
-    EXPECT_EQ(7, leaves[kWidth0]->accessFlags);
+    // format and access as the design declares them (RW 7, RO 1)
+    const std::tuple<const char*, REG_FORMAT, int> kinds[] = {
+        {kWidth0, REG_FORMAT_UINT, 7},   {kEnable, REG_FORMAT_ENUM, 7}, {kBig, REG_FORMAT_UINT64, 7},
+        {kPeriod, REG_FORMAT_DOUBLE, 7}, {kLevel, REG_FORMAT_UINT, 1},  {kName, REG_FORMAT_STRING, 1}};
+    for (const auto& k : kinds) {
+        EXPECT_EQ(std::get<1>(k), leaves[std::get<0>(k)]->format) << std::get<0>(k);
+        EXPECT_EQ(std::get<2>(k), leaves[std::get<0>(k)]->accessFlags) << std::get<0>(k);
+    }
     EXPECT_EQ(1024u, leaves[kWidth0]->u.uiReg.value);
-    const RegisterInfo* enable = leaves[kEnable];
-    EXPECT_EQ(REG_FORMAT_ENUM, enable->format);
-    ASSERT_EQ(2, enable->u.eReg.nrOfElements);
-    EXPECT_STREQ("On", enable->u.eReg.enumNames[1]);
-    EXPECT_EQ(1, enable->u.eReg.enumValues[1]);
-    EXPECT_EQ(REG_FORMAT_UINT64, leaves[kBig]->format);
-    EXPECT_EQ(REG_FORMAT_DOUBLE, leaves[kPeriod]->format);
-    EXPECT_EQ(1, leaves[kLevel]->accessFlags);
-    EXPECT_EQ(REG_FORMAT_STRING, leaves[kName]->format);
+    ASSERT_EQ(2, leaves[kEnable]->u.eReg.nrOfElements);
+    EXPECT_STREQ("On", leaves[kEnable]->u.eReg.enumNames[1]);
+    EXPECT_EQ(1, leaves[kEnable]->u.eReg.enumValues[1]);
     EXPECT_STREQ("hello small world", leaves[kName]->u.sReg.string);
 
     RegisterInfo* port1 = Fg_getParameterInfo(fg_, 1);
@@ -543,9 +542,8 @@ TEST_F(HostFace, DescriptionTreeOfAPort) {
         EXPECT_EQ(1, r->port);
     }
     EXPECT_TRUE(hasWidth1);
-    EXPECT_EQ(nullptr, Fg_getParameterInfo(fg_, 2));
+    expectNull({Fg_getParameterInfo(fg_, 2), Fg_getParameterInfo(fg_, -1)});
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastErrorNumber(fg_));
-    EXPECT_EQ(nullptr, Fg_getParameterInfo(fg_, -1));
 }
 
 // ---- events, acquisition and shading --------------------------------------------------------
@@ -579,12 +577,10 @@ TEST_F(HostFace, AcquisitionCountsFramesAndCalls) {
     EXPECT_EQ(0, Fg_stopAcquire(fg_, 0));
     EXPECT_EQ(0, Fg_getAppletId(fg_, "Orvindel"));
 
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_AcquireEx(fg_, 2, 1, 0, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastErrorNumber(fg_));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_stopAcquireEx(fg_, -1, nullptr, 0));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastPicNumberEx(fg_, 7, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastPicNumberBlockingEx(fg_, 1, 7, 1, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getStatusEx(fg_, 0, 0, 9, nullptr));
+    expectAll(FG_ERR_INVALID_PARAMETER,
+              {Fg_AcquireEx(fg_, 2, 1, 0, nullptr), Fg_getLastErrorNumber(fg_), Fg_stopAcquireEx(fg_, -1, nullptr, 0),
+               Fg_getLastPicNumberEx(fg_, 7, nullptr), Fg_getLastPicNumberBlockingEx(fg_, 1, 7, 1, nullptr),
+               Fg_getStatusEx(fg_, 0, 0, 9, nullptr)});
 
     SimAcquisitionCounters c;
     SimBoard_GetAcquisitionCounters(dev_, &c);
