@@ -11,8 +11,10 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "check_table.h"
 #include "hap_internal.h"
 #include "platform_support.h"
 
@@ -118,8 +120,7 @@ TEST_F(GeneratedImage, ManifestCutBeforeItsEndIsRejected) {
     const char* at = std::search(base, base + bytes_.size(), endLine, endLine + 5);
     ASSERT_NE(base + bytes_.size(), at);
     const size_t manifestEnd = static_cast<size_t>(at - base) + 5;
-    EXPECT_EQ(nullptr, loadExact(base, manifestEnd - 1));
-    EXPECT_EQ(nullptr, loadExact(base, manifestEnd / 2));
+    checktable::expectNull({loadExact(base, manifestEnd - 1), loadExact(base, manifestEnd / 2)});
     Design exact(loadExact(base, manifestEnd));
     EXPECT_NE(nullptr, exact);
 }
@@ -140,20 +141,19 @@ TEST(HandWrittenDesign, SparseEventsRegistersAndInitialValuesOfEveryKind) {
     EXPECT_EQ(0, HapGetEvent(s, 2)->kind);
     for (int gap : {1, 3, 4}) EXPECT_EQ(nullptr, HapGetEvent(s, gap)) << gap;
     EXPECT_EQ(6, HapGetEventRange(s));
-    // register positions and numbers differ
+    // register positions and numbers differ: position, name, number, bits, direction
     EXPECT_EQ(3, HapGetNrOfRegister(s));
-    EXPECT_STREQ("Narrow", HapGetRegisterName(s, 1));
-    EXPECT_STREQ("Wide", HapGetRegisterName(s, 2));
-    EXPECT_STREQ("Readonly", HapGetRegisterName(s, 3));
-    EXPECT_EQ(3, HapGetRegisterByName(s, "Narrow"));
-    EXPECT_EQ(10, HapGetRegisterByName(s, "Wide"));
-    EXPECT_EQ(8, HapGetRegisterBitRange(s, 3));
-    EXPECT_EQ(40, HapGetRegisterBitRange(s, 10));
-    EXPECT_EQ(2, HapGetRegisterDirection(s, 10));
-    EXPECT_EQ(0, HapGetRegisterDirection(s, 11));
-    EXPECT_EQ(0, HapGetRegisterByName(s, "Nope"));
-    EXPECT_EQ(0, HapGetRegisterByName(s, nullptr));
-    EXPECT_EQ(0, HapGetRegisterBitRange(s, 2));  // a position is not a number
+    const std::tuple<int, const char*, int, int, int> registers[] = {
+        {1, "Narrow", 3, 8, 2}, {2, "Wide", 10, 40, 2}, {3, "Readonly", 11, 16, 0}};
+    for (const auto& r : registers) {
+        EXPECT_STREQ(std::get<1>(r), HapGetRegisterName(s, std::get<0>(r)));
+        const int number = HapGetRegisterByName(s, std::get<1>(r));
+        EXPECT_EQ((std::vector<int>{std::get<2>(r), std::get<3>(r), std::get<4>(r)}),
+                  (std::vector<int>{number, HapGetRegisterBitRange(s, number), HapGetRegisterDirection(s, number)}));
+    }
+    // unknown names; a position is not a number
+    checktable::expectAll(
+        0, {HapGetRegisterByName(s, "Nope"), HapGetRegisterByName(s, nullptr), HapGetRegisterBitRange(s, 2)});
     EXPECT_EQ(-1, HapGetRegisterDirection(s, 2));
     // initial values
     EXPECT_EQ(13, HapGetNrOfParameter(s));
@@ -170,8 +170,7 @@ TEST(HandWrittenDesign, SparseEventsRegistersAndInitialValuesOfEveryKind) {
     ASSERT_EQ(4u, currents->nrOfInitialElements);
     EXPECT_DOUBLE_EQ(1.5, currents->initialDElements[3]);
     EXPECT_EQ(1, currents->readOnly);
-    EXPECT_EQ(nullptr, HapGetParameter(s, 13));
-    EXPECT_EQ(nullptr, HapGetParameter(s, -1));
+    checktable::expectNull({HapGetParameter(s, 13), HapGetParameter(s, -1)});
 }
 
 TEST(HandWrittenDesign, CommentsBlankLinesCarriageReturnsAndTrailingBytesAreAccepted) {
@@ -192,18 +191,14 @@ TEST(HandWrittenDesign, CommentsBlankLinesCarriageReturnsAndTrailingBytesAreAcce
 // ---- rejected input ---------------------------------------------------------------
 
 TEST(RejectedDesign, NullEmptyAndMissingInputsAndQueriesOnNoDesign) {
-    EXPECT_EQ(nullptr, HapLoadDesignFromBuffer(nullptr, 100, 1));
-    EXPECT_EQ(nullptr, HapLoadDesignFromBuffer("TERVIK-HAP 1\nend\n", 0, 1));
+    checktable::expectNull(
+        {HapLoadDesignFromBuffer(nullptr, 100, 1), HapLoadDesignFromBuffer("TERVIK-HAP 1\nend\n", 0, 1)});
     for (const char* file : {static_cast<const char*>(nullptr), "", "does/not/exist.hap", "." /* a directory */})
         EXPECT_EQ(nullptr, HapLoadHapFileWithType(file, HAP_FILE_TYPE_DEFAULT, 1)) << (file ? file : "NULL");
-    EXPECT_EQ(nullptr, HapGetEvent(nullptr, 0));
-    EXPECT_EQ(0, HapGetNrOfRegister(nullptr));
-    EXPECT_EQ(nullptr, HapGetRegisterName(nullptr, 1));
-    EXPECT_EQ(0, HapGetRegisterByName(nullptr, "A"));
-    EXPECT_EQ(0, HapGetRegisterBitRange(nullptr, 1));
+    checktable::expectNull({HapGetEvent(nullptr, 0), HapGetRegisterName(nullptr, 1), HapGetParameter(nullptr, 0)});
+    checktable::expectAll(0, {HapGetNrOfRegister(nullptr), HapGetRegisterByName(nullptr, "A"),
+                              HapGetRegisterBitRange(nullptr, 1), HapGetNrOfParameter(nullptr)});
     EXPECT_EQ(-1, HapGetRegisterDirection(nullptr, 1));
-    EXPECT_EQ(0, HapGetNrOfParameter(nullptr));
-    EXPECT_EQ(nullptr, HapGetParameter(nullptr, 0));
     HapUnloadHapFile(nullptr);
 }
 
