@@ -17,16 +17,13 @@ endforeach()
 target_compile_definitions(PlatformNoEntry PRIVATE PLATFORM_FAKE_NO_ENTRY=1)
 
 orv_add_test(test_platform_design SOURCES test_platform_design.cpp LIBS tervikhap
-             ENV ORV_MKHAP=$<TARGET_FILE:mkhap>)
-orv_add_test(test_platform_host SOURCES test_platform_host.cpp LIBS talrun5 tervikhap)
-orv_add_test(test_platform_regio SOURCES test_platform_regio.cpp LIBS talrun5 tervikhap tervikregio)
+             ENV ORV_MKHAP=$<TARGET_FILE:mkhap> ORV_MKICON=$<TARGET_FILE:mkicon>)
+orv_add_test(test_platform_host SOURCES test_platform_host.cpp LIBS talrun5 tervikhap tervikregio)
 orv_add_test(test_platform_app SOURCES test_platform_app.cpp LIBS talrun5 tervikhap
              ENV TERVIK_APPLET_PATH=${ORV_PLATFORM_TESTLIB_DIR}
                  ORV_FAKE_APPLET=${ORV_PLATFORM_TESTLIB_DIR}/libPlatformFake.so)
-orv_add_test(test_platform_icon SOURCES test_platform_icon.cpp ENV ORV_MKICON=$<TARGET_FILE:mkicon>)
 
-foreach(t test_platform_design test_platform_host test_platform_regio test_platform_app
-          test_platform_icon)
+foreach(t test_platform_design test_platform_host test_platform_app)
   target_include_directories(${t} PRIVATE ${CMAKE_SOURCE_DIR}/platform)
   add_dependencies(${t} orvindel_design)
 endforeach()

@@ -3,8 +3,9 @@
 #define ORV_TESTS_PLATFORM_SUPPORT_H
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -24,21 +25,13 @@ inline std::string designImagePath() { return env("ORV_DESIGN_DIR") + "/Orvindel
 inline std::string iconPath() { return env("ORV_DESIGN_DIR") + "/OrvindelIcon.png"; }
 
 inline std::vector<unsigned char> readFile(const std::string& path) {
-    std::vector<unsigned char> out;
-    FILE* f = std::fopen(path.c_str(), "rb");
-    if (!f) return out;
-    unsigned char buf[65536];
-    size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) out.insert(out.end(), buf, buf + n);
-    std::fclose(f);
-    return out;
+    std::ifstream f(path, std::ios::binary);
+    return std::vector<unsigned char>(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
 }
 
 inline bool writeFile(const std::string& path, const std::string& data) {
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f) return false;
-    bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
-    return std::fclose(f) == 0 && ok;
+    std::ofstream f(path, std::ios::binary);
+    return static_cast<bool>(f.write(data.data(), static_cast<std::streamsize>(data.size())).flush());
 }
 
 inline fpga_design* loadText(const std::string& text) {
@@ -116,10 +109,7 @@ int getValue(Fg_Struct* fg, int id, T& v, unsigned dma = 0) {
 
 inline FieldParameterAccess fieldAccess(FgParamTypes vtype, unsigned index, unsigned count, void* elements) {
     FieldParameterAccess a{};
-    a.vtype = vtype;
-    a.index = index;
-    a.count = count;
-    a.ptr = elements;
+    a.vtype = vtype, a.index = index, a.count = count, a.ptr = elements;
     return a;
 }
 

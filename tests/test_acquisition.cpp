@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cctype>
 #include <chrono>
@@ -16,8 +17,12 @@
 #include <vector>
 
 #include "board_fixture.h"
+#include "check_table.h"
+#include "test_files.h"
 
 using namespace orvtest;
+using checktable::expectAll;
+using checktable::expectNull;
 
 namespace {
 
@@ -95,41 +100,57 @@ std::vector<uint8_t> expectedPicture(const Sdk& s, uint32_t pic) {
             const uint32_t v = lut[sourcePixel(s, streamLine(s, pic, r), x)];
             const size_t i = size_t(r) * s.width + c;
             const bool left = s.alignment == 1;
-            switch (s.format) {
-            case 3: out[i] = static_cast<uint8_t>(v >> 4); continue;
-            case 21: {
-                const uint32_t w = (v >> 2) << (left ? 6 : 0);
-                out[2 * i] = w & 0xFF, out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
-                continue;
-            }
-            default: {
-                const uint32_t w = v << (left ? 4 : 0);
-                out[2 * i] = w & 0xFF, out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
-            }
-            }
+            // gray 8: the top 8 bits; gray 10: the top 10; gray 12 and 16: all 12; the 16-bit
+            // words little-endian, a left-aligned value at the top of its word
+            const uint32_t w = s.format == 3    ? v >> 4
+                               : s.format == 21 ? (v >> 2) << (left ? 6 : 0)
+                                                : v << (left ? 4 : 0);
+            out[bytesPerPixel(s) * i] = static_cast<uint8_t>(w & 0xFF);
+            if (bytesPerPixel(s) == 2) out[2 * i + 1] = static_cast<uint8_t>(w >> 8);
         }
     return out;
 }
 
+// Picture `p` of a ring against the one computed for the state.
+void expectPicture(Board& b, const Sdk& s, int port, dma_mem* mem, frameindex_t p) {
+    const uint8_t* got = static_cast<const uint8_t*>(Fg_getPicturePtrEx(b.fg(), p, port, mem));
+    ASSERT_NE(nullptr, got) << "picture " << p;
+    const std::vector<uint8_t> want = expectedPicture(s, static_cast<uint32_t>(p));
+    const size_t bad = static_cast<size_t>(std::mismatch(want.begin(), want.end(), got).first - want.begin());
+    EXPECT_EQ(want.size(), bad) << "picture " << p << " differs first at byte " << bad << ": "
+                                << int(bad < want.size() ? got[bad] : 0) << " instead of "
+                                << int(bad < want.size() ? want[bad] : 0);
+}
+
 void writeLutFile(const char* path, const std::vector<uint32_t>& t) {
-    FILE* f = std::fopen(path, "w");
-    ASSERT_NE(nullptr, f);
-    std::fputs("# Lut data file v1.1\n[gray]\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n", f);
-    for (size_t i = 0; i < t.size(); ++i) std::fprintf(f, "%zu,%u;\n", i, t[i]);
-    std::fclose(f);
+    std::string text = "# Lut data file v1.1\n[gray]\nid=3;\nnrOfElements=4096;\nformat=0;\nnumber=0;\n";
+    for (size_t i = 0; i < t.size(); ++i) text += std::to_string(i) + "," + std::to_string(t[i]) + ";\n";
+    ASSERT_TRUE(writeFile(path, text));
 }
 
 // Programs the state through the applet's SDK parameters.
 void program(Board& b, const Sdk& s, int port) {
     auto u = [&](int id, uint32_t v) { ASSERT_EQ(0, b.set(id, v, port)) << "parameter " << id << " = " << v; };
     auto d = [&](int id, double v) { ASSERT_EQ(0, b.setD(id, v, port)) << "parameter " << id << " = " << v; };
-    u(FG_CAMERASIMULATOR_ENABLE, s.simEnable);
-    u(FG_CAMERASIMULATOR_WIDTH, s.simWidth);
-    u(FG_CAMERASIMULATOR_HEIGHT, s.simHeight);
-    u(FG_CAMERASIMULATOR_PATTERN, s.pattern);
-    u(FG_CAMERASIMULATOR_PATTERN_OFFSET, s.offset);
-    u(FG_CAMERASIMULATOR_ROLL, s.roll);
-    u(FG_PIXELFORMAT, s.pixelFormat);
+    using Field = uint32_t Sdk::*;
+    const std::pair<int, Field> source[] = {{FG_CAMERASIMULATOR_ENABLE, &Sdk::simEnable},
+                                            {FG_CAMERASIMULATOR_WIDTH, &Sdk::simWidth},
+                                            {FG_CAMERASIMULATOR_HEIGHT, &Sdk::simHeight},
+                                            {FG_CAMERASIMULATOR_PATTERN, &Sdk::pattern},
+                                            {FG_CAMERASIMULATOR_PATTERN_OFFSET, &Sdk::offset},
+                                            {FG_CAMERASIMULATOR_ROLL, &Sdk::roll},
+                                            {FG_PIXELFORMAT, &Sdk::pixelFormat}};
+    const std::pair<int, Field> region[] = {{FG_WIDTH, &Sdk::width},
+                                            {FG_XOFFSET, &Sdk::xOffset},
+                                            {FG_HEIGHT, &Sdk::height},
+                                            {FG_YOFFSET, &Sdk::yOffset},
+                                            {FG_REVERSE_X, &Sdk::reverseX},
+                                            {FG_FORMAT, &Sdk::format},
+                                            {FG_BITALIGNMENT, &Sdk::alignment},
+                                            {FG_IMG_SELECT_PERIOD, &Sdk::selectPeriod},
+                                            {FG_IMG_SELECT, &Sdk::selectPhase},
+                                            {FG_LINETRIGGERMODE, &Sdk::lineTriggerMode}};
+    for (const auto& f : source) u(f.first, s.*f.second);
     if (s.custom.empty()) {
         d(FG_PROCESSING_GAIN, s.gain);
         d(FG_PROCESSING_GAMMA, s.gamma);
@@ -141,16 +162,7 @@ void program(Board& b, const Sdk& s, int port) {
         u(FG_LUT_TYPE, 0);
         ASSERT_EQ(0, b.setText(FG_LUT_CUSTOM_FILE, file.c_str(), port));
     }
-    u(FG_WIDTH, s.width);
-    u(FG_XOFFSET, s.xOffset);
-    u(FG_HEIGHT, s.height);
-    u(FG_YOFFSET, s.yOffset);
-    u(FG_REVERSE_X, s.reverseX);
-    u(FG_FORMAT, s.format);
-    u(FG_BITALIGNMENT, s.alignment);
-    u(FG_IMG_SELECT_PERIOD, s.selectPeriod);
-    u(FG_IMG_SELECT, s.selectPhase);
-    u(FG_LINETRIGGERMODE, s.lineTriggerMode);
+    for (const auto& f : region) u(f.first, s.*f.second);
     if (s.lineTriggerMode == 2) {
         u(FG_LINETRIGGERINSRC, s.lineInput);
         u(FG_LINE_DOWNSCALE, s.downscale);
@@ -239,13 +251,12 @@ void runCase(Board& b, const Case& c, int port) {
     program(b, s, port);
     FgFrameFormat f;
     ASSERT_EQ(0, Fg_getFrameFormatEx(b.fg(), port, &f));
-    EXPECT_EQ(s.width, f.width);
-    EXPECT_EQ(s.height, f.height);
-    EXPECT_EQ(frameBytes(s), f.frameBytes);
-    Ring ring(b, frameBytes(s), static_cast<int>(c.pictures));
-    ASSERT_NE(nullptr, ring.mem);
-    ASSERT_EQ(0, Fg_AcquireEx(b.fg(), port, static_cast<frameindex_t>(c.pictures), 0, ring.mem));
+    EXPECT_EQ((std::vector<uint64_t>{s.width, s.height, frameBytes(s)}),
+              (std::vector<uint64_t>{f.width, f.height, f.frameBytes}));
     const frameindex_t n = static_cast<frameindex_t>(c.pictures);
+    Ring ring(b, frameBytes(s), static_cast<int>(n));
+    ASSERT_NE(nullptr, ring.mem);
+    ASSERT_EQ(0, Fg_AcquireEx(b.fg(), port, n, 0, ring.mem));
     switch (c.drive) {
     case Drive::FreeRun: break;
     case Drive::SoftwareTriggers:
@@ -273,30 +284,28 @@ void runCase(Board& b, const Case& c, int port) {
         break;
     }
     ASSERT_EQ(n, Fg_getLastPicNumberBlockingEx(b.fg(), n, port, 5, ring.mem));
-    for (frameindex_t p = 1; p <= n; ++p) {
-        const uint8_t* got = static_cast<const uint8_t*>(Fg_getPicturePtrEx(b.fg(), p, port, ring.mem));
-        ASSERT_NE(nullptr, got) << "picture " << p;
-        const std::vector<uint8_t> want = expectedPicture(s, static_cast<uint32_t>(p));
-        size_t bad = 0;
-        while (bad < want.size() && got[bad] == want[bad]) ++bad;
-        EXPECT_EQ(want.size(), bad) << "picture " << p << " differs first at byte " << bad << ": "
-                                    << int(bad < want.size() ? got[bad] : 0) << " instead of "
-                                    << int(bad < want.size() ? want[bad] : 0);
-    }
+    for (frameindex_t p = 1; p <= n; ++p) expectPicture(b, s, port, ring.mem, p);
     EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), port, ring.mem, 0));
     if (s.imgTriggerMode != 0) {
         EXPECT_EQ(0, b.set(FG_SETSOFTWARETRIGGER, 0, port));
     }
 }
 
-class Frames : public ::testing::TestWithParam<size_t> {};
+// A board whose producers run unpaced.
+class Acquisition : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(b.ok());
+        ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+    }
+    Board b;
+};
+
+class Frames : public Acquisition, public ::testing::WithParamInterface<size_t> {};
 
 TEST_P(Frames, MatchTheImageOfTheProgrammedState) {
     const Case& c = cases()[GetParam()];
     SCOPED_TRACE(c.name);
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
     runCase(b, c, static_cast<int>(GetParam() % 2));
 }
 
@@ -308,10 +317,7 @@ INSTANTIATE_TEST_SUITE_P(States, Frames, ::testing::Range<size_t>(0, cases().siz
                              return n;
                          });
 
-TEST(Frames, BothPortsAtOnceWithTheirOwnSettings) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, FramesOfBothPortsAtOnceWithTheirOwnSettings) {
     std::vector<Sdk> s(2);
     s[0].pattern = 1, s[0].format = 22, s[0].pixelFormat = 259, s[0].width = 48;
     s[1].reverseX = 1, s[1].invert = 1, s[1].height = 12, s[1].offset = 9;
@@ -335,11 +341,9 @@ TEST(Frames, BothPortsAtOnceWithTheirOwnSettings) {
 // ---- status, waits, stops -------------------------------------------------------
 
 struct Running {
-    Running(Board& b, int port, frameindex_t count, int buffers, frameindex_t picCount = 0)
-        : b_(b), port_(port), ring(b, 64 * 8, buffers) {
+    Running(Board& b, int port, int buffers, frameindex_t picCount = 0) : b_(b), port_(port), ring(b, 64 * 8, buffers) {
         program(b, Sdk{}, port);
         EXPECT_EQ(0, Fg_AcquireEx(b.fg(), port, picCount, 0, ring.mem));
-        (void)count;
     }
     ~Running() { Fg_stopAcquireEx(b_.fg(), port_, ring.mem, 0); }
     Board& b_;
@@ -347,11 +351,8 @@ struct Running {
     Ring ring;
 };
 
-TEST(Acquisition, ARingTheApplicationFallsBehindOnOverwritesAndCountsTheLoss) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
-    Running run(b, 1, 0, 4, 40);
+TEST_F(Acquisition, ARingTheApplicationFallsBehindOnOverwritesAndCountsTheLoss) {
+    Running run(b, 1, 4, 40);
     const uint64_t overflowEvent = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1");
     // Nothing is taken: waiting for the end by polling, which takes nothing.
     for (int i = 0; i < 5000 && Fg_getLastPicNumberEx(b.fg(), 1, run.ring.mem) < 40; ++i)
@@ -369,7 +370,7 @@ TEST(Acquisition, ARingTheApplicationFallsBehindOnOverwritesAndCountsTheLoss) {
     EXPECT_NE(nullptr, Fg_getPicturePtrEx(b.fg(), 37, 1, run.ring.mem));
 }
 
-TEST(Acquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
+TEST(PacedAcquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
     Board b;
     ASSERT_TRUE(b.ok());
     Sdk s;
@@ -394,7 +395,7 @@ TEST(Acquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
     stopper.join();
 }
 
-TEST(Acquisition, PacedFramesComeAtTheProgrammedRate) {
+TEST(PacedAcquisition, FramesComeAtTheProgrammedRate) {
     Board b;
     ASSERT_TRUE(b.ok());
     Sdk s;
@@ -412,9 +413,7 @@ TEST(Acquisition, PacedFramesComeAtTheProgrammedRate) {
     EXPECT_LT(seconds, programmed + 1.0);
 }
 
-TEST(Acquisition, BadHandlesIndicesAndSizesGetCodes) {
-    Board b;
-    ASSERT_TRUE(b.ok());
+TEST_F(Acquisition, BadHandlesIndicesAndSizesGetCodes) {
     Board other;
     ASSERT_TRUE(other.ok());
     Fg_Struct* host = SimBoard_HostHandleOf(b.dev());
@@ -430,42 +429,31 @@ TEST(Acquisition, BadHandlesIndicesAndSizesGetCodes) {
     }
     Ring small(b, 16, 2);
     ASSERT_NE(nullptr, small.mem);
-    Ring theirs(other, 1 << 20, 1);
-    EXPECT_EQ(nullptr, Fg_getBufferPtrEx(b.fg(), 2, small.mem));
-    EXPECT_EQ(nullptr, Fg_getBufferPtrEx(b.fg(), -1, small.mem));
-    EXPECT_EQ(nullptr, Fg_getBufferPtrEx(b.fg(), 0, bogus));
-    EXPECT_EQ(nullptr, Fg_getBufferPtrEx(b.fg(), 0, theirs.mem)) << "another board's ring";
+    Ring theirs(other, 1 << 20, 1);  // another board's ring
+    expectNull({Fg_getBufferPtrEx(b.fg(), 2, small.mem), Fg_getBufferPtrEx(b.fg(), -1, small.mem),
+                Fg_getBufferPtrEx(b.fg(), 0, bogus), Fg_getBufferPtrEx(b.fg(), 0, theirs.mem)});
     EXPECT_NE(nullptr, Fg_getBufferPtrEx(b.fg(), 1, small.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_FreeRingEx(b.fg(), bogus));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, Fg_FreeRingEx(nullptr, small.mem));
     // starting: a ring too small for the frame, someone else's, a bad port
     EXPECT_EQ(FG_ERR_BUFFER_TOO_SMALL, Fg_AcquireEx(b.fg(), 0, 1, 0, small.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_AcquireEx(b.fg(), 0, 1, 0, bogus));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_AcquireEx(b.fg(), 0, 1, 0, theirs.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_AcquireEx(b.fg(), 2, 1, 0, theirs.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getStatusEx(b.fg(), 99, 0, 0, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getFrameFormatEx(b.fg(), 2, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, Fg_getFrameFormatEx(host, 0, nullptr));
+    expectAll(FG_ERR_INVALID_PARAMETER,
+              {Fg_FreeRingEx(b.fg(), bogus), Fg_AcquireEx(b.fg(), 0, 1, 0, bogus),
+               Fg_AcquireEx(b.fg(), 0, 1, 0, theirs.mem), Fg_AcquireEx(b.fg(), 2, 1, 0, theirs.mem),
+               Fg_getStatusEx(b.fg(), 99, 0, 0, nullptr), Fg_getFrameFormatEx(b.fg(), 2, nullptr)});
+    expectAll(FG_ERR_INVALID_BOARD, {Fg_FreeRingEx(nullptr, small.mem), Fg_getFrameFormatEx(host, 0, nullptr)});
     // a running acquisition: busy for a second start and for freeing its ring
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
-    Running run(b, 0, 0, 2);
-    EXPECT_EQ(SIM_ERR_BUSY, Fg_AcquireEx(b.fg(), 0, 0, 0, run.ring.mem));
-    EXPECT_EQ(SIM_ERR_BUSY, Fg_AcquireEx(b.fg(), 1, 0, 0, run.ring.mem));
-    EXPECT_EQ(SIM_ERR_BUSY, Fg_FreeRingEx(b.fg(), run.ring.mem));
+    Running run(b, 0, 2);
+    expectAll(SIM_ERR_BUSY, {Fg_AcquireEx(b.fg(), 0, 0, 0, run.ring.mem), Fg_AcquireEx(b.fg(), 1, 0, 0, run.ring.mem),
+                             Fg_FreeRingEx(b.fg(), run.ring.mem)});
     ASSERT_GT(Fg_getLastPicNumberBlockingEx(b.fg(), 1, 0, 5, run.ring.mem), 0);
     std::vector<uint8_t> copy(64 * 8);
     EXPECT_EQ(FG_ERR_BUFFER_TOO_SMALL, Fg_copyPictureEx(b.fg(), 0, 0, copy.data(), 10, run.ring.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_copyPictureEx(b.fg(), 0, 0, nullptr, copy.size(), run.ring.mem));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_copyPictureEx(b.fg(), 0, 1, copy.data(), copy.size(), run.ring.mem));
+    expectAll(FG_ERR_INVALID_PARAMETER, {Fg_copyPictureEx(b.fg(), 0, 0, nullptr, copy.size(), run.ring.mem),
+                                         Fg_copyPictureEx(b.fg(), 0, 1, copy.data(), copy.size(), run.ring.mem)});
     EXPECT_GT(Fg_copyPictureEx(b.fg(), 0, 0, copy.data(), copy.size(), run.ring.mem), 0);
-    EXPECT_EQ(nullptr, Fg_getPicturePtrEx(b.fg(), 0, 0, run.ring.mem));
-    EXPECT_EQ(nullptr, Fg_getPicturePtrEx(b.fg(), 1 << 30, 0, run.ring.mem));
+    expectNull({Fg_getPicturePtrEx(b.fg(), 0, 0, run.ring.mem), Fg_getPicturePtrEx(b.fg(), 1 << 30, 0, run.ring.mem)});
 }
 
-TEST(Acquisition, HostFaultsReachTheCallerAndStartNothing) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, HostFaultsReachTheCallerAndStartNothing) {
     program(b, Sdk{}, 0);
     Ring ring(b, 64 * 8, 2);
     const int fault = -4242;
@@ -493,36 +481,16 @@ TEST(Acquisition, HostFaultsReachTheCallerAndStartNothing) {
     EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), 0, ring.mem, 0));
 }
 
-TEST(Acquisition, CameraPlaysImageFilesLineByLine) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, CameraPlaysImageFilesLineByLine) {
     // an 8-bit file of 3 lines and a 16-bit file of 2 lines, 70 pixels wide
-    std::vector<std::vector<uint32_t>> rows;
-    FILE* f8 = std::fopen("a.pgm", "wb");
-    FILE* f16 = std::fopen("b.pgm", "wb");
-    ASSERT_TRUE(f8 && f16);
-    std::fprintf(f8, "P5\n# scene\n70 3\n255\n");
-    std::fprintf(f16, "P5 70 2 65535\n");
-    for (uint32_t y = 0; y < 5; ++y) {
-        rows.emplace_back();
-        for (uint32_t x = 0; x < 70; ++x) {
-            const uint32_t v = y < 3 ? (x * 3 + y * 50) % 256 : (x * 900 + y * 7000) % 65536;
-            rows.back().push_back(v);
-            if (y < 3)
-                std::fputc(static_cast<int>(v), f8);
-            else
-                std::fputc(static_cast<int>(v >> 8), f16), std::fputc(static_cast<int>(v & 0xFF), f16);
-        }
-    }
-    std::fclose(f8);
-    std::fclose(f16);
+    std::string f8 = "P5\n# scene\n70 3\n255\n", f16 = "P5 70 2 65535\n";
+    auto value = [](uint32_t y, uint32_t x) { return y < 3 ? (x * 3 + y * 50) % 256 : (x * 900 + y * 7000) % 65536; };
+    for (uint32_t y = 0; y < 5; ++y)
+        for (uint32_t x = 0; x < 70; ++x)
+            (y < 3 ? f8 : f16.append(1, char(value(y, x) >> 8))).append(1, char(value(y, x) & 0xFF));
+    ASSERT_TRUE(writeFile("a.pgm", f8) && writeFile("b.pgm", f16) && writeFile("not-a-picture.txt", "P2 1 1 255 0\n"));
     EXPECT_EQ(FG_ERR_FILE_NOT_FOUND, SimBoard_AddCameraImage(b.dev(), 0, "missing.pgm"));
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_AddCameraImage(b.dev(), 2, "a.pgm"));
-    FILE* text = std::fopen("not-a-picture.txt", "w");
-    ASSERT_NE(nullptr, text);
-    std::fputs("P2 1 1 255 0\n", text);
-    std::fclose(text);
     EXPECT_EQ(FG_ERR_FILE_ACCESS, SimBoard_AddCameraImage(b.dev(), 0, "not-a-picture.txt"));
     ASSERT_EQ(0, SimBoard_AddCameraImage(b.dev(), 0, "a.pgm"));
     ASSERT_EQ(0, SimBoard_AddCameraImage(b.dev(), 0, "b.pgm"));
@@ -537,17 +505,14 @@ TEST(Acquisition, CameraPlaysImageFilesLineByLine) {
         ASSERT_NE(nullptr, px);
         for (uint32_t r = 0; r < s.height; ++r)
             for (uint32_t x = 0; x < s.width; ++x) {
-                const uint32_t line = (uint32_t(p - 1) * s.height + r) % 5, v = rows[line][x];
+                const uint32_t line = (uint32_t(p - 1) * s.height + r) % 5, v = value(line, x);
                 ASSERT_EQ(line < 3 ? v << 4 : v >> 4, px[r * s.width + x])
                     << "picture " << p << " row " << r << " x " << x;
             }
     }
 }
 
-TEST(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
     Sdk s;
     s.simEnable = 0, s.lineTriggerMode = 2, s.lineInput = 5;
     program(b, s, 1);
@@ -559,11 +524,7 @@ TEST(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
     // rollback is compensated); 4 forward: lines 8..15.
     for (int steps : {4, -3, 3, 4}) ASSERT_EQ(0, SimBoard_MoveEncoder(b.dev(), 5, steps));
     ASSERT_EQ(2, Fg_getLastPicNumberBlockingEx(b.fg(), 2, 1, 5, ring.mem));
-    for (uint32_t p = 1; p <= 2; ++p) {
-        const uint8_t* got = static_cast<const uint8_t*>(Fg_getPicturePtrEx(b.fg(), p, 1, ring.mem));
-        ASSERT_NE(nullptr, got);
-        EXPECT_EQ(expectedPicture(s, p), std::vector<uint8_t>(got, got + frameBytes(s))) << "picture " << p;
-    }
+    for (frameindex_t p = 1; p <= 2; ++p) expectPicture(b, s, 1, ring.mem, p);
     ASSERT_EQ(0, SimBoard_MoveEncoder(b.dev(), 5, 3));  // 6 lines: no third picture
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(2, Fg_getLastPicNumberEx(b.fg(), 1, ring.mem));
@@ -573,10 +534,7 @@ TEST(Acquisition, ShaftEncoderStepsMakeCameraLinesWithRollbackCompensation) {
 
 // ---- threads (also under ThreadSanitizer) ----------------------------------------
 
-TEST(AcquisitionThreads, BothPortsWhileParametersChangeAndPicturesAreAwaited) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
+TEST_F(Acquisition, ThreadsOnBothPortsWhileParametersChangeAndPicturesAreAwaited) {
     std::vector<std::unique_ptr<Ring>> rings;
     for (int port = 0; port < 2; ++port) {
         program(b, Sdk{}, port);
@@ -613,7 +571,7 @@ TEST(AcquisitionThreads, BothPortsWhileParametersChangeAndPicturesAreAwaited) {
     for (int port = 0; port < 2; ++port) EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), port, rings[port]->mem, 0));
 }
 
-TEST(AcquisitionThreads, ClosingTheBoardStopsItsProducers) {
+TEST(PacedAcquisition, ClosingTheBoardStopsItsProducers) {
     for (int i = 0; i < 3; ++i) {
         Board b;
         ASSERT_TRUE(b.ok());

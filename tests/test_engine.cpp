@@ -7,10 +7,13 @@
 #include <fstream>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "board_fixture.h"
+#include "check_table.h"
 
 using namespace orvtest;
+using checktable::expectAll;
 
 namespace {
 
@@ -43,6 +46,17 @@ private:
     QORdevice* dev_ = nullptr;
 };
 
+// A board opened directly on the applet's own design.
+class OpenBoard : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(b.ok()); }
+    Board b{1};
+};
+using Names = OpenBoard;
+using Events = OpenBoard;
+using Dispatch = OpenBoard;
+using Catalogue = OpenBoard;
+
 const char kRegisters[] =
     "register 1 A 8 2\n"
     "register 2 B 16 0\n"
@@ -52,9 +66,7 @@ const char kRegisters[] =
 
 // ---- names and identities ----
 
-TEST(Names, NinetyNineParametersInTableOrderFoundByTheirExactName) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Names, NinetyNineParametersInTableOrderFoundByTheirExactName) {
     EXPECT_EQ(99, Fg_getNrOfParameter(b.fg()));
     EXPECT_STREQ("FG_PIXELFORMAT", Fg_getParameterName(b.fg(), 0));
     EXPECT_STREQ("FG_DIGIO_INPUT", Fg_getParameterName(b.fg(), 98));
@@ -71,40 +83,33 @@ TEST(Names, NinetyNineParametersInTableOrderFoundByTheirExactName) {
     EXPECT_EQ(nullptr, Fg_getParameterName(b.fg(), -1));
     EXPECT_EQ(100, Fg_getParameterId(b.fg(), 31));
     EXPECT_EQ(0, b.lastError()) << "a success clears the error store";
-    EXPECT_EQ(-2070, Fg_getParameterId(b.fg(), 99));
-    EXPECT_EQ(-2070, b.lastError());
     EXPECT_EQ(96, Fg_getParameterIdByName(b.fg(), "FG_LINEPERIODE"));
-    for (const char* name : {"fg_lineperiode", "", "FG_LINEPERIODE "})
-        EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), name)) << "'" << name << "'";
-    EXPECT_EQ(-2070, b.lastError());
+    expectAll(-2070,
+              {Fg_getParameterId(b.fg(), 99), Fg_getParameterIdByName(b.fg(), "fg_lineperiode"),
+               Fg_getParameterIdByName(b.fg(), ""), Fg_getParameterIdByName(b.fg(), "FG_LINEPERIODE "), b.lastError()});
 }
 
-TEST(Names, DirectRegisterAccessAddsRegisterNamesAfterTheSdkNames) {
-    CustomDesignBoard b(kRegisters, true);
-    ASSERT_NE(nullptr, b.fg());
-    EXPECT_EQ(102, Fg_getNrOfParameter(b.fg()));
-    EXPECT_STREQ("DRA_A", Fg_getParameterName(b.fg(), 99));
-    EXPECT_STREQ("DRA_B", Fg_getParameterName(b.fg(), 100));
-    EXPECT_STREQ("DRA_C", Fg_getParameterName(b.fg(), 101));
-    EXPECT_EQ(1000003, Fg_getParameterIdByName(b.fg(), "DRA_C"));
-    EXPECT_EQ(1000001, Fg_getParameterId(b.fg(), 99));
-}
-
-TEST(Names, WithoutDirectRegisterAccessRegistersStayHidden) {
-    CustomDesignBoard b(kRegisters, false);
-    ASSERT_NE(nullptr, b.fg());
-    EXPECT_EQ(99, Fg_getNrOfParameter(b.fg()));
-    EXPECT_EQ(-2070, Fg_getParameterIdByName(b.fg(), "DRA_A"));
+TEST(RegisterNames, DirectRegisterAccessAddsThemAfterTheSdkNamesOnlyWhenSwitchedOn) {
+    {
+        CustomDesignBoard b(kRegisters, true);
+        ASSERT_NE(nullptr, b.fg());
+        EXPECT_EQ(102, Fg_getNrOfParameter(b.fg()));
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(std::string("DRA_") + char('A' + i), Fg_getParameterName(b.fg(), 99 + i));
+        EXPECT_EQ(1000003, Fg_getParameterIdByName(b.fg(), "DRA_C"));
+        EXPECT_EQ(1000001, Fg_getParameterId(b.fg(), 99));
+    }
+    CustomDesignBoard hidden(kRegisters, false);
+    ASSERT_NE(nullptr, hidden.fg());
+    EXPECT_EQ(99, Fg_getNrOfParameter(hidden.fg()));
     // Identities of the register range reach the table and are unknown there.
     uint32_t v = 1;
-    EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), 1000001, &v, 0, FG_PARAM_TYPE_UINT32_T));
+    expectAll(-2070, {Fg_getParameterIdByName(hidden.fg(), "DRA_A"),
+                      Fg_setParameterWithType(hidden.fg(), 1000001, &v, 0, FG_PARAM_TYPE_UINT32_T)});
 }
 
 // ---- events ----
 
-TEST(Events, OverflowAliasesLeadToTheDesignEventsMasks) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Events, OverflowAliasesLeadToTheDesignEventsMasks) {
     uint64_t cam0 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0");
     uint64_t cam1 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1");
     EXPECT_NE(0u, cam0);
@@ -125,58 +130,45 @@ TEST(Events, OverflowAliasesLeadToTheDesignEventsMasks) {
     EXPECT_EQ(-2070, b.lastError());
 }
 
-TEST(Events, MaskIsFixedByTheEventsIndexInTheDesign) {
-    CustomDesignBoard b(
-        "event 0 1 E0\n"
-        "event 1 0 E1\n"
-        "event 2 1 Device1_Process1_Overflow_Overflow\n"
-        "event 3 1 E3\n"
-        "event 4 1 Device1_Process0_Overflow_Overflow\n"
-        "event 5 1 E5\n",
-        false);
-    ASSERT_NE(nullptr, b.fg());
-    EXPECT_EQ(1u, Fg_getEventMask(b.fg(), "E0"));
-    EXPECT_EQ(0u, Fg_getEventMask(b.fg(), "E1")) << "events of other kinds are not mapped";
-    EXPECT_EQ(8u, Fg_getEventMask(b.fg(), "E3"));
-    EXPECT_EQ(32u, Fg_getEventMask(b.fg(), "E5"));
-    EXPECT_EQ(16u, Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0"));
-    EXPECT_EQ(4u, Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1"));
-    EXPECT_STREQ("FG_OVERFLOW_CAM1", Fg_getEventName(b.fg(), 4));
-    EXPECT_STREQ("Device1_Process0_Overflow_Overflow", Fg_getEventName(b.fg(), 16));
-}
-
-TEST(Events, EventsAfterAGapAreNotCounted) {
-    CustomDesignBoard b("event 0 1 E0\nevent 1 1 E1\nevent 2 1 E2\nevent 5 1 E5\n", false);
-    ASSERT_NE(nullptr, b.fg());
-    EXPECT_EQ(4u, Fg_getEventMask(b.fg(), "E2"));
-    EXPECT_EQ(0u, Fg_getEventMask(b.fg(), "E5"));
-    EXPECT_EQ(0u, Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0"));
+TEST(DesignEvents, MaskIsFixedByTheEventsIndexAndEventsAfterAGapAreNotCounted) {
+    const struct {
+        const char* design;
+        std::vector<std::pair<const char*, uint64_t>> masks;  // events of other kinds are not mapped
+    } designs[] = {
+        {"event 0 1 E0\nevent 1 0 E1\nevent 2 1 Device1_Process1_Overflow_Overflow\nevent 3 1 E3\n"
+         "event 4 1 Device1_Process0_Overflow_Overflow\nevent 5 1 E5\n",
+         {{"E0", 1}, {"E1", 0}, {"E3", 8}, {"E5", 32}, {"FG_OVERFLOW_CAM0", 16}, {"FG_OVERFLOW_CAM1", 4}}},
+        {"event 0 1 E0\nevent 1 1 E1\nevent 2 1 E2\nevent 5 1 E5\n", {{"E2", 4}, {"E5", 0}, {"FG_OVERFLOW_CAM0", 0}}}};
+    for (const auto& d : designs) {
+        SCOPED_TRACE(d.design);
+        CustomDesignBoard b(d.design, false);
+        ASSERT_NE(nullptr, b.fg());
+        for (const auto& m : d.masks) EXPECT_EQ(m.second, Fg_getEventMask(b.fg(), m.first)) << m.first;
+        if (d.masks.size() > 3) {
+            EXPECT_STREQ("FG_OVERFLOW_CAM1", Fg_getEventName(b.fg(), 4));
+            EXPECT_STREQ("Device1_Process0_Overflow_Overflow", Fg_getEventName(b.fg(), 16));
+        }
+    }
 }
 
 // ---- the typed dispatch ----
 
-TEST(Dispatch, UnknownPortIdentityAndNullValue) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Dispatch, UnknownPortIdentityAndNullValue) {
     uint32_t v = 1024;
     EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), FG_WIDTH, &v, 2, FG_PARAM_TYPE_UINT32_T));
     EXPECT_EQ(-2070, b.lastError());
-    EXPECT_EQ(-2070, Fg_getParameterWithType(b.fg(), FG_WIDTH, &v, 2, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), 12345, &v, 0, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(-2070, Fg_getParameterWithType(b.fg(), 12345, &v, 1, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(-2070, Fg_setParameterWithType(b.fg(), FG_WIDTH, nullptr, 0, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(-2070, Fg_getParameterWithType(b.fg(), FG_WIDTH, nullptr, 0, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(-2070, b.lastError());
+    const FgParamTypes u = FG_PARAM_TYPE_UINT32_T;
+    expectAll(
+        -2070,
+        {Fg_getParameterWithType(b.fg(), FG_WIDTH, &v, 2, u), Fg_setParameterWithType(b.fg(), 12345, &v, 0, u),
+         Fg_getParameterWithType(b.fg(), 12345, &v, 1, u), Fg_setParameterWithType(b.fg(), FG_WIDTH, nullptr, 0, u),
+         Fg_getParameterWithType(b.fg(), FG_WIDTH, nullptr, 0, u), b.lastError()});
 }
 
-TEST(Dispatch, HostLevelRowsAreReadFromTheHostInTheCallersType) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
-    EXPECT_EQ(2u, b.u32(FG_NR_OF_DMAS, 0));
-    EXPECT_EQ(2u, b.u32(FG_NR_OF_CAMS, 1));
-    EXPECT_EQ(2u, b.u32(FG_NR_OF_PROCESSES, 0));
-    EXPECT_EQ(1u, b.u32(FG_DMA_PORT, 1));
-    EXPECT_EQ(0u, b.u32(FG_CAM_PORT, 0));
+TEST_F(Dispatch, HostLevelRowsAreReadFromTheHostInTheCallersType) {
+    EXPECT_EQ((std::vector<uint32_t>{2, 2, 2, 1, 0}),
+              (std::vector<uint32_t>{b.u32(FG_NR_OF_DMAS, 0), b.u32(FG_NR_OF_CAMS, 1), b.u32(FG_NR_OF_PROCESSES, 0),
+                                     b.u32(FG_DMA_PORT, 1), b.u32(FG_CAM_PORT, 0)}));
     // A 64-bit read clears all 8 bytes before the host writes its answer.
     uint64_t wide = ~uint64_t(0);
     EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_NR_OF_DMAS, &wide, 0, FG_PARAM_TYPE_UINT64_T));
@@ -194,9 +186,7 @@ TEST(Dispatch, HostLevelRowsAreReadFromTheHostInTheCallersType) {
     EXPECT_EQ(0, b.lastError());
 }
 
-TEST(Dispatch, DescriptionQueryOnBothPorts) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Dispatch, DescriptionQueryOnBothPorts) {
     for (int port = 0; port < 2; ++port) {
         char buf[1024] = "FG_WIDTH";
         EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 24114, buf, port, FG_PARAM_TYPE_CHAR_PTR));
@@ -210,9 +200,7 @@ TEST(Dispatch, DescriptionQueryOnBothPorts) {
     }
 }
 
-TEST(Dispatch, DirectQorAccessForwardsToTheHostsOwnIdentities) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Dispatch, DirectQorAccessForwardsToTheHostsOwnIdentities) {
     const std::string name = dp(1, "Trigger_Trigger_ImgTrgDelay");
     int hostId = SimBoard_ParameterId(b.dev(), name.c_str());
     ASSERT_GT(hostId, 0);
@@ -290,9 +278,7 @@ TEST(DirectRegisters, RecordsUnderTheirOwnGroupOnEachPort) {
 
 // ---- the catalogue ----
 
-TEST(Catalogue, EveryPortHoldsTheSameNinetyTwoRecordsInThirteenGroups) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Catalogue, EveryPortHoldsTheSameNinetyTwoRecordsInThirteenGroups) {
     std::set<std::string> names[2];
     for (int port = 0; port < 2; ++port) {
         std::function<void(RegisterInfo*)> walk = [&](RegisterInfo* r) {
@@ -320,22 +306,20 @@ TEST(Catalogue, EveryPortHoldsTheSameNinetyTwoRecordsInThirteenGroups) {
     EXPECT_EQ(names[0], names[1]);
     EXPECT_EQ(nullptr, Fg_getParameterInfo(b.fg(), 2));
     // Distinct objects per port: changing one leaves the other.
-    RegisterInfo* w0 = b.record(0, FG_WIDTH);
-    RegisterInfo* w1 = b.record(1, FG_WIDTH);
-    ASSERT_TRUE(w0 && w1);
-    EXPECT_NE(w0, w1);
+    ASSERT_TRUE(b.record(0, FG_WIDTH) && b.record(1, FG_WIDTH));
+    EXPECT_NE(b.record(0, FG_WIDTH), b.record(1, FG_WIDTH));
 }
 
-TEST(Catalogue, LineTriggerGroupShape) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Catalogue, LineTriggerGroupShape) {
     RegisterInfo* g = Fg_getParameterInfo(b.fg(), 1);
     while (g && std::strcmp(g->name, "Line Trigger / ExSync") != 0) g = g->next;
     ASSERT_NE(nullptr, g);
     ASSERT_EQ(5, g->u.gReg.nrOfElements);
-    const char* expected[] = {"Line Trigger Input", "Shaft Encoder A/B Filter", "ExSync Output", "Line Trigger Mode",
-                              "ExSync Enable"};
-    for (int i = 0; i < 5; ++i) EXPECT_STREQ(expected[i], g->u.gReg.elements[i]->name);
+    std::vector<std::string> names;
+    for (int i = 0; i < 5; ++i) names.push_back(g->u.gReg.elements[i]->name);
+    EXPECT_EQ((std::vector<std::string>{"Line Trigger Input", "Shaft Encoder A/B Filter", "ExSync Output",
+                                        "Line Trigger Mode", "ExSync Enable"}),
+              names);
     RegisterInfo* input = g->u.gReg.elements[0];
     EXPECT_EQ(REG_FORMAT_GROUP, input->format);
     EXPECT_EQ(1, input->depth);
@@ -346,9 +330,7 @@ TEST(Catalogue, LineTriggerGroupShape) {
     EXPECT_EQ(2, downscale->u.gReg.nrOfElements);
 }
 
-TEST(Catalogue, SampleRecordsFieldByField) {
-    Board b(1);
-    ASSERT_TRUE(b.ok());
+TEST_F(Catalogue, SampleRecordsFieldByField) {
     for (int port = 0; port < 2; ++port) {
         RegisterInfo* r = b.record(port, FG_LINETRIGGERDEBOUNCING);
         ASSERT_NE(nullptr, r);
@@ -376,17 +358,15 @@ TEST(Catalogue, SampleRecordsFieldByField) {
         EXPECT_STREQ("TRGINSOFTWARE", r->u.eReg.enumDefName[8]);
         EXPECT_STREQ("", r->unit);
 
-        r = b.record(port, FG_SENDSOFTWARETRIGGER);
-        ASSERT_EQ(1, r->u.eReg.nrOfElements);
-        EXPECT_STREQ("Apply", r->u.eReg.enumNames[0]);
-        EXPECT_EQ(1, r->u.eReg.enumValues[0]);
-
-        r = b.record(port, FG_LINETRIGGERINPOLARITY);
-        EXPECT_STREQ("Low Active", r->u.eReg.enumNames[0]);
-        EXPECT_EQ(1, r->u.eReg.enumValues[0]);
-        r = b.record(port, FG_EXSYNCPOLARITY);
-        EXPECT_STREQ("Low Active", r->u.eReg.enumNames[0]);
-        EXPECT_EQ(0, r->u.eReg.enumValues[0]);
+        ASSERT_EQ(1, b.record(port, FG_SENDSOFTWARETRIGGER)->u.eReg.nrOfElements);
+        const std::tuple<int, const char*, int> firstEntries[] = {{FG_SENDSOFTWARETRIGGER, "Apply", 1},
+                                                                  {FG_LINETRIGGERINPOLARITY, "Low Active", 1},
+                                                                  {FG_EXSYNCPOLARITY, "Low Active", 0}};
+        for (const auto& e : firstEntries) {
+            r = b.record(port, std::get<0>(e));
+            EXPECT_STREQ(std::get<1>(e), r->u.eReg.enumNames[0]) << std::get<0>(e);
+            EXPECT_EQ(std::get<2>(e), r->u.eReg.enumValues[0]) << std::get<0>(e);
+        }
 
         r = b.record(port, FG_TIMEOUT);
         EXPECT_EQ(2u, r->u.uiReg.from);
@@ -413,11 +393,8 @@ TEST(Catalogue, SampleRecordsFieldByField) {
         r = b.record(port, FG_LUT_CUSTOM_FILE);
         EXPECT_EQ(REG_FORMAT_STRING, r->format);
         EXPECT_STREQ("*.lut", r->u.sReg.FileExtension);
-        r = b.record(port, FG_APPLET_ID);
-        EXPECT_EQ(nullptr, r->u.sReg.FileExtension);
-
-        r = b.record(port, FG_PROCESSING_GAIN);
-        EXPECT_EQ(0x1p-52, r->u.dReg.steps);
+        EXPECT_EQ(nullptr, b.record(port, FG_APPLET_ID)->u.sReg.FileExtension);
+        EXPECT_EQ(0x1p-52, b.record(port, FG_PROCESSING_GAIN)->u.dReg.steps);
 
         r = b.record(port, FG_CAMERASIMULATOR_PIXEL_FREQUENCY);
         EXPECT_EQ(1500.0, r->u.dReg.to) << "narrowed at start-up";

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "check_table.h"
 #include "platform_fake_applet.h"
 #include "platform_support.h"
 
@@ -51,11 +52,9 @@ TEST_F(AppFace, OpensTheAppletAndKeepsWhatItReturns) {
     ASSERT_NE(nullptr, hostFg) << "the applet initialised its host board on the device";
     EXPECT_NE(fg, hostFg);
     EXPECT_EQ(dev, SimBoard_DeviceOfHostHandle(hostFg));
-    EXPECT_EQ(nullptr, SimBoard_DeviceOfHostHandle(fg));
-    EXPECT_EQ(nullptr, SimBoard_DeviceOf(hostFg));
-    EXPECT_EQ(nullptr, SimBoard_AppletLibraryOf(hostFg));
-    EXPECT_EQ(nullptr, SimBoard_DeviceOf(nullptr));
-    EXPECT_EQ(nullptr, SimBoard_AppletLibraryOf(nullptr));
+    checktable::expectNull({SimBoard_DeviceOfHostHandle(fg), SimBoard_DeviceOf(hostFg),
+                            SimBoard_AppletLibraryOf(hostFg), SimBoard_DeviceOf(nullptr),
+                            SimBoard_AppletLibraryOf(nullptr)});
     EXPECT_EQ(0, Fg_FreeGrabber(fg));
     EXPECT_EQ(1, rec_->freeCalls);
     EXPECT_EQ(fg, rec_->lastFg);
@@ -71,11 +70,9 @@ TEST_F(AppFace, CallsOnTheApplicationHandleReachTheApplet) {
 
     uint32_t v = 99;
     EXPECT_EQ(0, Fg_setParameterWithType(fg, valueId, &v, 1, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(1, rec_->setCalls);
     EXPECT_EQ(fg, rec_->lastFg);
-    EXPECT_EQ(valueId, rec_->lastId);
-    EXPECT_EQ(1u, rec_->lastDma);
-    EXPECT_EQ(FG_PARAM_TYPE_UINT32_T, rec_->lastType);
+    EXPECT_EQ((std::vector<int>{1, valueId, 1, FG_PARAM_TYPE_UINT32_T}),
+              (std::vector<int>{rec_->setCalls, rec_->lastId, int(rec_->lastDma), rec_->lastType}));
     EXPECT_EQ(std::vector<std::string>{"Device1_Process1_Fake_Value dma1 type2 99"}, writeLog(dev))
         << "the applet passed the write on to the host";
 
@@ -112,14 +109,13 @@ TEST_F(AppFace, EntriesTheAppletLacksAnswerNotAvailable) {
     Fg_Struct* fg = Fg_Init("PlatformFake", 0);
     ASSERT_NE(nullptr, fg);
     size_t size = 0;
-    for (int rc : {Fg_getParameterInfoXML(fg, 0, nullptr, &size), Fg_saveConfig(fg, "x.mcf"),
-                   Fg_loadConfig(fg, "x.mcf"), Fg_getParameterId(fg, 0), Fg_getParameterIdByName(fg, "FG_WIDTH"),
-                   Fg_stopAcquireEx(fg, 0, nullptr, 0), Fg_getStatusEx(fg, 0, 0, 0, nullptr), Fg_getAppletId(fg, "x"),
-                   Fg_getLastPicNumberBlockingEx(fg, 1, 0, 1, nullptr), Shad_GetMaxLine(fg, nullptr)})
-        EXPECT_EQ(FG_ERR_NOT_AVAILABLE, rc);
-    EXPECT_EQ(nullptr, Fg_AllocShading(fg, 0, 0));
-    EXPECT_EQ(nullptr, Fg_getParameterInfo(fg, 0));
-    EXPECT_EQ(nullptr, Fg_getEventName(fg, 1));
+    checktable::expectAll(
+        FG_ERR_NOT_AVAILABLE,
+        {Fg_getParameterInfoXML(fg, 0, nullptr, &size), Fg_saveConfig(fg, "x.mcf"), Fg_loadConfig(fg, "x.mcf"),
+         Fg_getParameterId(fg, 0), Fg_getParameterIdByName(fg, "FG_WIDTH"), Fg_stopAcquireEx(fg, 0, nullptr, 0),
+         Fg_getStatusEx(fg, 0, 0, 0, nullptr), Fg_getAppletId(fg, "x"),
+         Fg_getLastPicNumberBlockingEx(fg, 1, 0, 1, nullptr), Shad_GetMaxLine(fg, nullptr)});
+    checktable::expectNull({Fg_AllocShading(fg, 0, 0), Fg_getParameterInfo(fg, 0), Fg_getEventName(fg, 1)});
     EXPECT_EQ(0, Fg_FreeGrabber(fg));
 }
 
@@ -146,22 +142,22 @@ TEST_F(AppFace, TwoBoardsAreIndependent) {
 }
 
 TEST_F(AppFace, FailedOpeningsTellWhyAndReleaseEverything) {
-    EXPECT_EQ(nullptr, Fg_Init(nullptr, 0));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastErrorNumber(nullptr));
-    EXPECT_EQ(nullptr, Fg_Init("", 0));
-    EXPECT_EQ(nullptr, Fg_Init("../PlatformFake", 0));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastErrorNumber(nullptr));
-    EXPECT_EQ(nullptr, Fg_Init("NoSuchAppletAnywhere", 0));
-    EXPECT_EQ(FG_ERR_FILE_NOT_FOUND, Fg_getLastErrorNumber(nullptr));
-    EXPECT_EQ(nullptr, Fg_Init("PlatformNoEntry", 0));
-    EXPECT_EQ(FG_ERR_RUNTIME_MISSING, Fg_getLastErrorNumber(nullptr));
-
-    EXPECT_EQ(nullptr, Fg_InitEx("PlatformFake", 0, FAKE_APPLET_FAIL));
-    EXPECT_EQ(-1234, Fg_getLastErrorNumber(nullptr));
-    EXPECT_EQ(1, rec_->stdEntryCalls);
-    EXPECT_EQ(nullptr, Fg_InitEx("PlatformFake", 0, FAKE_APPLET_THROW));
-    EXPECT_EQ(FG_ERR_INIT_FAILED, Fg_getLastErrorNumber(nullptr));
-    EXPECT_EQ(2, rec_->stdEntryCalls);
+    const struct {
+        const char* name;
+        int flags, error, entryCalls;
+    } openings[] = {{nullptr, 0, FG_ERR_INVALID_PARAMETER, 0},
+                    {"", 0, FG_ERR_INVALID_PARAMETER, 0},
+                    {"../PlatformFake", 0, FG_ERR_INVALID_PARAMETER, 0},
+                    {"NoSuchAppletAnywhere", 0, FG_ERR_FILE_NOT_FOUND, 0},
+                    {"PlatformNoEntry", 0, FG_ERR_RUNTIME_MISSING, 0},
+                    {"PlatformFake", FAKE_APPLET_FAIL, -1234, 1},
+                    {"PlatformFake", FAKE_APPLET_THROW, FG_ERR_INIT_FAILED, 2}};
+    for (const auto& o : openings) {
+        SCOPED_TRACE(o.name ? o.name : "NULL");
+        EXPECT_EQ(nullptr, o.flags ? Fg_InitEx(o.name, 0, o.flags) : Fg_Init(o.name, 0));
+        EXPECT_EQ(o.error, Fg_getLastErrorNumber(nullptr));
+        EXPECT_EQ(o.entryCalls, rec_->stdEntryCalls);
+    }
     EXPECT_EQ(0, rec_->freeCalls);
 }
 

@@ -1,15 +1,20 @@
 // The design runtime of the simulated platform: the generated design image,
-// hand-written designs, and malformed, truncated or binary input.
+// hand-written designs, and malformed, truncated or binary input; and the
+// generated applet icon: a valid 32 x 32 RGBA PNG of exactly 3087 bytes, every
+// chunk with its checksum, written alike by every run of the generator.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "check_table.h"
 #include "hap_internal.h"
 #include "platform_support.h"
 
@@ -31,6 +36,50 @@ const HapParameterInfo* findParam(fpga_design* d, const std::string& name) {
         if (p && name == p->name) return p;
     }
     return nullptr;
+}
+
+uint32_t be32(const unsigned char* p) {
+    return (uint32_t{p[0]} << 24) | (uint32_t{p[1]} << 16) | (uint32_t{p[2]} << 8) | p[3];
+}
+
+uint32_t crc32(const unsigned char* p, size_t n) {
+    uint32_t c = 0xFFFFFFFFu;
+    for (size_t i = 0; i < n; ++i) {
+        c ^= p[i];
+        for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+    }
+    return ~c;
+}
+
+struct Chunk {
+    std::string type;
+    std::vector<unsigned char> data;
+    bool crcOk;
+};
+
+std::vector<Chunk> chunks(const std::vector<unsigned char>& png) {
+    std::vector<Chunk> out;
+    size_t p = 8;
+    while (p + 12 <= png.size()) {
+        uint32_t n = be32(&png[p]);
+        if (p + 12 + n > png.size()) break;
+        Chunk c;
+        c.type.assign(reinterpret_cast<const char*>(&png[p + 4]), 4);
+        c.data.assign(png.begin() + static_cast<long>(p + 8), png.begin() + static_cast<long>(p + 8 + n));
+        c.crcOk = crc32(&png[p + 4], n + 4) == be32(&png[p + 8 + n]);
+        out.push_back(c);
+        p += 12 + n;
+    }
+    return out;
+}
+
+// The generator named by the environment variable `tool` writes `bytes` again.
+void expectRegenerated(const char* tool, const char* file, const std::vector<unsigned char>& bytes) {
+    const std::string path = env(tool);
+    ASSERT_FALSE(path.empty()) << tool;
+    ASSERT_EQ(0, std::system((path + " " + file).c_str()));
+    EXPECT_TRUE(readFile(file) == bytes) << tool;
+    std::remove(file);
 }
 
 class GeneratedImage : public ::testing::Test {
@@ -62,12 +111,7 @@ TEST_F(GeneratedImage, FileLoadAgreesAndTheGeneratorWritesTheSameBytesAgain) {
     for (int i = 0; i < HapGetNrOfParameter(fromFile.get()); ++i)
         EXPECT_STREQ(HapGetParameter(design_.get(), i)->name, HapGetParameter(fromFile.get(), i)->name);
     EXPECT_EQ(HapGetNrOfRegister(design_.get()), HapGetNrOfRegister(fromFile.get()));
-
-    const std::string mkhap = env("ORV_MKHAP");
-    ASSERT_FALSE(mkhap.empty());
-    ASSERT_EQ(0, std::system((mkhap + " regenerated.hap").c_str()));
-    EXPECT_TRUE(readFile("regenerated.hap") == bytes_);
-    std::remove("regenerated.hap");
+    expectRegenerated("ORV_MKHAP", "regenerated.hap", bytes_);
 }
 
 TEST_F(GeneratedImage, ManifestCutBeforeItsEndIsRejected) {
@@ -76,8 +120,7 @@ TEST_F(GeneratedImage, ManifestCutBeforeItsEndIsRejected) {
     const char* at = std::search(base, base + bytes_.size(), endLine, endLine + 5);
     ASSERT_NE(base + bytes_.size(), at);
     const size_t manifestEnd = static_cast<size_t>(at - base) + 5;
-    EXPECT_EQ(nullptr, loadExact(base, manifestEnd - 1));
-    EXPECT_EQ(nullptr, loadExact(base, manifestEnd / 2));
+    checktable::expectNull({loadExact(base, manifestEnd - 1), loadExact(base, manifestEnd / 2)});
     Design exact(loadExact(base, manifestEnd));
     EXPECT_NE(nullptr, exact);
 }
@@ -98,20 +141,19 @@ TEST(HandWrittenDesign, SparseEventsRegistersAndInitialValuesOfEveryKind) {
     EXPECT_EQ(0, HapGetEvent(s, 2)->kind);
     for (int gap : {1, 3, 4}) EXPECT_EQ(nullptr, HapGetEvent(s, gap)) << gap;
     EXPECT_EQ(6, HapGetEventRange(s));
-    // register positions and numbers differ
+    // register positions and numbers differ: position, name, number, bits, direction
     EXPECT_EQ(3, HapGetNrOfRegister(s));
-    EXPECT_STREQ("Narrow", HapGetRegisterName(s, 1));
-    EXPECT_STREQ("Wide", HapGetRegisterName(s, 2));
-    EXPECT_STREQ("Readonly", HapGetRegisterName(s, 3));
-    EXPECT_EQ(3, HapGetRegisterByName(s, "Narrow"));
-    EXPECT_EQ(10, HapGetRegisterByName(s, "Wide"));
-    EXPECT_EQ(8, HapGetRegisterBitRange(s, 3));
-    EXPECT_EQ(40, HapGetRegisterBitRange(s, 10));
-    EXPECT_EQ(2, HapGetRegisterDirection(s, 10));
-    EXPECT_EQ(0, HapGetRegisterDirection(s, 11));
-    EXPECT_EQ(0, HapGetRegisterByName(s, "Nope"));
-    EXPECT_EQ(0, HapGetRegisterByName(s, nullptr));
-    EXPECT_EQ(0, HapGetRegisterBitRange(s, 2));  // a position is not a number
+    const std::tuple<int, const char*, int, int, int> registers[] = {
+        {1, "Narrow", 3, 8, 2}, {2, "Wide", 10, 40, 2}, {3, "Readonly", 11, 16, 0}};
+    for (const auto& r : registers) {
+        EXPECT_STREQ(std::get<1>(r), HapGetRegisterName(s, std::get<0>(r)));
+        const int number = HapGetRegisterByName(s, std::get<1>(r));
+        EXPECT_EQ((std::vector<int>{std::get<2>(r), std::get<3>(r), std::get<4>(r)}),
+                  (std::vector<int>{number, HapGetRegisterBitRange(s, number), HapGetRegisterDirection(s, number)}));
+    }
+    // unknown names; a position is not a number
+    checktable::expectAll(
+        0, {HapGetRegisterByName(s, "Nope"), HapGetRegisterByName(s, nullptr), HapGetRegisterBitRange(s, 2)});
     EXPECT_EQ(-1, HapGetRegisterDirection(s, 2));
     // initial values
     EXPECT_EQ(13, HapGetNrOfParameter(s));
@@ -128,8 +170,7 @@ TEST(HandWrittenDesign, SparseEventsRegistersAndInitialValuesOfEveryKind) {
     ASSERT_EQ(4u, currents->nrOfInitialElements);
     EXPECT_DOUBLE_EQ(1.5, currents->initialDElements[3]);
     EXPECT_EQ(1, currents->readOnly);
-    EXPECT_EQ(nullptr, HapGetParameter(s, 13));
-    EXPECT_EQ(nullptr, HapGetParameter(s, -1));
+    checktable::expectNull({HapGetParameter(s, 13), HapGetParameter(s, -1)});
 }
 
 TEST(HandWrittenDesign, CommentsBlankLinesCarriageReturnsAndTrailingBytesAreAccepted) {
@@ -150,18 +191,14 @@ TEST(HandWrittenDesign, CommentsBlankLinesCarriageReturnsAndTrailingBytesAreAcce
 // ---- rejected input ---------------------------------------------------------------
 
 TEST(RejectedDesign, NullEmptyAndMissingInputsAndQueriesOnNoDesign) {
-    EXPECT_EQ(nullptr, HapLoadDesignFromBuffer(nullptr, 100, 1));
-    EXPECT_EQ(nullptr, HapLoadDesignFromBuffer("TERVIK-HAP 1\nend\n", 0, 1));
+    checktable::expectNull(
+        {HapLoadDesignFromBuffer(nullptr, 100, 1), HapLoadDesignFromBuffer("TERVIK-HAP 1\nend\n", 0, 1)});
     for (const char* file : {static_cast<const char*>(nullptr), "", "does/not/exist.hap", "." /* a directory */})
         EXPECT_EQ(nullptr, HapLoadHapFileWithType(file, HAP_FILE_TYPE_DEFAULT, 1)) << (file ? file : "NULL");
-    EXPECT_EQ(nullptr, HapGetEvent(nullptr, 0));
-    EXPECT_EQ(0, HapGetNrOfRegister(nullptr));
-    EXPECT_EQ(nullptr, HapGetRegisterName(nullptr, 1));
-    EXPECT_EQ(0, HapGetRegisterByName(nullptr, "A"));
-    EXPECT_EQ(0, HapGetRegisterBitRange(nullptr, 1));
+    checktable::expectNull({HapGetEvent(nullptr, 0), HapGetRegisterName(nullptr, 1), HapGetParameter(nullptr, 0)});
+    checktable::expectAll(0, {HapGetNrOfRegister(nullptr), HapGetRegisterByName(nullptr, "A"),
+                              HapGetRegisterBitRange(nullptr, 1), HapGetNrOfParameter(nullptr)});
     EXPECT_EQ(-1, HapGetRegisterDirection(nullptr, 1));
-    EXPECT_EQ(0, HapGetNrOfParameter(nullptr));
-    EXPECT_EQ(nullptr, HapGetParameter(nullptr, 0));
     HapUnloadHapFile(nullptr);
 }
 
@@ -217,4 +254,31 @@ TEST(RejectedDesign, MalformedManifests) {
     EXPECT_EQ(nullptr, loadText("TERVIK-HAP 1\nparam T TEXT 1 RW " + std::string(256, 't') + "\nend\n"));
     Design longest(loadText("TERVIK-HAP 1\nparam T TEXT 1 RW " + std::string(255, 't') + "\nend\n"));
     EXPECT_NE(nullptr, longest);
+}
+
+// ---- the generated icon ---------------------------------------------------------
+
+TEST(GeneratedIcon, SizeSignatureChunksAndHeaderAndTheGeneratorWritesTheSameBytesAgain) {
+    const std::vector<unsigned char> png_ = readFile(iconPath());
+    EXPECT_EQ(3087u, png_.size());
+    const unsigned char sig[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    ASSERT_TRUE(std::equal(sig, sig + 8, png_.begin()));
+    std::vector<Chunk> c = chunks(png_);
+    ASSERT_GE(c.size(), 3u);
+    EXPECT_EQ("IHDR", c.front().type);
+    EXPECT_EQ("IEND", c.back().type);
+    EXPECT_TRUE(c.back().data.empty());
+    size_t total = 8;
+    for (const Chunk& k : c) {
+        EXPECT_TRUE(k.crcOk) << k.type;
+        total += 12 + k.data.size();
+    }
+    EXPECT_EQ(png_.size(), total) << "no bytes outside the chunks";
+    // 32 x 32, bit depth 8, RGBA, deflate, adaptive filtering, no interlace
+    const std::vector<unsigned char>& h = c.front().data;
+    ASSERT_EQ(13u, h.size());
+    EXPECT_EQ(32u, be32(&h[0]));
+    EXPECT_EQ(32u, be32(&h[4]));
+    EXPECT_EQ((std::vector<unsigned char>{8, 6, 0, 0, 0}), std::vector<unsigned char>(h.begin() + 8, h.end()));
+    expectRegenerated("ORV_MKICON", "again.png", png_);
 }

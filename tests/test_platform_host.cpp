@@ -1,5 +1,6 @@
 // The host face of the simulated host runtime: what an applet sees on the host
-// board handle it gets from Fg_InitHandleSlaveAware.
+// board handle it gets from Fg_InitHandleSlaveAware; and the register I/O
+// runtime on the same simulated device.
 
 #include <gtest/gtest.h>
 
@@ -10,12 +11,16 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
+#include "check_table.h"
 #include "hap_internal.h"
 #include "platform_support.h"
 
 using namespace platformtest;
+using checktable::expectAll;
+using checktable::expectNull;
 
 namespace {
 
@@ -71,6 +76,13 @@ protected:
     uint32_t hostU32(int hostId, unsigned dma = 0) {
         uint32_t v = 0xDEADBEEF;
         EXPECT_EQ(0, getValue(fg_, hostId, v, dma)) << hostId;
+        return v;
+    }
+
+    // Register 3 is 8 bits wide, 10 is 40 bits wide, 11 is read-only.
+    uint64_t reg(int number) {
+        uint64_t v = 0xDEAD;
+        EXPECT_EQ(0, TervikRegisterRead(dev_, number, &v)) << number;
         return v;
     }
 
@@ -136,9 +148,8 @@ TEST_F(HostFace, UnsignedParameterConvertsBetweenTypes) {
     EXPECT_EQ(1024u, u32(kWidth0));
     EXPECT_EQ(2048u, u32(kWidth1));
     EXPECT_EQ(0, set(kWidth0, 4000u));
-    EXPECT_EQ("4000", as<uint64_t>(kWidth0));
-    EXPECT_EQ("4000", as<double>(kWidth0));
-    EXPECT_EQ("4000", as<int32_t>(kWidth0));
+    for (const std::string& v : {as<uint64_t>(kWidth0), as<double>(kWidth0), as<int32_t>(kWidth0)})
+        EXPECT_EQ("4000", v);
     size_t sz = 0;
     EXPECT_EQ(0, Fg_getParameterWithType(fg_, id(kWidth0), &sz, 0, FG_PARAM_TYPE_SIZE_T));
     EXPECT_EQ(4000u, sz);
@@ -148,15 +159,13 @@ TEST_F(HostFace, UnsignedParameterConvertsBetweenTypes) {
     EXPECT_EQ(0, set(kWidth0, int64_t{77}));
     EXPECT_EQ(77u, u32(kWidth0));
 
-    // values that do not fit are refused and change nothing
-    EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, set(kWidth0, int32_t{-1}));
-    EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, set(kWidth0, uint64_t{1} << 32));
-    EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, set(kWidth0, std::numeric_limits<double>::quiet_NaN()));
+    // values that do not fit are refused and change nothing; value types the parameter has no use for
+    expectAll(FG_ERR_VALUE_OUT_OF_RANGE, {set(kWidth0, int32_t{-1}), set(kWidth0, uint64_t{1} << 32),
+                                          set(kWidth0, std::numeric_limits<double>::quiet_NaN())});
     EXPECT_EQ(77u, u32(kWidth0));
-    // a value type the parameter has no use for
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, setText(kWidth0, "12"));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
-              Fg_setParameterWithType(fg_, id(kWidth0), &sz, 0, static_cast<FgParamTypes>(99)));
+    expectAll(
+        FG_ERR_INVALID_PARAMETER,
+        {setText(kWidth0, "12"), Fg_setParameterWithType(fg_, id(kWidth0), &sz, 0, static_cast<FgParamTypes>(99))});
 }
 
 TEST_F(HostFace, ReadsWriteExactlyTheSizeOfTheType) {
@@ -201,8 +210,7 @@ TEST_F(HostFace, TextParameters) {
     EXPECT_EQ(0, setText(kNote, "a note"));
     EXPECT_EQ("a note", text(kNote));
     uint32_t v = 0;
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, get(kNote, v));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, set(kNote, v));
+    expectAll(FG_ERR_INVALID_PARAMETER, {get(kNote, v), set(kNote, v)});
     std::string longText(256, 'L');
     EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, setText(kNote, longText.c_str()));
     longText.pop_back();
@@ -243,11 +251,11 @@ TEST_F(HostFace, FieldAccessRecordsWriteAndReadRanges) {
     double dbl[2] = {5.4, 6.6};
     EXPECT_EQ(0, set(kValues, fieldAccess(FG_PARAM_TYPE_DOUBLE, 5, 2, dbl)));
     FieldParameterInt e{0, 7};
-    EXPECT_EQ(0, get(kValues, e));
-    EXPECT_EQ(99u, e.value);
-    e.index = 6;
-    EXPECT_EQ(0, get(kValues, e));
-    EXPECT_EQ(7u, e.value);
+    for (FieldParameterInt want : {FieldParameterInt{99, 7}, FieldParameterInt{7, 6}}) {
+        e.index = want.index;
+        EXPECT_EQ(0, get(kValues, e));
+        EXPECT_EQ(want.value, e.value) << want.index;
+    }
 }
 
 TEST_F(HostFace, FieldBoundsAndRecordsAreChecked) {
@@ -270,25 +278,18 @@ TEST_F(HostFace, FieldBoundsAndRecordsAreChecked) {
         EXPECT_EQ(w.expected, set(kValues, fieldAccess(w.vtype, w.index, w.count, w.elements)))
             << w.vtype << " " << w.index << "+" << w.count;
     FieldParameterAccess all = fieldAccess(FG_PARAM_TYPE_UINT32_T, 0, 9, in);
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, get(kValues, all));
 
-    FieldParameterInt e{5, 8};
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, set(kValues, e));
-    e.index = 7;
-    EXPECT_EQ(0, set(kValues, e));
     // a field is not a single value, and a single value is not a field
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, set(kValues, 1u));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, set(kWidth0, e));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, get(kWidth0, all));
+    expectAll(FG_ERR_INVALID_PARAMETER, {get(kValues, all), set(kValues, FieldParameterInt{5, 8}), set(kValues, 1u),
+                                         set(kWidth0, FieldParameterInt{5, 7}), get(kWidth0, all)});
+    EXPECT_EQ(0, set(kValues, FieldParameterInt{5, 7}));
 }
 
 // ---- refusals ------------------------------------------------------------------------
 
 TEST_F(HostFace, ReadOnlyDesignParametersRefuseWritesButTheBoardCanSetThem) {
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, set(kLevel, 9u));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, Fg_getLastErrorNumber(fg_));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, set(kTemperature, 80.0));
-    EXPECT_EQ(FG_ERR_NOT_AVAILABLE, setText(kName, "x"));
+    expectAll(FG_ERR_NOT_AVAILABLE,
+              {set(kLevel, 9u), Fg_getLastErrorNumber(fg_), set(kTemperature, 80.0), setText(kName, "x")});
     EXPECT_EQ(7u, u32(kLevel));
     EXPECT_EQ(0, SimBoard_LogCount(dev_));
 
@@ -304,31 +305,27 @@ TEST_F(HostFace, ReadOnlyDesignParametersRefuseWritesButTheBoardCanSetThem) {
     EXPECT_EQ(0, SimBoard_GetValue(dev_, kName, FG_PARAM_TYPE_CHAR_PTR, buf));
     EXPECT_STREQ("renamed", buf);
     EXPECT_EQ(0, SimBoard_LogCount(dev_)) << "board-side changes are not logged";
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_SetValue(dev_, "nope", FG_PARAM_TYPE_UINT32_T, &v));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_SetValue(dev_, kValues, FG_PARAM_TYPE_UINT32_T, &v));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_GetValue(dev_, kLevel, FG_PARAM_TYPE_UINT32_T, nullptr));
+    expectAll(FG_ERR_INVALID_PARAMETER, {SimBoard_SetValue(dev_, "nope", FG_PARAM_TYPE_UINT32_T, &v),
+                                         SimBoard_SetValue(dev_, kValues, FG_PARAM_TYPE_UINT32_T, &v),
+                                         SimBoard_GetValue(dev_, kLevel, FG_PARAM_TYPE_UINT32_T, nullptr)});
 }
 
 TEST_F(HostFace, NullValuesAndUnknownIdentitiesAreRefused) {
     uint32_t v = 1;
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_setParameterWithType(fg_, id(kWidth0), nullptr, 0, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getParameterWithType(fg_, id(kWidth0), nullptr, 0, FG_PARAM_TYPE_UINT32_T));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastErrorNumber(fg_));
-    for (int bad : {0, -1, 100, 1047000, 1048576 + 13, 2000000}) {
-        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, setValue(fg_, bad, v)) << bad;
-        EXPECT_EQ(FG_ERR_INVALID_PARAMETER, getValue(fg_, bad, v)) << bad;
-    }
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
-              Fg_setParameterWithType(fg_, FG_HOST_TIMEOUT, nullptr, 0, FG_PARAM_TYPE_UINT32_T));
+    const FgParamTypes u = FG_PARAM_TYPE_UINT32_T;
+    expectAll(FG_ERR_INVALID_PARAMETER,
+              {Fg_setParameterWithType(fg_, id(kWidth0), nullptr, 0, u),
+               Fg_getParameterWithType(fg_, id(kWidth0), nullptr, 0, u), Fg_getLastErrorNumber(fg_),
+               Fg_setParameterWithType(fg_, FG_HOST_TIMEOUT, nullptr, 0, u)});
+    for (int bad : {0, -1, 100, 1047000, 1048576 + 13, 2000000})
+        expectAll(FG_ERR_INVALID_PARAMETER, {setValue(fg_, bad, v), getValue(fg_, bad, v)});
     EXPECT_EQ(0, SimBoard_LogCount(dev_));
 }
 
 TEST(HostHandles, CallsWithoutAHostBoardAreRefused) {
     uint32_t v = 0;
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, setValue(nullptr, 1048576, v));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, getValue(nullptr, 1048576, v));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, Fg_FreeGrabber(nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, Fg_AcquireEx(nullptr, 0, 1, 0, nullptr));
+    expectAll(FG_ERR_INVALID_BOARD, {setValue(nullptr, 1048576, v), getValue(nullptr, 1048576, v),
+                                     Fg_FreeGrabber(nullptr), Fg_AcquireEx(nullptr, 0, 1, 0, nullptr)});
     EXPECT_EQ(nullptr, Fg_getParameterInfo(nullptr, 0));
     EXPECT_EQ(0u, Fg_getEventMask(nullptr, "x"));
     // a board structure that is not one of the runtime's handles
@@ -337,14 +334,12 @@ TEST(HostHandles, CallsWithoutAHostBoardAreRefused) {
         uint32_t tag;
         uint32_t pad[8];
     } foreign{};
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, setValue(&foreign.pub, 1048576, v));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, Fg_getLastErrorNumber(&foreign.pub));
     EXPECT_EQ(nullptr, Fg_getParameterName(&foreign.pub, 0));
-    EXPECT_EQ(FG_ERR_INVALID_BOARD, Fg_FreeGrabber(&foreign.pub));
+    expectAll(FG_ERR_INVALID_BOARD,
+              {setValue(&foreign.pub, 1048576, v), Fg_getLastErrorNumber(&foreign.pub), Fg_FreeGrabber(&foreign.pub)});
     // and a device that is not one
     EXPECT_EQ(nullptr, SimBoard_HostHandleOf(nullptr));
-    EXPECT_EQ(0, SimBoard_LogCount(nullptr));
-    EXPECT_EQ(0, SimBoard_HostCallCount(nullptr));
+    expectAll(0, {SimBoard_LogCount(nullptr), SimBoard_HostCallCount(nullptr)});
     SimBoard_FailNthHostCall(nullptr, 1, -1);
     SimBoard_DestroyDevice(nullptr);
 }
@@ -375,9 +370,8 @@ TEST_F(HostFace, SuccessfulWritesAreLoggedInOrder) {
     ASSERT_EQ(0, SimBoard_LogEntry(dev_, 3, &out));
     EXPECT_EQ(FG_HOST_TIMEOUT, out.id);
 
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_LogEntry(dev_, 6, &out));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_LogEntry(dev_, -1, &out));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, SimBoard_LogEntry(dev_, 0, nullptr));
+    expectAll(FG_ERR_INVALID_PARAMETER, {SimBoard_LogEntry(dev_, 6, &out), SimBoard_LogEntry(dev_, -1, &out),
+                                         SimBoard_LogEntry(dev_, 0, nullptr)});
     SimBoard_LogClear(dev_);
     EXPECT_EQ(0, SimBoard_LogCount(dev_));
     EXPECT_EQ(0, set(kOut, 1u, 1));
@@ -387,15 +381,13 @@ TEST_F(HostFace, SuccessfulWritesAreLoggedInOrder) {
 // ---- host-level parameters ---------------------------------------------------------------
 
 TEST_F(HostFace, HostLevelParametersAnswerPerDma) {
+    // read-only, then the writable timeout
+    const int ids[] = {FG_HOST_NR_OF_DMAS, FG_HOST_NR_OF_CAMS,   FG_HOST_NR_OF_PROCESSES, FG_HOST_DMA_PORT,
+                       FG_HOST_CAM_PORT,   FG_HOST_TRANSFER_LEN, FG_HOST_DMASTATUS,       FG_HOST_TIMEOUT};
     for (unsigned dma = 0; dma < 2; ++dma) {
-        EXPECT_EQ(2u, hostU32(FG_HOST_NR_OF_DMAS, dma));
-        EXPECT_EQ(2u, hostU32(FG_HOST_NR_OF_CAMS, dma));
-        EXPECT_EQ(2u, hostU32(FG_HOST_NR_OF_PROCESSES, dma));
-        EXPECT_EQ(dma, hostU32(FG_HOST_DMA_PORT, dma));
-        EXPECT_EQ(dma, hostU32(FG_HOST_CAM_PORT, dma));
-        EXPECT_EQ(0u, hostU32(FG_HOST_TRANSFER_LEN, dma));
-        EXPECT_EQ(0u, hostU32(FG_HOST_DMASTATUS, dma));
-        EXPECT_EQ(1000000u, hostU32(FG_HOST_TIMEOUT, dma));
+        std::vector<uint32_t> got;
+        for (int h : ids) got.push_back(hostU32(h, dma));
+        EXPECT_EQ((std::vector<uint32_t>{2, 2, 2, dma, dma, 0, 0, 1000000}), got) << dma;
     }
     double d = 0;
     EXPECT_EQ(0, getValue(fg_, FG_HOST_NR_OF_DMAS, d));
@@ -404,19 +396,17 @@ TEST_F(HostFace, HostLevelParametersAnswerPerDma) {
     EXPECT_EQ(0, Fg_getParameterWithType(fg_, FG_HOST_CAM_PORT, &sz, 1, FG_PARAM_TYPE_SIZE_T));
     EXPECT_EQ(1u, sz);
     uint32_t v = 0;
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, getValue(fg_, FG_HOST_DMA_PORT, v, 2));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER,
-              Fg_getParameterWithType(fg_, FG_HOST_NR_OF_DMAS, &v, 0, FG_PARAM_TYPE_CHAR_PTR));
+    expectAll(FG_ERR_INVALID_PARAMETER,
+              {getValue(fg_, FG_HOST_DMA_PORT, v, 2),
+               Fg_getParameterWithType(fg_, FG_HOST_NR_OF_DMAS, &v, 0, FG_PARAM_TYPE_CHAR_PTR),
+               setValue(fg_, FG_HOST_TIMEOUT, 30u, 2)});
 
     EXPECT_EQ(0, setValue(fg_, FG_HOST_TIMEOUT, 30u, 1));
     EXPECT_EQ(30u, hostU32(FG_HOST_TIMEOUT, 1));
     EXPECT_EQ(1000000u, hostU32(FG_HOST_TIMEOUT, 0));
     EXPECT_EQ(0, setValue(fg_, FG_HOST_APC_STOP_TIMEOUT, uint64_t{9}));
     EXPECT_EQ(9u, hostU32(FG_HOST_APC_STOP_TIMEOUT, 0));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, setValue(fg_, FG_HOST_TIMEOUT, 30u, 2));
-    for (int ro : {FG_HOST_NR_OF_DMAS, FG_HOST_NR_OF_CAMS, FG_HOST_NR_OF_PROCESSES, FG_HOST_DMA_PORT, FG_HOST_CAM_PORT,
-                   FG_HOST_TRANSFER_LEN, FG_HOST_DMASTATUS})
-        EXPECT_EQ(FG_ERR_NOT_AVAILABLE, setValue(fg_, ro, 30u)) << ro;
+    for (int i = 0; i < 7; ++i) EXPECT_EQ(FG_ERR_NOT_AVAILABLE, setValue(fg_, ids[i], 30u)) << ids[i];
     EXPECT_EQ((std::vector<std::string>{"FG_TIMEOUT dma1 type2 30", "FG_APC_STOP_TIMEOUT dma0 type4 9"}),
               writeLog(dev_));
 }
@@ -427,10 +417,9 @@ TEST_F(HostFace, TheNthHostCallFailsAndOnlyThatOne) {
     const int before = SimBoard_HostCallCount(dev_);
     const int wid = id(kWidth0);  // one call
     SimBoard_FailNthHostCall(dev_, 3, -777);
-    EXPECT_EQ(0, setValue(fg_, wid, 100u));
-    EXPECT_EQ(0, setValue(fg_, wid, 200u));
-    EXPECT_EQ(-777, setValue(fg_, wid, 300u));
-    EXPECT_EQ(-777, Fg_getLastErrorNumber(fg_));
+    EXPECT_EQ((std::vector<int>{0, 0, -777, -777}),
+              (std::vector<int>{setValue(fg_, wid, 100u), setValue(fg_, wid, 200u), setValue(fg_, wid, 300u),
+                                Fg_getLastErrorNumber(fg_)}));
     EXPECT_EQ(200u, hostU32(wid)) << "the failed call changed nothing";
     EXPECT_EQ(2, SimBoard_LogCount(dev_));
     EXPECT_EQ(before + 6, SimBoard_HostCallCount(dev_));
@@ -441,8 +430,7 @@ TEST_F(HostFace, TheNthHostCallFailsAndOnlyThatOne) {
     EXPECT_EQ(-779, id(kWidth0));
     SimBoard_FailNthHostCall(dev_, 2, -781);
     SimBoard_ClearFaults(dev_);
-    EXPECT_EQ(0, getValue(fg_, wid, back));
-    EXPECT_EQ(0, getValue(fg_, wid, back));
+    expectAll(0, {getValue(fg_, wid, back), getValue(fg_, wid, back)});
 }
 
 TEST_F(HostFace, ANamedParameterFailsItsWritesOrReads) {
@@ -532,18 +520,18 @@ TEST_F(HostFace, DescriptionTreeOfAPort) {
     for (const char* n : {kWidth0, kEnable, kBig, kPeriod, kLevel, kName, kOut, "Loose"})
         ASSERT_TRUE(leaves.count(n)) << n;
     EXPECT_FALSE(leaves.count(kWidth1));
-    EXPECT_EQ(REG_FORMAT_UINT, leaves[kWidth0]->format);
-    EXPECT_EQ(7, leaves[kWidth0]->accessFlags);
+    // format and access as the design declares them (RW 7, RO 1)
+    const std::tuple<const char*, REG_FORMAT, int> kinds[] = {
+        {kWidth0, REG_FORMAT_UINT, 7},   {kEnable, REG_FORMAT_ENUM, 7}, {kBig, REG_FORMAT_UINT64, 7},
+        {kPeriod, REG_FORMAT_DOUBLE, 7}, {kLevel, REG_FORMAT_UINT, 1},  {kName, REG_FORMAT_STRING, 1}};
+    for (const auto& k : kinds) {
+        EXPECT_EQ(std::get<1>(k), leaves[std::get<0>(k)]->format) << std::get<0>(k);
+        EXPECT_EQ(std::get<2>(k), leaves[std::get<0>(k)]->accessFlags) << std::get<0>(k);
+    }
     EXPECT_EQ(1024u, leaves[kWidth0]->u.uiReg.value);
-    const RegisterInfo* enable = leaves[kEnable];
-    EXPECT_EQ(REG_FORMAT_ENUM, enable->format);
-    ASSERT_EQ(2, enable->u.eReg.nrOfElements);
-    EXPECT_STREQ("On", enable->u.eReg.enumNames[1]);
-    EXPECT_EQ(1, enable->u.eReg.enumValues[1]);
-    EXPECT_EQ(REG_FORMAT_UINT64, leaves[kBig]->format);
-    EXPECT_EQ(REG_FORMAT_DOUBLE, leaves[kPeriod]->format);
-    EXPECT_EQ(1, leaves[kLevel]->accessFlags);
-    EXPECT_EQ(REG_FORMAT_STRING, leaves[kName]->format);
+    ASSERT_EQ(2, leaves[kEnable]->u.eReg.nrOfElements);
+    EXPECT_STREQ("On", leaves[kEnable]->u.eReg.enumNames[1]);
+    EXPECT_EQ(1, leaves[kEnable]->u.eReg.enumValues[1]);
     EXPECT_STREQ("hello small world", leaves[kName]->u.sReg.string);
 
     RegisterInfo* port1 = Fg_getParameterInfo(fg_, 1);
@@ -554,9 +542,8 @@ TEST_F(HostFace, DescriptionTreeOfAPort) {
         EXPECT_EQ(1, r->port);
     }
     EXPECT_TRUE(hasWidth1);
-    EXPECT_EQ(nullptr, Fg_getParameterInfo(fg_, 2));
+    expectNull({Fg_getParameterInfo(fg_, 2), Fg_getParameterInfo(fg_, -1)});
     EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastErrorNumber(fg_));
-    EXPECT_EQ(nullptr, Fg_getParameterInfo(fg_, -1));
 }
 
 // ---- events, acquisition and shading --------------------------------------------------------
@@ -590,12 +577,10 @@ TEST_F(HostFace, AcquisitionCountsFramesAndCalls) {
     EXPECT_EQ(0, Fg_stopAcquire(fg_, 0));
     EXPECT_EQ(0, Fg_getAppletId(fg_, "Orvindel"));
 
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_AcquireEx(fg_, 2, 1, 0, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastErrorNumber(fg_));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_stopAcquireEx(fg_, -1, nullptr, 0));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastPicNumberEx(fg_, 7, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getLastPicNumberBlockingEx(fg_, 1, 7, 1, nullptr));
-    EXPECT_EQ(FG_ERR_INVALID_PARAMETER, Fg_getStatusEx(fg_, 0, 0, 9, nullptr));
+    expectAll(FG_ERR_INVALID_PARAMETER,
+              {Fg_AcquireEx(fg_, 2, 1, 0, nullptr), Fg_getLastErrorNumber(fg_), Fg_stopAcquireEx(fg_, -1, nullptr, 0),
+               Fg_getLastPicNumberEx(fg_, 7, nullptr), Fg_getLastPicNumberBlockingEx(fg_, 1, 7, 1, nullptr),
+               Fg_getStatusEx(fg_, 0, 0, 9, nullptr)});
 
     SimAcquisitionCounters c;
     SimBoard_GetAcquisitionCounters(dev_, &c);
@@ -659,4 +644,63 @@ TEST_F(HostFace, ConcurrentCallsOnOneBoardAreSerialised) {
     EXPECT_EQ(4000, SimBoard_LogCount(dev_));
     EXPECT_EQ(1999u, u32(kWidth0));
     EXPECT_EQ(1999u, u32(kWidth1, 1));
+}
+
+// ---- register I/O ----------------------------------------------------------------------
+
+TEST_F(HostFace, RegisterValuesAreStoredAsWrittenWithoutMaskingAlsoInReadOnlyRegisters) {
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 3, 0x1FFF));
+    EXPECT_EQ(0x1FFFu, reg(3));
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 10, 0xFFFFFFFFFFFFFFFFull));
+    EXPECT_EQ(0xFFFFFFFFFFFFFFFFull, reg(10));
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 11, 5));
+    EXPECT_EQ(5u, reg(11));
+    uint64_t v = 0;
+    EXPECT_EQ(0, SimBoard_GetRegister(dev_, 3, &v));
+    EXPECT_EQ(0x1FFFu, v);
+    EXPECT_EQ(0, SimBoard_SetRegister(dev_, 10, 7));  // a board-side change
+    EXPECT_EQ(7u, reg(10));
+}
+
+TEST_F(HostFace, UnknownRegistersAndRegistersOfMissingBoardsFail) {
+    uint64_t v = 42;
+    for (int number : {0, 1, 2, 4, -3, 1000000}) {
+        EXPECT_LT(TervikRegisterWrite(dev_, number, 1), 0) << number;
+        EXPECT_LT(TervikRegisterRead(dev_, number, &v), 0) << number;
+    }
+    EXPECT_EQ(42u, v);
+    expectAll(FG_ERR_INVALID_PARAMETER, {SimBoard_SetRegister(dev_, 4, 1), SimBoard_GetRegister(dev_, 4, &v)});
+    QORdevice* bare = SimBoard_CreateDevice(3);  // a device without a board has no registers
+    for (int rc :
+         {TervikRegisterWrite(nullptr, 3, 1), TervikRegisterRead(nullptr, 3, &v), TervikRegisterRead(dev_, 3, nullptr),
+          TervikRegisterWrite(bare, 1, 1), TervikRegisterRead(bare, 1, &v)})
+        EXPECT_LT(rc, 0);
+    SimBoard_DestroyDevice(bare);
+}
+
+TEST_F(HostFace, InjectedRegisterFailuresAffectReadsAndWritesUntilCleared) {
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 3, 1));
+    SimBoard_FailRegisters(dev_, -901);
+    EXPECT_EQ(-901, TervikRegisterWrite(dev_, 3, 2));
+    uint64_t v = 99;
+    EXPECT_EQ(-901, TervikRegisterRead(dev_, 3, &v));
+    EXPECT_EQ(99u, v);
+    SimBoard_FailRegisters(dev_, 0);
+    EXPECT_EQ(1u, reg(3)) << "the failed write changed nothing";
+    SimBoard_FailRegisters(dev_, -902);
+    SimBoard_ClearFaults(dev_);
+    EXPECT_EQ(0, TervikRegisterWrite(dev_, 3, 2));
+}
+
+TEST(HostRegisters, EveryRegisterOfTheGeneratedDesignIsReachableByItsNumber) {
+    Board b(loadImage());
+    ASSERT_NE(nullptr, b.fg);
+    for (int pos = 1; pos <= HapGetNrOfRegister(b.design); ++pos) {
+        const int number = HapGetRegisterByName(b.design, HapGetRegisterName(b.design, pos));
+        const uint64_t value = 0x100u + static_cast<unsigned>(pos);
+        EXPECT_EQ(0, TervikRegisterWrite(b.dev, number, value)) << number;
+        uint64_t v = 0;
+        EXPECT_EQ(0, TervikRegisterRead(b.dev, number, &v));
+        EXPECT_EQ(value, v);
+    }
 }
