@@ -133,7 +133,7 @@ TEST_F(InfoQuery, PointerQuestionsWithoutOutputsAnswerZero) {
 }
 
 // The embedded icon and design image are the generated files byte for byte
-// (test_platform_icon and test_platform_design check those files).
+// (test_platform_design checks those files).
 TEST_F(InfoQuery, EmbeddedIconAndDesignImageAreTheGeneratedFiles) {
     const char* dir = std::getenv("ORV_DESIGN_DIR");
     ASSERT_NE(nullptr, dir);

@@ -125,6 +125,30 @@ TEST_F(GeneratedImage, ManifestCutBeforeItsEndIsRejected) {
     EXPECT_NE(nullptr, exact);
 }
 
+// Boards opened with the same image share its parsed design; each load still
+// gets a handle of its own, and only the manifest decides what is shared.
+TEST(DesignReload, EachLoadHasItsOwnHandleAndOnlyTheManifestDecides) {
+    const std::string manifest = "TERVIK-HAP 1\nparam P U32 1 RW 7\nregister 5 R 8 2\nend\n";
+    const std::string padded = manifest + "padding, never read \x01\x7f";
+    Design first(loadExact(manifest.data(), manifest.size()));
+    fpga_design* second = loadExact(padded.data(), padded.size());
+    ASSERT_NE(nullptr, first);
+    ASSERT_NE(nullptr, second);
+    EXPECT_NE(first.get(), second);
+    HapUnloadHapFile(second);  // the other handle keeps its design
+    EXPECT_EQ(7u, HapGetParameter(first.get(), 0)->initialU);
+    EXPECT_EQ(8, HapGetRegisterBitRange(first.get(), 5));
+    // A buffer that ends inside a manifest seen before is still refused...
+    EXPECT_EQ(nullptr, loadExact(manifest.data(), manifest.size() - 1));
+    // ...and a manifest one byte apart is a design of its own.
+    std::string other = manifest;
+    other[other.find(" 7\n") + 1] = '9';
+    Design changed(loadExact(other.data(), other.size()));
+    ASSERT_NE(nullptr, changed);
+    EXPECT_EQ(9u, HapGetParameter(changed.get(), 0)->initialU);
+    EXPECT_EQ(7u, HapGetParameter(first.get(), 0)->initialU);
+}
+
 // ---- a hand-written design -------------------------------------------------------------
 
 TEST(HandWrittenDesign, SparseEventsRegistersAndInitialValuesOfEveryKind) {
