@@ -1,13 +1,10 @@
 // Camera configuration files: the written forms, the file rules and the
 // lookups, including files the parser never wrote itself.
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <sstream>
-#include <string>
 
 #include "Fg_ConfigFileParser.h"
 #include "support_files.h"

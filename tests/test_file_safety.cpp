@@ -3,16 +3,12 @@
 // fail and leave the existing file as it was; a device, a FIFO or a directory
 // given as a file to read is refused at once (a hang ends in the test's time
 // limit).
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
-#include <string>
 
 #include "board_fixture.h"
 #include "test_files.h"
@@ -21,7 +17,6 @@ namespace {
 
 using orvtest::Board;
 using orvtest::readFile;
-using orvtest::writeFile;
 
 const uint32_t kUserFile = 0;  // FG_LUT_TYPE: table from a file
 
@@ -122,7 +117,7 @@ TEST(InputsThatAreNotFiles, AreAnsweredAsFilesThatDoNotExist) {
     ASSERT_NE(std::string::npos, second);
     text.replace(second, empty.size(), "FG_LUT_CUSTOM_FILE='fifo.mcf';");
     text.replace(first, empty.size(), "FG_LUT_CUSTOM_FILE='/dev/zero';");
-    ASSERT_TRUE(writeFile("named.mcf", text));
+    ASSERT_TRUE(orvtest::writeFile("named.mcf", text));
     EXPECT_EQ(0, Fg_loadConfig(b.fg(), "named.mcf"));
     EXPECT_EQ(0, b.lastError());
 }

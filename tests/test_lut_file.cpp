@@ -1,11 +1,8 @@
 // Lookup-table files: every written form, reading back, and the lenient
 // reading rules on hand-made, truncated and hostile files.
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <cstring>
-#include <string>
 #include <type_traits>
 #include <vector>
 

@@ -2,9 +2,6 @@
 // search against a line reader working on the file itself, the inputs that are
 // refused without being opened, and how a save replaces a file.
 
-#include <gtest/gtest.h>
-
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -13,13 +10,11 @@
 #include <chrono>
 #include <cstring>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "Fg_LutFileParser.h"
 #include "Fg_TextFile.h"
 #include "support_files.h"
-#include "test_files.h"
 
 namespace {
 
@@ -55,7 +50,7 @@ std::string randomText(std::mt19937& rng) {
     return text;
 }
 
-class TextFile : public supporttest::ScratchDir {};
+using TextFile = supporttest::ScratchDir;
 
 mode_t modeOf(const std::string& p) {
     struct stat st;
