@@ -164,9 +164,8 @@ TEST_F(LutFile, ThreeChannelReadsBackPerSectionWithTheKeysOfTheFirstSection) {
     ASSERT_EQ(0, parser.saveLutToFile(p.c_str(), &red.t, &green.t, &blue.t));
     ReadTable r, g, b, gray;
     ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &r.t, &g.t, &b.t));
-    EXPECT_EQ(red.entries, r.entries());
-    EXPECT_EQ(green.entries, g.entries());
-    EXPECT_EQ(blue.entries, b.entries());
+    EXPECT_EQ((std::vector<Entries>{red.entries, green.entries, blue.entries}),
+              (std::vector<Entries>{r.entries(), g.entries(), b.entries()}));
     ASSERT_EQ(0, parser.getLutFromFile(p.c_str(), &gray.t, "[gray]"));
     EXPECT_EQ((Entries{0, 0, 0}), gray.entries()) << "a three-channel file read as gray";
 
