@@ -4,7 +4,6 @@
 // what is kept or put back when a design access fails. Boards open without the
 // default-value pass: speed mode 1 cached, width and height 1024, no gaps,
 // 10 frames per second, nothing written to the design.
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>

@@ -1,6 +1,5 @@
 // Camera configuration files: Fg_saveConfig / Fg_loadConfig on a board
 // opened with the applet on the simulated platform.
-#include <gtest/gtest.h>
 
 #include <fstream>
 #include <iterator>

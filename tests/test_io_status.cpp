@@ -1,7 +1,6 @@
 // Digital I/O, frame-buffer status, board monitor and applet identity, seen
 // through the typed parameter access of an opened board and the simulated
 // board's design values and write log.
-#include <gtest/gtest.h>
 
 #include "board_fixture.h"
 

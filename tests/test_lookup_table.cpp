@@ -2,7 +2,6 @@
 // the single whole-table write per change, user-file mode with ".lut" files
 // (round trip, missing and unreadable files), the access flags that follow
 // the LUT type, and direct range writes and reads of entries.
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>

@@ -4,7 +4,6 @@
 // mode. Pixel and output format, trigger packet mode, image timeout and image
 // selector: the design value each accepted value becomes, the values refused,
 // and the phase/period coupling of the image selector.
-#include <gtest/gtest.h>
 
 #include "board_fixture.h"
 

@@ -2,7 +2,6 @@
 // software trigger of both camera ports, as an application sees them: typed
 // writes and reads through the exports, the design writes in the board's log,
 // and the parameter records the host gets.
-#include <gtest/gtest.h>
 
 #include <limits>
 
