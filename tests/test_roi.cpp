@@ -33,8 +33,6 @@ protected:
 };
 typedef Roi OutputFormat;
 
-// ---- the writes of each setter --------------------------------------------
-
 TEST_F(Roi, WidthAndXOffsetSizeAndMoveTheBuffersAndMirrorOfTheirPortOnly) {
     for (int port = 0; port < 2; ++port) {
         const std::vector<Write> expected = {
@@ -60,8 +58,6 @@ TEST_F(Roi, WidthAndXOffsetSizeAndMoveTheBuffersAndMirrorOfTheirPortOnly) {
     EXPECT_EQ(u32w(dp(1, "LineMirrorX_AddrGen_LineWidthMinus1_Value"), 1, 1), w[6]);
     EXPECT_EQ(2048u, b.u32(FG_WIDTH, 0));
 }
-
-// ---- limits ---------------------------------------------------------------------
 
 TEST_F(Roi, RangeLimitsComeBeforeAlignmentAndRefusedValuesChangeNothing) {
     for (int port = 0; port < 2; ++port) {
@@ -146,8 +142,6 @@ TEST_F(Roi, WidthAndXOffsetNarrowEachOthersMaximumOnTheirPortOnly) {
     EXPECT_EQ(16384u, uintMax(b, FG_WIDTH, 1));
 }
 
-// ---- frame cutting per image trigger mode ---------------------------------------------
-
 // The height sizes the buffers, then cuts the frame with the cached y-offset;
 // the y-offset recuts it with the cached height. The image height is the ROI
 // height in every mode; the trigger block's length depends on the mode.
@@ -188,8 +182,6 @@ TEST_F(Roi, AsyncHeightTakesEffectInTheMultiBufferMode) {
     EXPECT_EQ(expected, writesOf(b, FG_IMGTRIGGER_ASYNC_HEIGHT, 9000, 1));
     EXPECT_EQ(9000u, b.u32(FG_IMGTRIGGER_ASYNC_HEIGHT, 1));
 }
-
-// ---- output format ---------------------------------------------------------------
 
 TEST_F(OutputFormat, EachAcceptedValueWritesItsDesignValueOnItsPort) {
     expectSingleWrites(b, {

@@ -55,8 +55,6 @@ protected:
 typedef TriggerTest LineTrigger;
 typedef TriggerTest ImageTrigger;
 
-// ---- line trigger: rejected values ---------------------------------------------------------
-
 TEST_F(LineTrigger, RejectedIntegerValuesOfBothTriggersChangeNothing) {
     expectRejects(b, {
                          {FG_LINETRIGGERMODE, 2, {0, 3, 4, 7, 8, 0xFFFFFFFFu}},
@@ -199,8 +197,6 @@ TEST_F(LineTrigger, TimesOfBothTriggersReachTheDesignUnchanged) {
     }
 }
 
-// ---- line trigger mode and shaft encoder ------------------------------------------
-
 TEST_F(LineTrigger, ModeWritesItsDesignValueAndSetsExternalTriggerAccess) {
     struct Case {
         uint32_t mode, hw;
@@ -268,8 +264,6 @@ TEST_F(LineTrigger, EncoderModeIsAppliedOnlyWhileTheEncoderIsOn) {
     EXPECT_EQ(3u, b.u32(FG_SHAFTENCODERMODE, 1));
     EXPECT_EQ(ab3, writesOf(b, FG_SHAFTENCODERON, 1, 1));
 }
-
-// ---- exposure maximum -------------------------------------------------------------
 
 // In the grabber-controlled modes (1, 6) the period bounds the exposure; in
 // the others, and above the exposure limit, 1048.568 does. Port 1's changes
@@ -343,8 +337,6 @@ TEST_F(LineTrigger, FailingModeWriteKeepsTheModeButNotTheAccess) {
     EXPECT_EQ(FG_ERR_VALUE_OUT_OF_RANGE, b.setD(FG_LINEEXPOSURE, 100.008, 1));
 }
 
-// ---- image trigger ---------------------------------------------------------------
-
 TEST_F(ImageTrigger, SourceMapPutsTheSoftwareTriggerAtDesignSourceFour) {
     const uint32_t sdk[] = {0, 1, 2, 3, 4, 5, 6, 7, kSoftwareSource};
     const uint32_t design[] = {0, 1, 2, 3, 5, 6, 7, 8, 4};
@@ -359,8 +351,6 @@ TEST_F(ImageTrigger, SourceMapPutsTheSoftwareTriggerAtDesignSourceFour) {
         }
     }
 }
-
-// ---- image trigger mode --------------------------------------------------------
 
 TEST_F(ImageTrigger, ModeWritesDesignModeGatedHeightAndFrameCutting) {
     struct Case {
@@ -405,8 +395,6 @@ TEST_F(ImageTrigger, ModeSetsTriggerInputAndAsyncHeightAccess) {
         }
     }
 }
-
-// ---- software trigger and busy flag ----------------------------------------------
 
 TEST_F(ImageTrigger, EverySoftwareTriggerPulseReachesTheDesign) {
     for (int port : {0, 1}) {
