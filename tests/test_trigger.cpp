@@ -110,43 +110,41 @@ TEST_F(LineTrigger, RejectedTimesOfBothTriggersChangeNothing) {
     }
 }
 
+// Two values per parameter, each with the value the design gets. ExSync and
+// flash polarity: the design bit means low active; trigger input polarities are
+// passed as they are (0 high active, 1 low active).
 TEST_F(LineTrigger, IntegerWritesOfBothTriggersReachTheDesignOnTheirPort) {
-    expectSingleWrites(
-        b, {
-               {FG_EXSYNCON, 0, "Trigger_Trigger_ExsyncEnable", 0},
-               {FG_EXSYNCON, 1, "Trigger_Trigger_ExsyncEnable", 1},
-               // ExSync polarity: the design bit means low active.
-               {FG_EXSYNCPOLARITY, 0, "Trigger_Trigger_ExsyncPolarity", 1},
-               {FG_EXSYNCPOLARITY, 1, "Trigger_Trigger_ExsyncPolarity", 0},
-               // Trigger input polarities are passed as they are (0 high active, 1 low active).
-               {FG_LINETRIGGERINPOLARITY, 1, "Trigger_Trigger_LineTrgInPolarity", 1},
-               {FG_LINETRIGGERINPOLARITY, 0, "Trigger_Trigger_LineTrgInPolarity", 0},
-               {FG_LINE_DOWNSCALE, 1, "Trigger_Trigger_LineTrgDownscaler", 1},
-               {FG_LINE_DOWNSCALE, 255, "Trigger_Trigger_LineTrgDownscaler", 255},
-               {FG_LINE_DOWNSCALEINIT, 1, "Trigger_Trigger_LineTrgPhase", 1},
-               {FG_LINE_DOWNSCALEINIT, 255, "Trigger_Trigger_LineTrgPhase", 255},
-               {FG_SHAFTENCODERLEADING, 1, "Trigger_Trigger_EncoderABLead", 1},
-               {FG_SHAFTENCODERLEADING, 0, "Trigger_Trigger_EncoderABLead", 0},
-               {FG_SHAFTENCODER_COMPENSATION_ENABLE, 0, "Trigger_Trigger_EncoderCompensation", 0},
-               {FG_SHAFTENCODER_COMPENSATION_ENABLE, 1, "Trigger_Trigger_EncoderCompensation", 1},
-               {FG_SHAFTENCODER_COMPENSATION_COUNT, 1048575, "Trigger_Trigger_EncoderCompensationCount", 1048575},
-               {FG_SHAFTENCODER_COMPENSATION_COUNT, 0, "Trigger_Trigger_EncoderCompensationCount", 0},
-               {FG_IMGTRIGGERON, 0, "Trigger_Trigger_ImgTriggerEnable", 0},
-               {FG_IMGTRIGGERON, 1, "Trigger_Trigger_ImgTriggerEnable", 1},
-               {FG_FLASHON, 0, "Trigger_Trigger_FlashEnable", 0},
-               {FG_FLASHON, 1, "Trigger_Trigger_FlashEnable", 1},
-               {FG_IMGTRIGGERINPOLARITY, 1, "Trigger_Trigger_ImgTrgInPolarity", 1},
-               {FG_IMGTRIGGERINPOLARITY, 0, "Trigger_Trigger_ImgTrgInPolarity", 0},
-               // Flash polarity: the design bit means low active.
-               {FG_FLASH_POLARITY, 0, "Trigger_Trigger_FlashPolarity", 1},
-               {FG_FLASH_POLARITY, 1, "Trigger_Trigger_FlashPolarity", 0},
-               {FG_IMGTRIGGERGATEDELAY, 65535, "Trigger_Trigger_ImgTrgDelay", 65535},
-               {FG_IMGTRIGGERGATEDELAY, 0, "Trigger_Trigger_ImgTrgDelay", 0},
-               {FG_STROBEPULSEDELAY, 65535, "Trigger_Trigger_FlashDelay", 65535},
-               {FG_STROBEPULSEDELAY, 0, "Trigger_Trigger_FlashDelay", 0},
-               {FG_SETSOFTWARETRIGGER, 1, "Trigger_Trigger_SoftwareTrgInput", 1},
-               {FG_SETSOFTWARETRIGGER, 0, "Trigger_Trigger_SoftwareTrgInput", 0},
-           });
+    struct Case {
+        int id;
+        const char* design;
+        uint32_t value[2], written[2];
+    };
+    const Case cases[] = {
+        {FG_EXSYNCON, "ExsyncEnable", {0, 1}, {0, 1}},
+        {FG_EXSYNCPOLARITY, "ExsyncPolarity", {0, 1}, {1, 0}},
+        {FG_LINETRIGGERINPOLARITY, "LineTrgInPolarity", {1, 0}, {1, 0}},
+        {FG_LINE_DOWNSCALE, "LineTrgDownscaler", {1, 255}, {1, 255}},
+        {FG_LINE_DOWNSCALEINIT, "LineTrgPhase", {1, 255}, {1, 255}},
+        {FG_SHAFTENCODERLEADING, "EncoderABLead", {1, 0}, {1, 0}},
+        {FG_SHAFTENCODER_COMPENSATION_ENABLE, "EncoderCompensation", {0, 1}, {0, 1}},
+        {FG_SHAFTENCODER_COMPENSATION_COUNT, "EncoderCompensationCount", {1048575, 0}, {1048575, 0}},
+        {FG_IMGTRIGGERON, "ImgTriggerEnable", {0, 1}, {0, 1}},
+        {FG_FLASHON, "FlashEnable", {0, 1}, {0, 1}},
+        {FG_IMGTRIGGERINPOLARITY, "ImgTrgInPolarity", {1, 0}, {1, 0}},
+        {FG_FLASH_POLARITY, "FlashPolarity", {0, 1}, {1, 0}},
+        {FG_IMGTRIGGERGATEDELAY, "ImgTrgDelay", {65535, 0}, {65535, 0}},
+        {FG_STROBEPULSEDELAY, "FlashDelay", {65535, 0}, {65535, 0}},
+        {FG_SETSOFTWARETRIGGER, "SoftwareTrgInput", {1, 0}, {1, 0}},
+    };
+    for (int port : {0, 1})
+        for (const Case& c : cases)
+            for (int k = 0; k < 2; ++k) {
+                SCOPED_TRACE("parameter " + std::to_string(c.id) + " = " + std::to_string(c.value[k]) + " port " +
+                             std::to_string(port));
+                EXPECT_EQ(std::vector<Write>{u32w(trig(port, c.design), c.written[k], port)},
+                          writesOf(b, c.id, c.value[k], port));
+                EXPECT_EQ(c.value[k], b.u32(c.id, port));
+            }
 }
 
 TEST_F(LineTrigger, InputSourcesSkipTheSoftwareTriggerSource) {
@@ -169,30 +167,22 @@ TEST_F(LineTrigger, InputSourcesSkipTheSoftwareTriggerSource) {
 TEST_F(LineTrigger, TimesOfBothTriggersReachTheDesignUnchanged) {
     struct Case {
         int id;
-        double value;
         const char* design;
+        std::vector<double> values;  // set in this order
     };
     const Case cases[] = {
-        {FG_LINETRIGGERDEBOUNCING, 0.008, "LineTrgDebouncingTime"},
-        {FG_LINETRIGGERDEBOUNCING, 30.0, "LineTrgDebouncingTime"},
-        {FG_LINETRIGGERDEBOUNCING, 0.112, "LineTrgDebouncingTime"},
-        {FG_LINETRIGGERDELAY, 0.0, "Exsync2Delay"},
-        {FG_LINETRIGGERDELAY, 1048.568, "Exsync2Delay"},
-        {FG_LINETRIGGERDELAY, 0.1 + 0.2, "Exsync2Delay"},
-        {FG_LINEPERIODE, 2097.144, "ExsyncPeriod"},
-        {FG_LINEPERIODE, 0.512, "ExsyncPeriod"},
-        {FG_LINEEXPOSURE, 0.512, "ExsyncExposure"},
-        {FG_LINEPERIODE, 200.0, "ExsyncPeriod"},
-        {FG_LINEEXPOSURE, 19.0, "ExsyncExposure"},
-        {FG_IMGTRIGGERDEBOUNCING, 0.008, "ImgTrgDebouncingTime"},
-        {FG_IMGTRIGGERDEBOUNCING, 30.0, "ImgTrgDebouncingTime"},
-        {FG_IMGTRIGGERDEBOUNCING, 0.112, "ImgTrgDebouncingTime"},
-        {FG_IMGTRIGGERDEBOUNCING, 0.1 + 0.2, "ImgTrgDebouncingTime"},
+        {FG_LINETRIGGERDEBOUNCING, "LineTrgDebouncingTime", {0.008, 30.0, 0.112}},
+        {FG_LINETRIGGERDELAY, "Exsync2Delay", {0.0, 1048.568, 0.1 + 0.2}},
+        {FG_LINEPERIODE, "ExsyncPeriod", {2097.144, 0.512}},
+        {FG_LINEEXPOSURE, "ExsyncExposure", {0.512}},
+        {FG_LINEPERIODE, "ExsyncPeriod", {200.0}},
+        {FG_LINEEXPOSURE, "ExsyncExposure", {19.0}},
+        {FG_IMGTRIGGERDEBOUNCING, "ImgTrgDebouncingTime", {0.008, 30.0, 0.112, 0.1 + 0.2}},
     };
     for (int port : {0, 1}) {
         for (const Case& c : cases) {
             SCOPED_TRACE("parameter " + std::to_string(c.id) + " port " + std::to_string(port));
-            expectDoubleWrite(b, c.id, c.value, trig(port, c.design), port);
+            for (double v : c.values) expectDoubleWrite(b, c.id, v, trig(port, c.design), port);
         }
     }
 }
