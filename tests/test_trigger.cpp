@@ -110,41 +110,29 @@ TEST_F(LineTrigger, RejectedTimesOfBothTriggersChangeNothing) {
     }
 }
 
-// Two values per parameter, each with the value the design gets. ExSync and
-// flash polarity: the design bit means low active; trigger input polarities are
-// passed as they are (0 high active, 1 low active).
+// ExSync and flash polarity: the design bit means low active; trigger input
+// polarities are passed as they are (0 high active, 1 low active).
 TEST_F(LineTrigger, IntegerWritesOfBothTriggersReachTheDesignOnTheirPort) {
-    struct Case {
-        int id;
-        const char* design;
-        uint32_t value[2], written[2];
-    };
-    const Case cases[] = {
-        {FG_EXSYNCON, "ExsyncEnable", {0, 1}, {0, 1}},
-        {FG_EXSYNCPOLARITY, "ExsyncPolarity", {0, 1}, {1, 0}},
-        {FG_LINETRIGGERINPOLARITY, "LineTrgInPolarity", {1, 0}, {1, 0}},
-        {FG_LINE_DOWNSCALE, "LineTrgDownscaler", {1, 255}, {1, 255}},
-        {FG_LINE_DOWNSCALEINIT, "LineTrgPhase", {1, 255}, {1, 255}},
-        {FG_SHAFTENCODERLEADING, "EncoderABLead", {1, 0}, {1, 0}},
-        {FG_SHAFTENCODER_COMPENSATION_ENABLE, "EncoderCompensation", {0, 1}, {0, 1}},
-        {FG_SHAFTENCODER_COMPENSATION_COUNT, "EncoderCompensationCount", {1048575, 0}, {1048575, 0}},
-        {FG_IMGTRIGGERON, "ImgTriggerEnable", {0, 1}, {0, 1}},
-        {FG_FLASHON, "FlashEnable", {0, 1}, {0, 1}},
-        {FG_IMGTRIGGERINPOLARITY, "ImgTrgInPolarity", {1, 0}, {1, 0}},
-        {FG_FLASH_POLARITY, "FlashPolarity", {0, 1}, {1, 0}},
-        {FG_IMGTRIGGERGATEDELAY, "ImgTrgDelay", {65535, 0}, {65535, 0}},
-        {FG_STROBEPULSEDELAY, "FlashDelay", {65535, 0}, {65535, 0}},
-        {FG_SETSOFTWARETRIGGER, "SoftwareTrgInput", {1, 0}, {1, 0}},
-    };
-    for (int port : {0, 1})
-        for (const Case& c : cases)
-            for (int k = 0; k < 2; ++k) {
-                SCOPED_TRACE("parameter " + std::to_string(c.id) + " = " + std::to_string(c.value[k]) + " port " +
-                             std::to_string(port));
-                EXPECT_EQ(std::vector<Write>{u32w(trig(port, c.design), c.written[k], port)},
-                          writesOf(b, c.id, c.value[k], port));
-                EXPECT_EQ(c.value[k], b.u32(c.id, port));
-            }
+    expectSingleWrites(
+        b, {
+               {FG_EXSYNCON, "Trigger_Trigger_ExsyncEnable", {{0, 0}, {1, 1}}},
+               {FG_EXSYNCPOLARITY, "Trigger_Trigger_ExsyncPolarity", {{0, 1}, {1, 0}}},
+               {FG_LINETRIGGERINPOLARITY, "Trigger_Trigger_LineTrgInPolarity", {{1, 1}, {0, 0}}},
+               {FG_LINE_DOWNSCALE, "Trigger_Trigger_LineTrgDownscaler", {{1, 1}, {255, 255}}},
+               {FG_LINE_DOWNSCALEINIT, "Trigger_Trigger_LineTrgPhase", {{1, 1}, {255, 255}}},
+               {FG_SHAFTENCODERLEADING, "Trigger_Trigger_EncoderABLead", {{1, 1}, {0, 0}}},
+               {FG_SHAFTENCODER_COMPENSATION_ENABLE, "Trigger_Trigger_EncoderCompensation", {{0, 0}, {1, 1}}},
+               {FG_SHAFTENCODER_COMPENSATION_COUNT,
+                "Trigger_Trigger_EncoderCompensationCount",
+                {{1048575, 1048575}, {0, 0}}},
+               {FG_IMGTRIGGERON, "Trigger_Trigger_ImgTriggerEnable", {{0, 0}, {1, 1}}},
+               {FG_FLASHON, "Trigger_Trigger_FlashEnable", {{0, 0}, {1, 1}}},
+               {FG_IMGTRIGGERINPOLARITY, "Trigger_Trigger_ImgTrgInPolarity", {{1, 1}, {0, 0}}},
+               {FG_FLASH_POLARITY, "Trigger_Trigger_FlashPolarity", {{0, 1}, {1, 0}}},
+               {FG_IMGTRIGGERGATEDELAY, "Trigger_Trigger_ImgTrgDelay", {{65535, 65535}, {0, 0}}},
+               {FG_STROBEPULSEDELAY, "Trigger_Trigger_FlashDelay", {{65535, 65535}, {0, 0}}},
+               {FG_SETSOFTWARETRIGGER, "Trigger_Trigger_SoftwareTrgInput", {{1, 1}, {0, 0}}},
+           });
 }
 
 TEST_F(LineTrigger, InputSourcesSkipTheSoftwareTriggerSource) {
