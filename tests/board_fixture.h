@@ -13,6 +13,7 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "fg_applet.h"
@@ -214,21 +215,23 @@ inline void expectFailingCall(Board& b, int k, int id, uint32_t v, int port, int
 }
 
 // Tables checked on both ports. `design` names are given after the process prefix.
-// Accepted values, each becoming one write of its design parameter on the port's DMA.
+// Accepted values of a parameter in the order set, each becoming one write of its
+// design parameter on the port's DMA with the value paired with it.
 struct SingleWrite {
     int id;
-    uint32_t value;
     const char* design;
-    uint64_t written;
+    std::vector<std::pair<uint32_t, uint64_t>> writes;
 };
 inline void expectSingleWrites(Board& b, std::initializer_list<SingleWrite> cases) {
     for (int port = 0; port < 2; ++port)
-        for (const SingleWrite& c : cases) {
-            SCOPED_TRACE("parameter " + std::to_string(c.id) + " = " + std::to_string(c.value) + " port " +
-                         std::to_string(port));
-            EXPECT_EQ(std::vector<Write>{u32w(dp(port, c.design), c.written, port)}, writesOf(b, c.id, c.value, port));
-            EXPECT_EQ(c.value, b.u32(c.id, port));
-        }
+        for (const SingleWrite& c : cases)
+            for (const std::pair<uint32_t, uint64_t>& w : c.writes) {
+                SCOPED_TRACE("parameter " + std::to_string(c.id) + " = " + std::to_string(w.first) + " port " +
+                             std::to_string(port));
+                EXPECT_EQ(std::vector<Write>{u32w(dp(port, c.design), w.second, port)},
+                          writesOf(b, c.id, w.first, port));
+                EXPECT_EQ(w.first, b.u32(c.id, port));
+            }
 }
 
 // Values refused with -6000 once `accepted` is set.

@@ -6,11 +6,8 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "board_fixture.h"
 #include "record_text.h"

@@ -2,14 +2,8 @@
 // the applet: the catalogue and its categories in document order, every node
 // against the port's registry record, handler changes in the next document,
 // the direct register access group left out, the export's size protocol.
-#include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "applet_xml_support.h"
 #include "board_fixture.h"

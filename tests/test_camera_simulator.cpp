@@ -4,7 +4,6 @@
 // what is kept or put back when a design access fails. Boards open without the
 // default-value pass: speed mode 1 cached, width and height 1024, no gaps,
 // 10 frames per second, nothing written to the design.
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
@@ -79,8 +78,6 @@ protected:
 // Pixel frequency in MHz for an on time, as the getter computes it.
 double pixelMHz(uint32_t onTime) { return onTime * 12.0 / 2000.0 / 8e-9 / 1e6; }
 
-// ---- image source and picture ----------------------------------------------
-
 TEST_F(CamSim, SourcePatternOffsetRollAndTriggerModeWriteTheirPortsDesignValues) {
     struct Case {
         int id;
@@ -121,8 +118,6 @@ TEST_F(CamSim, RefusedPictureValuesAndReadOnlyGatingKeepEverything) {
         expectRejected(b, FG_CAMERASIMULATOR_PASSIVE, 100, port, FG_ERR_NOT_AVAILABLE);
     }
 }
-
-// ---- speed mode ----------------------------------------------------------------
 
 TEST_F(CamSim, SpeedModeSetsTheAccessFlagsOfItsPortOnly) {
     const std::vector<int> catalogued = {kReadWrite, kReadWrite, kReadWrite, kReadWrite, kReadWrite};
@@ -217,8 +212,6 @@ TEST_F(CamSim, GapsReadZeroWhereTheModeIgnoresThemAndComeBackInPixelFrequencyMod
     EXPECT_EQ(0u, b.u32(FG_CAMERASIMULATOR_FRAME_GAP));
 }
 
-// ---- pixel frequency ------------------------------------------------------------
-
 TEST_F(CamSim, PixelFrequencyProgramsOnTimeAndDivisor) {
     mode(0, 1);
     struct Case {
@@ -300,8 +293,6 @@ TEST_F(CamSim, FrameRateModeStartsAtTheFrameRateLastProgrammed) {
     EXPECT_EQ(12207u, clocks());
 }
 
-// ---- line rate -------------------------------------------------------------------
-
 TEST_F(CamSim, LineRateLimitsAtTheStartUpWidth) {
     // Width 1024 in use: at most 1.5e9 / (1024 + 12) = 1447876.4 lines per second.
     const double top = 1.5e9 / 1036;
@@ -363,8 +354,6 @@ TEST_F(CamSim, FastLineRateNarrowsWidthAndLineGap) {
     EXPECT_EQ(10000000.0, doubleMax(b, FG_CAMERASIMULATOR_LINERATE, 0));
 }
 
-// ---- frame rate ------------------------------------------------------------------
-
 TEST_F(CamSim, FrameRateProgramsClocksPerLineAndNarrowsWidthAndHeight) {
     mode(2);
     const double top = 1.5e9 / double(1044u * 1024u);
@@ -388,8 +377,6 @@ TEST_F(CamSim, FrameRateProgramsClocksPerLineAndNarrowsWidthAndHeight) {
     EXPECT_EQ(0u, uintMax(b, FG_CAMERASIMULATOR_FRAME_GAP));
     EXPECT_EQ(1.5e9 / double(1044u * 512u), doubleMax(b, FG_CAMERASIMULATOR_FRAMERATE));
 }
-
-// ---- geometry --------------------------------------------------------------------
 
 TEST_F(CamSim, WidthAndLineGapAreRoundedUpToTwelvePixels) {
     mode(0, 1);
@@ -441,8 +428,6 @@ TEST_F(CamSim, HeightPlusFrameGapStaysWithin65536) {
     EXPECT_EQ(heightWrites(1, 65436, 0), writesOf(b, FG_CAMERASIMULATOR_FRAME_GAP, 0, 1));
     EXPECT_EQ(65536u, uintMax(b, FG_CAMERASIMULATOR_HEIGHT, 1));
 }
-
-// ---- failing design accesses ----------------------------------------------------
 
 TEST_F(CamSim, FailingWriteRestoresOnlyTheSettersCachedValue) {
     QORdevice* dev = b.dev();

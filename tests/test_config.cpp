@@ -1,6 +1,5 @@
 // Camera configuration files: Fg_saveConfig / Fg_loadConfig on a board
 // opened with the applet on the simulated platform.
-#include <gtest/gtest.h>
 
 #include <fstream>
 #include <iterator>
@@ -27,8 +26,6 @@ const int kSaveFailed = -5001;
 
 const uint32_t kSoftwareTrigger = 0xFFFFFFFFu;
 
-// ---- files ----------------------------------------------------------------------
-
 // The line "KEY=...;\n" of a key in a section ("[Port A]" / "[Port B]"): its
 // offset and length, or npos. Only a line that begins with the key and '=' counts.
 std::pair<size_t, size_t> findKey(const std::string& text, const std::string& section, const std::string& key) {
@@ -51,9 +48,6 @@ std::string withLine(std::string text, const std::string& section, const std::st
     if (at.first != std::string::npos) text.replace(at.first, at.second, line.empty() ? line : line + "\n");
     return text;
 }
-std::string withoutKey(const std::string& text, const std::string& section, const std::string& key) {
-    return withLine(text, section, key, "");
-}
 
 std::string toCrLf(const std::string& text) {
     std::string out;
@@ -63,8 +57,6 @@ std::string toCrLf(const std::string& text) {
     }
     return out;
 }
-
-// ---- the file as written after start-up ------------------------------------------
 
 const char kHeader[] =
     "[Kamerasektion]\n"
@@ -166,8 +158,6 @@ std::string startStateFile() {
     return text;
 }
 
-// ---- the state of a board ----
-
 // The values of the design parameters the applet uses, as the simulated board holds them.
 std::map<std::string, std::string> designState(Board& b) {
     std::map<std::string, std::string> state;
@@ -208,8 +198,6 @@ std::string savedFile(const std::function<void(Board&)>& setup = [](Board&) {}) 
     EXPECT_EQ(0, Fg_saveConfig(b.fg(), "saved.mcf"));
     return ::testing::Test::HasFailure() ? "" : readFile("saved.mcf");
 }
-
-// ---- saving ----------------------------------------------------------------------
 
 TEST(ConfigSave, FileAfterStartUpHasTheLayoutAndTheStartValues) {
     Board b;
@@ -332,8 +320,6 @@ TEST(ConfigSave, FileThatCannotBeCreatedGives5001) {
     EXPECT_EQ(0, Fg_saveConfig(b.fg(), "board.mcf"));
     EXPECT_EQ(0, b.lastError());
 }
-
-// ---- save and load -----------------------------------------------------------------
 
 // Distinctive values of both ports, set in this order: port A's simulator by
 // pixel frequency with gaps, port B's by line rate (its frame gap asked for
@@ -480,8 +466,6 @@ TEST(ConfigRoundTrip, LoadOnAFreshBoardRestoresEveryReadableParameterOfBothPorts
     EXPECT_EQ(0u, fresh.u32(FG_LUT_TYPE, 1));
 }
 
-// ---- load failures and tolerated deviations ---------------------------------------
-
 TEST(ConfigLoad, MissingFileOrNameWithoutTheTypeGives2076AndLoadsNothing) {
     // A configuration file under a name without ".mcf" counts as missing.
     writeFile("upper.MCF", savedFile([](Board& b) { ASSERT_EQ(0, b.set(FG_TIMEOUT, 4321, 1)); }));
@@ -539,8 +523,8 @@ TEST(ConfigLoad, KeysThatAreNotReadMayBeMissingWhileEveryOtherKeyIsRequired) {
     ASSERT_TRUE(b.ok());
     std::string withoutUnread = text;
     for (const std::string& key : kNotRead) {
-        withoutUnread = withoutKey(withoutUnread, "[Port A]", key);
-        withoutUnread = withoutKey(withoutUnread, "[Port B]", key);
+        withoutUnread = withLine(withoutUnread, "[Port A]", key, "");
+        withoutUnread = withLine(withoutUnread, "[Port B]", key, "");
     }
     writeFile("unread.mcf", withoutUnread);
     EXPECT_EQ(0, Fg_loadConfig(b.fg(), "unread.mcf"));
@@ -549,7 +533,7 @@ TEST(ConfigLoad, KeysThatAreNotReadMayBeMissingWhileEveryOtherKeyIsRequired) {
     // The lookup runs on past "[Port B]", so a key is missing only when the
     // last section lacks it.
     for (const KeyValue& kv : kStartSection) {
-        writeFile("one_missing.mcf", withoutKey(text, "[Port B]", kv.key));
+        writeFile("one_missing.mcf", withLine(text, "[Port B]", kv.key, ""));
         const int expected = kNotRead.count(kv.key) ? 0 : kLoadFailed;
         EXPECT_EQ(expected, Fg_loadConfig(b.fg(), "one_missing.mcf")) << kv.key;
         EXPECT_EQ(expected, b.lastError()) << kv.key;
@@ -562,7 +546,7 @@ TEST(ConfigLoad, FailedLoadKeepsWhatItAppliedAndCachedBeforeTheMissingKey) {
         ASSERT_EQ(0, b.set(FG_TIMEOUT, 7000, 1));
         ASSERT_EQ(0, b.set(FG_HEIGHT, 512, 1));
     });
-    writeFile("partial_load.mcf", withoutKey(text, "[Port B]", "FG_DIGIO_OUTPUT"));
+    writeFile("partial_load.mcf", withLine(text, "[Port B]", "FG_DIGIO_OUTPUT", ""));
 
     Board b;
     ASSERT_TRUE(b.ok());

@@ -3,7 +3,6 @@
 // defaults. The values themselves read back in the configuration file saved
 // right after start-up (test_config), the lookup table of start-up in
 // test_lookup_table.
-#include <gtest/gtest.h>
 
 #include "board_fixture.h"
 

@@ -1,14 +1,9 @@
 // The applet information query, called as the host runtime calls it: looked up
 // by name in the applet library, without an applet object.
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <climits>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "board_fixture.h"
 #include "test_files.h"

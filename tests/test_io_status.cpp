@@ -1,7 +1,6 @@
 // Digital I/O, frame-buffer status, board monitor and applet identity, seen
 // through the typed parameter access of an opened board and the simulated
 // board's design values and write log.
-#include <gtest/gtest.h>
 
 #include "board_fixture.h"
 
@@ -39,8 +38,6 @@ protected:
     Board board;
 };
 
-// ---- digital outputs ------------------------------------------------------------
-
 // Both bits go to the shared outputs with the port as DMA index; each port
 // remembers its own value while the outputs show the last write; values above
 // three change nothing.
@@ -62,8 +59,6 @@ TEST_F(IoStatus, DigitalOutputWritesBothBitsToTheSharedOutputsWithThePortAsDma) 
         for (int port = 0; port < 2; ++port) expectRejected(board, FG_DIGIO_OUTPUT, bad, port);
 }
 
-// ---- digital input ----------------------------------------------------------------
-
 TEST_F(IoStatus, DigitalInputIsReadLiveOnBothPorts) {
     for (uint32_t v : {0u, 0x5Au, 0xFFu}) {
         board.setDesignU32(kInputStatus, v);
@@ -75,8 +70,6 @@ TEST_F(IoStatus, DigitalInputIsReadLiveOnBothPorts) {
     EXPECT_EQ(-4714, board.get(FG_DIGIO_INPUT, &v, 1));
     EXPECT_EQ(-4714, board.lastError());
 }
-
-// ---- buffer status ----------------------------------------------------------------
 
 struct BufferCase {
     uint32_t overflow, fill0, fill1;
@@ -140,8 +133,6 @@ TEST_F(IoStatus, DmaStatusIsTheHostsOwn) {
     EXPECT_EQ(0u, board.u32(FG_DMASTATUS, 1));
 }
 
-// ---- applet identity ----------------------------------------------------------------
-
 TEST_F(IoStatus, IdentityTextsAndTheirReadFailure) {
     const std::string uid = designText("Device1_Process0_AppletProperties_AppletUid");
     const std::string built = designText("Device1_Process0_AppletProperties_BuildTime");
@@ -197,8 +188,6 @@ TEST_F(IoStatus, ReadOnlyParametersRefuseWritesAndConstantsKeepTheirValue) {
     EXPECT_EQ(FG_ERR_NOT_AVAILABLE, board.setText(FG_HAP_FILE, "x", 1));
     EXPECT_TRUE(board.log().empty());
 }
-
-// ---- board monitor ------------------------------------------------------------------
 
 TEST_F(IoStatus, MonitorValuesAreHandedThroughUnscaled) {
     struct Monitor {

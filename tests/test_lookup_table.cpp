@@ -2,7 +2,6 @@
 // the single whole-table write per change, user-file mode with ".lut" files
 // (round trip, missing and unreadable files), the access flags that follow
 // the LUT type, and direct range writes and reads of entries.
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -98,8 +97,6 @@ protected:
 
     Board b;
 };
-
-// ---- start state and computed tables ------------------------------------------------
 
 TEST_F(Lut, StartsWithTheIdentityTableInTheDesignAndTheProcessingRecordsOpen) {
     for (int port = 0; port < 2; ++port) {
@@ -216,8 +213,6 @@ TEST_F(Lut, ProcessingLimitsIncludeTheirEnds) {
         for (uint32_t v : {1u, 2u, 4u}) expectRejected(b, FG_LUT_TYPE, v, port);
     }
 }
-
-// ---- LUT type and user files ---------------------------------------------------------
 
 TEST_F(Lut, UserFileModeCachesProcessingValuesUntilProcessingReturns) {
     processingMode();
@@ -357,8 +352,6 @@ TEST_F(Lut, UnreadableOrUnwritableFilesFailWithFileAccess) {
     ASSERT_EQ(0, b.setText(FG_LUT_SAVE_FILE, "", 1));
     EXPECT_EQ("", b.text(FG_LUT_SAVE_FILE, 1));
 }
-
-// ---- direct access to entries ------------------------------------------------------
 
 // A range write sends exactly its range to the design in one write. The cache
 // follows the element type of the record: 32-bit elements (signed ones too) are

@@ -4,7 +4,6 @@
 // mode. Pixel and output format, trigger packet mode, image timeout and image
 // selector: the design value each accepted value becomes, the values refused,
 // and the phase/period coupling of the image selector.
-#include <gtest/gtest.h>
 
 #include "board_fixture.h"
 
@@ -34,8 +33,6 @@ protected:
 };
 typedef Roi OutputFormat;
 
-// ---- the writes of each setter --------------------------------------------
-
 TEST_F(Roi, WidthAndXOffsetSizeAndMoveTheBuffersAndMirrorOfTheirPortOnly) {
     for (int port = 0; port < 2; ++port) {
         const std::vector<Write> expected = {
@@ -61,8 +58,6 @@ TEST_F(Roi, WidthAndXOffsetSizeAndMoveTheBuffersAndMirrorOfTheirPortOnly) {
     EXPECT_EQ(u32w(dp(1, "LineMirrorX_AddrGen_LineWidthMinus1_Value"), 1, 1), w[6]);
     EXPECT_EQ(2048u, b.u32(FG_WIDTH, 0));
 }
-
-// ---- limits ---------------------------------------------------------------------
 
 TEST_F(Roi, RangeLimitsComeBeforeAlignmentAndRefusedValuesChangeNothing) {
     for (int port = 0; port < 2; ++port) {
@@ -147,8 +142,6 @@ TEST_F(Roi, WidthAndXOffsetNarrowEachOthersMaximumOnTheirPortOnly) {
     EXPECT_EQ(16384u, uintMax(b, FG_WIDTH, 1));
 }
 
-// ---- frame cutting per image trigger mode ---------------------------------------------
-
 // The height sizes the buffers, then cuts the frame with the cached y-offset;
 // the y-offset recuts it with the cached height. The image height is the ROI
 // height in every mode; the trigger block's length depends on the mode.
@@ -190,27 +183,18 @@ TEST_F(Roi, AsyncHeightTakesEffectInTheMultiBufferMode) {
     EXPECT_EQ(9000u, b.u32(FG_IMGTRIGGER_ASYNC_HEIGHT, 1));
 }
 
-// ---- output format ---------------------------------------------------------------
-
 TEST_F(OutputFormat, EachAcceptedValueWritesItsDesignValueOnItsPort) {
-    expectSingleWrites(b, {
-                              {FG_PIXELFORMAT, 259, "12BitSelector_PixelFormat_SelectSource", 2},
-                              {FG_PIXELFORMAT, 258, "12BitSelector_PixelFormat_SelectSource", 1},
-                              {FG_PIXELFORMAT, 257, "12BitSelector_PixelFormat_SelectSource", 0},
-                              {FG_CXP_TRIGGER_PACKET_MODE, 1, "Camera_Camera_TxTriggerPacketMode", 1},
-                              {FG_CXP_TRIGGER_PACKET_MODE, 0, "Camera_Camera_TxTriggerPacketMode", 0},
-                              {FG_FORMAT, 1, "OutputFormat_FG_FORMAT_SelectSource", 0},
-                              {FG_FORMAT, 22, "OutputFormat_FG_FORMAT_SelectSource", 3},
-                              {FG_FORMAT, 21, "OutputFormat_FG_FORMAT_SelectSource", 2},
-                              {FG_FORMAT, 3, "OutputFormat_FG_FORMAT_SelectSource", 1},
-                              {FG_BITALIGNMENT, 0, "OutputFormat_FG_BITALIGNMENT_Value", 0},
-                              {FG_BITALIGNMENT, 1, "OutputFormat_FG_BITALIGNMENT_Value", 1},
-                              {FG_IMG_SELECT_PERIOD, 7, "ImageSelector_FG_IMG_SELECT_PERIOD_Divisor", 7},
-                              {FG_IMG_SELECT, 6, "ImageSelector_FG_IMG_SELECT_PHASE_Number", 6},
-                              // Reverse-x switches the line mirror.
-                              {FG_REVERSE_X, 1, "LineMirrorX_Enable_SelectSource", 1},
-                              {FG_REVERSE_X, 0, "LineMirrorX_Enable_SelectSource", 0},
-                          });
+    expectSingleWrites(b,
+                       {
+                           {FG_PIXELFORMAT, "12BitSelector_PixelFormat_SelectSource", {{259, 2}, {258, 1}, {257, 0}}},
+                           {FG_CXP_TRIGGER_PACKET_MODE, "Camera_Camera_TxTriggerPacketMode", {{1, 1}, {0, 0}}},
+                           {FG_FORMAT, "OutputFormat_FG_FORMAT_SelectSource", {{1, 0}, {22, 3}, {21, 2}, {3, 1}}},
+                           {FG_BITALIGNMENT, "OutputFormat_FG_BITALIGNMENT_Value", {{0, 0}, {1, 1}}},
+                           {FG_IMG_SELECT_PERIOD, "ImageSelector_FG_IMG_SELECT_PERIOD_Divisor", {{7, 7}}},
+                           {FG_IMG_SELECT, "ImageSelector_FG_IMG_SELECT_PHASE_Number", {{6, 6}}},
+                           // Reverse-x switches the line mirror.
+                           {FG_REVERSE_X, "LineMirrorX_Enable_SelectSource", {{1, 1}, {0, 0}}},
+                       });
     // The image timeout goes to the host's own timeout of the port.
     for (int port = 0; port < 2; ++port)
         for (uint32_t v : {2u, 2147483646u, 5000u})
