@@ -8,11 +8,8 @@
 #include <limits>
 #include <map>
 #include <set>
-#include <sstream>
-#include <string>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 #include "check_table.h"
 #include "hap_internal.h"
@@ -435,8 +432,7 @@ TEST_F(HostFace, TheNthHostCallFailsAndOnlyThatOne) {
 
 TEST_F(HostFace, ANamedParameterFailsItsWritesOrReads) {
     SimBoard_FailParameter(dev_, kWidth0, 1, -555);
-    EXPECT_EQ(-555, set(kWidth0, 1u));
-    EXPECT_EQ(-555, Fg_getLastErrorNumber(fg_));
+    expectAll(-555, {set(kWidth0, 1u), Fg_getLastErrorNumber(fg_)});
     EXPECT_EQ(1024u, u32(kWidth0)) << "reads still work";
     EXPECT_EQ(0, set(kWidth1, 1u, 1)) << "other parameters still work";
     SimBoard_FailParameter(dev_, kWidth0, 0, -556);
@@ -649,12 +645,11 @@ TEST_F(HostFace, ConcurrentCallsOnOneBoardAreSerialised) {
 // ---- register I/O ----------------------------------------------------------------------
 
 TEST_F(HostFace, RegisterValuesAreStoredAsWrittenWithoutMaskingAlsoInReadOnlyRegisters) {
-    EXPECT_EQ(0, TervikRegisterWrite(dev_, 3, 0x1FFF));
-    EXPECT_EQ(0x1FFFu, reg(3));
-    EXPECT_EQ(0, TervikRegisterWrite(dev_, 10, 0xFFFFFFFFFFFFFFFFull));
-    EXPECT_EQ(0xFFFFFFFFFFFFFFFFull, reg(10));
-    EXPECT_EQ(0, TervikRegisterWrite(dev_, 11, 5));
-    EXPECT_EQ(5u, reg(11));
+    for (const auto& w :
+         {std::make_pair(3, uint64_t{0x1FFF}), std::make_pair(10, ~uint64_t{0}), std::make_pair(11, uint64_t{5})}) {
+        EXPECT_EQ(0, TervikRegisterWrite(dev_, w.first, w.second));
+        EXPECT_EQ(w.second, reg(w.first));
+    }
     uint64_t v = 0;
     EXPECT_EQ(0, SimBoard_GetRegister(dev_, 3, &v));
     EXPECT_EQ(0x1FFFu, v);
