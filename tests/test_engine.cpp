@@ -326,12 +326,12 @@ TEST_F(Catalogue, LineTriggerGroupShape) {
 
 TEST_F(Catalogue, SampleRecordsFieldByField) {
     // name (none: not checked), unit (none: null), format, access flags (-1: not checked)
-    const std::tuple<int, const char*, const char*, REG_FORMAT, int> heads[] = {
+    const std::tuple<int, const char*, const char*, int, int> heads[] = {
         {FG_LINETRIGGERDEBOUNCING, "Debouncing Time", "\xB5s" /* Latin-1 micro sign */, REG_FORMAT_DOUBLE, 7},
-        {FG_SYSTEMMONITOR_FPGA_TEMPERATURE, "FGPA Temperature", "Celsius", REG_FORMAT(-1), 1},
-        {FG_SYSTEMMONITOR_FPGA_VCC_AUX, "FGPA Vcc Aux", "-", REG_FORMAT(-1), -1},
+        {FG_SYSTEMMONITOR_FPGA_TEMPERATURE, "FGPA Temperature", "Celsius", -1, 1},
+        {FG_SYSTEMMONITOR_FPGA_VCC_AUX, "FGPA Vcc Aux", "-", -1, -1},
         {FG_IMGTRIGGERINSRC, nullptr, "", REG_FORMAT_ENUM, -1},
-        {FG_TIMEOUT, nullptr, "seconds", REG_FORMAT(-1), -1},
+        {FG_TIMEOUT, nullptr, "seconds", -1, -1},
         {FG_SYSTEMMONITOR_FPGA_DNA, nullptr, "-", REG_FORMAT_UINT64, -1},
         {FG_LUT_VALUE, nullptr, "-", REG_FORMAT_UINTFIELD, -1},
         {FG_SYSTEMMONITOR_CHANNEL_CURRENT, nullptr, "-", REG_FORMAT_DOUBLEFIELD, -1},
@@ -344,7 +344,7 @@ TEST_F(Catalogue, SampleRecordsFieldByField) {
             const char *name = std::get<1>(h), *unit = std::get<2>(h);
             EXPECT_STREQ(name ? name : r->name, r->name);
             EXPECT_STREQ(std::string("-") == unit ? r->unit : unit, r->unit) << std::get<0>(h);
-            EXPECT_EQ(std::get<3>(h) == REG_FORMAT(-1) ? r->format : std::get<3>(h), r->format) << std::get<0>(h);
+            EXPECT_EQ(std::get<3>(h) < 0 ? int(r->format) : std::get<3>(h), int(r->format)) << std::get<0>(h);
             EXPECT_EQ(std::get<4>(h) < 0 ? r->accessFlags : std::get<4>(h), r->accessFlags) << std::get<0>(h);
         }
         RegisterInfo* r = b.record(port, FG_LINETRIGGERDEBOUNCING);
