@@ -10,11 +10,7 @@
 #include <cctype>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <functional>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "board_fixture.h"
 #include "check_table.h"
@@ -291,14 +287,18 @@ void runCase(Board& b, const Case& c, int port) {
     }
 }
 
-// A board whose producers run unpaced.
-class Acquisition : public ::testing::Test {
+// A board paced in real time, and one whose producers run unpaced.
+class PacedAcquisition : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(b.ok()); }
+    Board b;
+};
+class Acquisition : public PacedAcquisition {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(b.ok());
+        PacedAcquisition::SetUp();
         ASSERT_EQ(0, SimBoard_SetPacing(b.dev(), SIM_PACE_UNPACED));
     }
-    Board b;
 };
 
 class Frames : public Acquisition, public ::testing::WithParamInterface<size_t> {};
@@ -370,9 +370,7 @@ TEST_F(Acquisition, ARingTheApplicationFallsBehindOnOverwritesAndCountsTheLoss) 
     EXPECT_NE(nullptr, Fg_getPicturePtrEx(b.fg(), 37, 1, run.ring.mem));
 }
 
-TEST(PacedAcquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
-    Board b;
-    ASSERT_TRUE(b.ok());
+TEST_F(PacedAcquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
     Sdk s;
     s.simEnable = 0, s.lineTriggerMode = 2;  // camera lines only from trigger-input edges: none come
     program(b, s, 0);
@@ -395,11 +393,8 @@ TEST(PacedAcquisition, AWaitOnAPortThatProducesNothingTimesOutOnTime) {
     stopper.join();
 }
 
-TEST(PacedAcquisition, FramesComeAtTheProgrammedRate) {
-    Board b;
-    ASSERT_TRUE(b.ok());
-    Sdk s;
-    s.simHeight = 8, s.height = 8;
+TEST_F(PacedAcquisition, FramesComeAtTheProgrammedRate) {
+    const Sdk s;  // 8 lines from a generator of 8 lines
     program(b, s, 0);
     ASSERT_EQ(0, b.setD(FG_CAMERASIMULATOR_LINERATE, 8000.0, 0));  // 1000 images of 8 lines per second
     Ring ring(b, frameBytes(s), 8);
@@ -571,7 +566,7 @@ TEST_F(Acquisition, ThreadsOnBothPortsWhileParametersChangeAndPicturesAreAwaited
     for (int port = 0; port < 2; ++port) EXPECT_EQ(0, Fg_stopAcquireEx(b.fg(), port, rings[port]->mem, 0));
 }
 
-TEST(PacedAcquisition, ClosingTheBoardStopsItsProducers) {
+TEST(BoardClose, StopsTheProducersOfEveryPacing) {
     for (int i = 0; i < 3; ++i) {
         Board b;
         ASSERT_TRUE(b.ok());

@@ -12,15 +12,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <map>
 #include <mutex>
 #include <shared_mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "board_snapshot.h"
 
@@ -203,11 +198,11 @@ void infoQueries(InfoFn info, std::atomic<int>& failures) {
 class Concurrency : public ::testing::Test {
 protected:
     void SetUp() override {
-        for (int i = 0; i < kBoards; ++i) ASSERT_TRUE(boards[i].ok());
         ASSERT_TRUE(library.ok());
         info = library.fn<InfoFn>("Info");
         ASSERT_NE(nullptr, info);
         for (int i = 0; i < kBoards; ++i) {
+            ASSERT_TRUE(boards[i].ok());
             runs[i].board = &boards[i];
             runs[i].index = i;
             Fg_Struct* fg = boards[i].fg();
@@ -231,13 +226,10 @@ TEST_F(Concurrency, TwoBoardsManyThreadsStayConsistentAndIndependent) {
     std::atomic<int> infoFailures{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < kBoards; ++i) {
-        BoardRun& run = runs[i];
-        threads.emplace_back(writer, std::ref(run), 0);
-        threads.emplace_back(writer, std::ref(run), 1);
-        threads.emplace_back(reader, std::ref(run));
-        threads.emplace_back(errorStoreAndEnumeration, std::ref(run));
-        threads.emplace_back(acquisition, std::ref(run));
-        threads.emplace_back(descriptionAndSave, std::ref(run));
+        threads.emplace_back(writer, std::ref(runs[i]), 0);
+        threads.emplace_back(writer, std::ref(runs[i]), 1);
+        for (void (*f)(BoardRun&) : {reader, errorStoreAndEnumeration, acquisition, descriptionAndSave})
+            threads.emplace_back(f, std::ref(runs[i]));
     }
     threads.emplace_back(infoQueries, info, std::ref(infoFailures));
     for (std::thread& t : threads) t.join();

@@ -5,8 +5,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <set>
-#include <string>
 #include <tuple>
 
 #include "board_fixture.h"
@@ -110,16 +108,14 @@ TEST(RegisterNames, DirectRegisterAccessAddsThemAfterTheSdkNamesOnlyWhenSwitched
 // ---- events ----
 
 TEST_F(Events, OverflowAliasesLeadToTheDesignEventsMasks) {
-    uint64_t cam0 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0");
-    uint64_t cam1 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1");
-    EXPECT_NE(0u, cam0);
-    EXPECT_NE(0u, cam1);
-    EXPECT_EQ(cam0, Fg_getEventMask(b.fg(), "Device1_Process0_Overflow_Overflow"));
-    EXPECT_EQ(cam1, Fg_getEventMask(b.fg(), "Device1_Process1_Overflow_Overflow"));
+    const uint64_t cam0 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM0"),
+                   cam1 = Fg_getEventMask(b.fg(), "FG_OVERFLOW_CAM1");
+    for (int p = 0; p < 2; ++p) {
+        const uint64_t mask = p ? cam1 : cam0;
+        EXPECT_EQ(mask, Fg_getEventMask(b.fg(), dp(p, "Overflow_Overflow").c_str()));
+        EXPECT_TRUE(mask != 0 && (mask & (mask - 1)) == 0) << "exactly one bit, port " << p;
+    }
     EXPECT_EQ(0, b.lastError());
-    // Exactly one bit each.
-    EXPECT_EQ(0u, cam0 & (cam0 - 1));
-    EXPECT_EQ(0u, cam1 & (cam1 - 1));
     // Process 0's mask names its design event (it is of kind 1); process 1's the alias.
     EXPECT_STREQ("Device1_Process0_Overflow_Overflow", Fg_getEventName(b.fg(), cam0));
     EXPECT_STREQ("FG_OVERFLOW_CAM1", Fg_getEventName(b.fg(), cam1));
@@ -169,14 +165,12 @@ TEST_F(Dispatch, HostLevelRowsAreReadFromTheHostInTheCallersType) {
     EXPECT_EQ((std::vector<uint32_t>{2, 2, 2, 1, 0}),
               (std::vector<uint32_t>{b.u32(FG_NR_OF_DMAS, 0), b.u32(FG_NR_OF_CAMS, 1), b.u32(FG_NR_OF_PROCESSES, 0),
                                      b.u32(FG_DMA_PORT, 1), b.u32(FG_CAM_PORT, 0)}));
-    // A 64-bit read clears all 8 bytes before the host writes its answer.
-    uint64_t wide = ~uint64_t(0);
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_NR_OF_DMAS, &wide, 0, FG_PARAM_TYPE_UINT64_T));
-    EXPECT_EQ(2u, wide);
-    // A 64-bit read of a 32-bit parameter leaves the upper half cleared.
-    wide = ~uint64_t(0);
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), FG_APPLET_VERSION, &wide, 0, FG_PARAM_TYPE_UINT64_T));
-    EXPECT_EQ(3u, wide);
+    // A 64-bit read clears all 8 bytes before the host (or a 32-bit parameter) writes its answer.
+    for (const auto& row : {std::make_pair(FG_NR_OF_DMAS, 2u), std::make_pair(FG_APPLET_VERSION, 3u)}) {
+        uint64_t wide = ~uint64_t(0);
+        EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), row.first, &wide, 0, FG_PARAM_TYPE_UINT64_T));
+        EXPECT_EQ(row.second, wide) << row.first;
+    }
     // A host failure is the result and stays in the error store.
     SimBoard_FailNthHostCall(b.dev(), 1, -3333);
     uint32_t v = 0;
@@ -226,21 +220,21 @@ TEST(DirectRegisters, WritesAndReadsGoThroughTheRegisterRuntimeUnmasked) {
     EXPECT_EQ(0, SimBoard_GetRegister(b.dev(), 1, &reg));
     EXPECT_EQ(0x1FFFu, reg) << "no masking to the register's 8 bits";
 
-    // A 40-bit register is read as 8 bytes, a 16-bit one as 4.
+    // A 40-bit register is read as 8 bytes, a 16-bit one as 4 (nothing past them).
     ASSERT_EQ(0, SimBoard_SetRegister(b.dev(), 3, 0x12345678ABull));
     ASSERT_EQ(0, SimBoard_SetRegister(b.dev(), 2, 0xFFFFFFFF0000BEEFull));
-    unsigned char buf[8];
-    std::memset(buf, 0xCC, sizeof buf);
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 1000003, buf, 0, FG_PARAM_TYPE_UINT64_T));
-    uint64_t wide;
-    std::memcpy(&wide, buf, 8);
-    EXPECT_EQ(0x12345678ABull, wide);
-    std::memset(buf, 0xCC, sizeof buf);
-    EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), 1000002, buf, 0, FG_PARAM_TYPE_UINT32_T));
+    const std::tuple<int, FgParamTypes, size_t, uint64_t> reads[] = {
+        {1000003, FG_PARAM_TYPE_UINT64_T, 8, 0x12345678ABull}, {1000002, FG_PARAM_TYPE_UINT32_T, 4, 0xBEEF}};
+    for (const auto& r : reads) {
+        unsigned char buf[12];
+        std::memset(buf, 0xCC, sizeof buf);
+        EXPECT_EQ(0, Fg_getParameterWithType(b.fg(), std::get<0>(r), buf, 0, std::get<1>(r)));
+        uint64_t got = 0;
+        std::memcpy(&got, buf, std::get<2>(r));
+        EXPECT_EQ(std::get<3>(r), got) << std::get<0>(r);
+        EXPECT_EQ(0xCC, buf[std::get<2>(r)]) << std::get<0>(r);
+    }
     uint32_t narrow;
-    std::memcpy(&narrow, buf, 4);
-    EXPECT_EQ(0x0000BEEFu, narrow);
-    EXPECT_EQ(0xCC, buf[4]) << "only 4 bytes are written for a 16-bit register";
 
     // A read-only register is still written through its identity.
     v = 5;
@@ -331,32 +325,37 @@ TEST_F(Catalogue, LineTriggerGroupShape) {
 }
 
 TEST_F(Catalogue, SampleRecordsFieldByField) {
+    // name (none: not checked), unit (none: null), format, access flags (-1: not checked)
+    const std::tuple<int, const char*, const char*, int, int> heads[] = {
+        {FG_LINETRIGGERDEBOUNCING, "Debouncing Time", "\xB5s" /* Latin-1 micro sign */, REG_FORMAT_DOUBLE, 7},
+        {FG_SYSTEMMONITOR_FPGA_TEMPERATURE, "FGPA Temperature", "Celsius", -1, 1},
+        {FG_SYSTEMMONITOR_FPGA_VCC_AUX, "FGPA Vcc Aux", "-", -1, -1},
+        {FG_IMGTRIGGERINSRC, nullptr, "", REG_FORMAT_ENUM, -1},
+        {FG_TIMEOUT, nullptr, "seconds", -1, -1},
+        {FG_SYSTEMMONITOR_FPGA_DNA, nullptr, "-", REG_FORMAT_UINT64, -1},
+        {FG_LUT_VALUE, nullptr, "-", REG_FORMAT_UINTFIELD, -1},
+        {FG_SYSTEMMONITOR_CHANNEL_CURRENT, nullptr, "-", REG_FORMAT_DOUBLEFIELD, -1},
+        {FG_LUT_CUSTOM_FILE, nullptr, "-", REG_FORMAT_STRING, -1}};
     for (int port = 0; port < 2; ++port) {
+        for (const auto& h : heads) {
+            const RegisterInfo* r = b.record(port, std::get<0>(h));
+            ASSERT_NE(nullptr, r) << std::get<0>(h);
+            // an entry not checked expects what the record holds
+            const char *name = std::get<1>(h), *unit = std::get<2>(h);
+            EXPECT_STREQ(name ? name : r->name, r->name);
+            EXPECT_STREQ(std::string("-") == unit ? r->unit : unit, r->unit) << std::get<0>(h);
+            EXPECT_EQ(std::get<3>(h) < 0 ? int(r->format) : std::get<3>(h), int(r->format)) << std::get<0>(h);
+            EXPECT_EQ(std::get<4>(h) < 0 ? r->accessFlags : std::get<4>(h), r->accessFlags) << std::get<0>(h);
+        }
         RegisterInfo* r = b.record(port, FG_LINETRIGGERDEBOUNCING);
-        ASSERT_NE(nullptr, r);
-        EXPECT_EQ(REG_FORMAT_DOUBLE, r->format);
-        EXPECT_STREQ("Debouncing Time", r->name);
-        EXPECT_STREQ("\xB5s", r->unit) << "Latin-1 micro sign";
-        EXPECT_EQ(0.008, r->u.dReg.from);
-        EXPECT_EQ(30.0, r->u.dReg.to);
-        EXPECT_EQ(7, r->accessFlags);
-        EXPECT_EQ(1, r->rangeFlags);
-
-        r = b.record(port, FG_SYSTEMMONITOR_FPGA_TEMPERATURE);
-        ASSERT_NE(nullptr, r);
-        EXPECT_STREQ("FGPA Temperature", r->name);
-        EXPECT_STREQ("Celsius", r->unit);
-        EXPECT_EQ(1, r->accessFlags);
-        EXPECT_STREQ("FGPA Vcc Aux", b.record(port, FG_SYSTEMMONITOR_FPGA_VCC_AUX)->name);
+        EXPECT_EQ((std::vector<double>{0.008, 30.0, 1}),
+                  (std::vector<double>{r->u.dReg.from, r->u.dReg.to, double(r->rangeFlags)}));
 
         r = b.record(port, FG_IMGTRIGGERINSRC);
-        ASSERT_NE(nullptr, r);
-        EXPECT_EQ(REG_FORMAT_ENUM, r->format);
         ASSERT_EQ(9, r->u.eReg.nrOfElements);
         EXPECT_STREQ("Software Trigger", r->u.eReg.enumNames[8]);
         EXPECT_EQ(-1, r->u.eReg.enumValues[8]);
         EXPECT_STREQ("TRGINSOFTWARE", r->u.eReg.enumDefName[8]);
-        EXPECT_STREQ("", r->unit);
 
         ASSERT_EQ(1, b.record(port, FG_SENDSOFTWARETRIGGER)->u.eReg.nrOfElements);
         const std::tuple<int, const char*, int> firstEntries[] = {{FG_SENDSOFTWARETRIGGER, "Apply", 1},
@@ -367,32 +366,17 @@ TEST_F(Catalogue, SampleRecordsFieldByField) {
             EXPECT_STREQ(std::get<1>(e), r->u.eReg.enumNames[0]) << std::get<0>(e);
             EXPECT_EQ(std::get<2>(e), r->u.eReg.enumValues[0]) << std::get<0>(e);
         }
-
         r = b.record(port, FG_TIMEOUT);
-        EXPECT_EQ(2u, r->u.uiReg.from);
-        EXPECT_EQ(2147483646u, r->u.uiReg.to);
-        EXPECT_STREQ("seconds", r->unit);
-
-        r = b.record(port, FG_SYSTEMMONITOR_FPGA_DNA);
-        EXPECT_EQ(REG_FORMAT_UINT64, r->format);
-        EXPECT_EQ(144115188075855871ull, r->u.iReg64.to);
-
+        EXPECT_EQ((std::vector<uint32_t>{2, 2147483646}), (std::vector<uint32_t>{r->u.uiReg.from, r->u.uiReg.to}));
+        EXPECT_EQ(144115188075855871ull, b.record(port, FG_SYSTEMMONITOR_FPGA_DNA)->u.iReg64.to);
         r = b.record(port, FG_LUT_VALUE);
-        EXPECT_EQ(REG_FORMAT_UINTFIELD, r->format);
-        EXPECT_EQ(4096, r->u.uifReg.nrOfElements);
-        EXPECT_EQ(4095u, r->u.uifReg.to);
-        EXPECT_EQ(0u, r->u.uifReg.value);
-        EXPECT_EQ(0, r->u.uifReg.index);
-
+        EXPECT_EQ(
+            (std::vector<int64_t>{4096, 4095, 0, 0}),
+            (std::vector<int64_t>{r->u.uifReg.nrOfElements, r->u.uifReg.to, r->u.uifReg.value, r->u.uifReg.index}));
         r = b.record(port, FG_SYSTEMMONITOR_CHANNEL_CURRENT);
-        EXPECT_EQ(REG_FORMAT_DOUBLEFIELD, r->format);
-        EXPECT_EQ(4, r->u.dfReg.nrOfElements);
-        EXPECT_EQ(-100000.0, r->u.dfReg.from);
-        EXPECT_EQ(-100000.0, r->u.dfReg.value);
-
-        r = b.record(port, FG_LUT_CUSTOM_FILE);
-        EXPECT_EQ(REG_FORMAT_STRING, r->format);
-        EXPECT_STREQ("*.lut", r->u.sReg.FileExtension);
+        EXPECT_EQ((std::vector<double>{4, -100000.0, -100000.0}),
+                  (std::vector<double>{double(r->u.dfReg.nrOfElements), r->u.dfReg.from, r->u.dfReg.value}));
+        EXPECT_STREQ("*.lut", b.record(port, FG_LUT_CUSTOM_FILE)->u.sReg.FileExtension);
         EXPECT_EQ(nullptr, b.record(port, FG_APPLET_ID)->u.sReg.FileExtension);
         EXPECT_EQ(0x1p-52, b.record(port, FG_PROCESSING_GAIN)->u.dReg.steps);
 

@@ -12,14 +12,7 @@
 // registry record and design value.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstring>
-#include <map>
-#include <set>
 #include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <unistd.h>
 
@@ -33,13 +26,16 @@ namespace {
 const int kFault = -7391;  // a code no layer of the applet produces itself
 
 struct TestValue {
-    FgParamTypes type = FG_PARAM_TYPE_UINT32_T;
-    uint32_t u = 0;
-    double d = 0;
+    FgParamTypes type;
+    uint32_t u;
+    double d;
     std::string text;
     // Field writes: an access record over `elements`, or one element record.
-    unsigned index = 0;
+    unsigned index;
     std::vector<uint32_t> elements;
+    TestValue(FgParamTypes t = FG_PARAM_TYPE_UINT32_T, uint32_t u = 0, double d = 0, std::string text = "",
+              unsigned index = 0, std::vector<uint32_t> elements = {})
+        : type(t), u(u), d(d), text(std::move(text)), index(index), elements(std::move(elements)) {}
 
     std::string describe() const {
         std::ostringstream o;
@@ -110,17 +106,6 @@ struct DesignState {
     }
 };
 
-TestValue valueOf(FgParamTypes type, uint32_t u = 0, double d = 0, unsigned index = 0,
-                  std::vector<uint32_t> elements = {}) {
-    TestValue t;
-    t.type = type;
-    t.u = u;
-    t.d = d;
-    t.index = index;
-    t.elements = std::move(elements);
-    return t;
-}
-
 std::vector<TestValue> testValues(const RegisterInfo* r, const std::string& lutFile) {
     std::vector<TestValue> out;
     if (r == nullptr) return out;
@@ -130,21 +115,20 @@ std::vector<TestValue> testValues(const RegisterInfo* r, const std::string& lutF
         const uint32_t steps = r->u.uiReg.steps ? r->u.uiReg.steps : 1;
         std::set<uint32_t> picks{from};
         if (to >= from) picks.insert({from + (to - from) / steps / 2 * steps, from + (to - from) / steps * steps});
-        for (uint32_t v : picks) out.push_back(valueOf(FG_PARAM_TYPE_UINT32_T, v));
+        for (uint32_t v : picks) out.push_back({FG_PARAM_TYPE_UINT32_T, v});
         break;
     }
     case REG_FORMAT_ENUM:
         for (int i = 0; i < r->u.eReg.nrOfElements && r->u.eReg.enumValues; ++i)
-            out.push_back(valueOf(FG_PARAM_TYPE_UINT32_T, static_cast<uint32_t>(r->u.eReg.enumValues[i])));
+            out.push_back({FG_PARAM_TYPE_UINT32_T, static_cast<uint32_t>(r->u.eReg.enumValues[i])});
         break;
     case REG_FORMAT_DOUBLE:
         for (double v : {r->u.dReg.from, (r->u.dReg.from + r->u.dReg.to) / 2, r->u.dReg.to})
-            out.push_back(valueOf(FG_PARAM_TYPE_DOUBLE, 0, v));
+            out.push_back({FG_PARAM_TYPE_DOUBLE, 0, v});
         break;
     case REG_FORMAT_STRING:
-        out.push_back(valueOf(FG_PARAM_TYPE_CHAR_PTR));
-        out.push_back(valueOf(FG_PARAM_TYPE_CHAR_PTR));
-        out.back().text = lutFile;
+        out.push_back({FG_PARAM_TYPE_CHAR_PTR});
+        out.push_back({FG_PARAM_TYPE_CHAR_PTR, 0, 0, lutFile});
         break;
     case REG_FORMAT_UINTFIELD: {
         // the whole field, a part from the middle, the last element alone
@@ -153,10 +137,9 @@ std::vector<TestValue> testValues(const RegisterInfo* r, const std::string& lutF
         std::vector<uint32_t> part;
         for (unsigned i = 0; i < 16 && n / 2 + i < n; ++i)
             part.push_back(r->u.uifReg.from + (i * 37u) % (r->u.uifReg.to - r->u.uifReg.from + 1u));
-        out.push_back(
-            valueOf(FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, 0, 0, 0, std::vector<uint32_t>(n, r->u.uifReg.to)));
-        out.push_back(valueOf(FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, 0, 0, n / 2, part));
-        out.push_back(valueOf(FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, 0, 0, n - 1, {r->u.uifReg.to / 2}));
+        out.push_back({FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, 0, 0, "", 0, std::vector<uint32_t>(n, r->u.uifReg.to)});
+        out.push_back({FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS, 0, 0, "", n / 2, part});
+        out.push_back({FG_PARAM_TYPE_STRUCT_FIELDPARAMINT, 0, 0, "", n - 1, {r->u.uifReg.to / 2}});
         break;
     }
     default: break;

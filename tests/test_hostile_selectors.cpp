@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
-#include <vector>
 
 #include "board_fixture.h"
 #include "hostile_calls.h"
@@ -23,11 +21,6 @@ const int kHostBase = 2000000;
 class HostileSelectors : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(b.ok()); }
-
-    static FieldParameterAccess record(uint32_t* elements, unsigned index, unsigned count) {
-        return fieldAccess(FG_PARAM_TYPE_UINT32_T, index, count, elements);
-    }
-
     Board b;
 };
 
@@ -72,7 +65,7 @@ TEST_F(HostileSelectors, TheHostRefusesSelectorsItDoesNotKnowAndNothingIsWritten
 
 TEST_F(HostileSelectors, UnknownElementTypesOfTableRecordsAreRefused) {
     std::vector<uint32_t> table(4096, 0);
-    FieldParameterAccess all = record(table.data(), 0, 4096);
+    FieldParameterAccess all = fieldAccess(FG_PARAM_TYPE_UINT32_T, 0, 4096, table.data());
     ASSERT_EQ(0, Fg_getParameterWithType(b.fg(), FG_LUT_VALUE, &all, 0, FG_PARAM_TYPE_STRUCT_FIELDPARAMACCESS));
     const std::vector<uint32_t> before = table;
 
@@ -82,7 +75,7 @@ TEST_F(HostileSelectors, UnknownElementTypesOfTableRecordsAreRefused) {
     for (int32_t vtype : kSelectors) {
         SCOPED_TRACE(vtype);
         uint32_t elements[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-        FieldParameterAccess a = record(elements, 100, 4);
+        FieldParameterAccess a = fieldAccess(FG_PARAM_TYPE_UINT32_T, 100, 4, elements);
         hostileElementType(&a, vtype);
         // The applet's table: refused on write and on read.
         EXPECT_EQ(FG_ERR_INVALID_PARAMETER,

@@ -5,10 +5,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "check_table.h"
 #include "platform_fake_applet.h"
 #include "platform_support.h"

@@ -8,9 +8,6 @@
 #include <malloc.h>
 
 #include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "board_fixture.h"
 
@@ -56,11 +53,9 @@ size_t heapInUse() {
 // Every combination of: no default values (bit 0), DRA (bit 1), DQORA (bit 2).
 struct Variant {
     int flags;
-    bool dra;
-    bool dqora;
-    explicit Variant(int bits) : flags(bits & 1), dra((bits & 2) != 0), dqora((bits & 4) != 0) {}
+    bool dra, dqora;
     std::string describe() const {
-        return std::string(flags & 1 ? "no defaults" : "defaults") + (dra ? ", DRA" : "") + (dqora ? ", DQORA" : "");
+        return std::string(flags ? "no defaults" : "defaults") + (dra ? ", DRA" : "") + (dqora ? ", DQORA" : "");
     }
 };
 
@@ -111,7 +106,7 @@ void expectNoGrowth(const Usage& before, const Usage& after, int n, const std::s
 TEST(Soak, OpenCloseThroughTheRuntimeInEveryVariant) {
     const int n = cycles(60);
     for (int bits = 0; bits < 8; ++bits) {
-        const Variant v(bits);
+        const Variant v{bits & 1, (bits & 2) != 0, (bits & 4) != 0};
         SCOPED_TRACE(v.describe());
         ScopedEnv dra("TERVIK_ENABLE_DRA", v.dra ? "yes" : ""), dqora("TERVIK_ENABLE_DQORA", v.dqora ? "yes" : "");
         for (int warm = 0; warm < 2; ++warm) {
