@@ -18,7 +18,7 @@ target_compile_definitions(PlatformNoEntry PRIVATE PLATFORM_FAKE_NO_ENTRY=1)
 
 orv_add_test(test_platform_design SOURCES test_platform_design.cpp LIBS tervikhap
              ENV ORV_MKHAP=$<TARGET_FILE:mkhap> ORV_MKICON=$<TARGET_FILE:mkicon>)
-orv_add_test(test_platform_host SOURCES test_platform_host.cpp LIBS talrun5 tervikhap tervikregio)
+orv_add_test(test_platform_host SOURCES test_platform_host.cpp test_platform_host_board.cpp LIBS talrun5 tervikhap tervikregio)
 orv_add_test(test_platform_app SOURCES test_platform_app.cpp LIBS talrun5 tervikhap
              ENV TERVIK_APPLET_PATH=${ORV_PLATFORM_TESTLIB_DIR}
                  ORV_FAKE_APPLET=${ORV_PLATFORM_TESTLIB_DIR}/libPlatformFake.so)
